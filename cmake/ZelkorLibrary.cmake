@@ -1,0 +1,43 @@
+# Helpers for the targets of this project: one place for warnings, sanitizers, include roots and export headers.
+
+# The flags that every target of ours is compiled with. They stay out of the installed targets.
+function(zelkor_compile_options target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+  if(ZELKOR_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(ZELKOR_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${ZELKOR_SANITIZE} -fno-sanitize-recover=all
+                                             -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${ZELKOR_SANITIZE})
+  endif()
+endfunction()
+
+# A shared library NAME with the alias NAME::NAME, the include roots src and <build>/gen, hidden visibility
+# and the generated header NAME/Export.h with the macro NAME_EXPORT (upper case).
+function(zelkor_add_library name)
+  add_library(${name} SHARED ${ARGN})
+  add_library(${name}::${name} ALIAS ${name})
+  string(TOUPPER ${name} macro)
+  generate_export_header(${name} BASE_NAME ${name} EXPORT_MACRO_NAME ${macro}_EXPORT
+                         EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/gen/${name}/Export.h)
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+    $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/gen>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  set_target_properties(${name} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+  zelkor_compile_options(${name})
+endfunction()
+
+# A test executable NAME of the given sources, linked with LIBS, each of its cases a CTest test.
+function(zelkor_add_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  target_compile_definitions(${name} PRIVATE ZELKOR_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data")
+  zelkor_compile_options(${name})
+  add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+endfunction()

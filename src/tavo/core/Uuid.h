@@ -1,0 +1,45 @@
+// Identities of objects: 128-bit UUIDs, their text and their sources.
+#pragma once
+
+#include "tavo/Export.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tavo {
+
+/// A 128-bit identity. A value-initialised one is nil, which stands for "none" or "make one".
+using Uuid = boost::uuids::uuid;
+
+/// A random (version 4) UUID from the system's random source, which is read in blocks.
+/// Raises boost::uuids::entropy_error when the source fails for a reason other than an interrupted call.
+TAVO_EXPORT Uuid randomUuid();
+
+/// The name-based (version 3) UUID of `name` (its UTF-8 bytes) in `space`, as RFC 4122 section 4.3 defines it.
+TAVO_EXPORT Uuid nameUuid(const Uuid& space, std::string_view name);
+
+/// The canonical lower-case text of 36 characters.
+TAVO_EXPORT std::string toText(const Uuid& uuid);
+TAVO_EXPORT void toText(const Uuid& uuid, char (&out)[36]);
+
+/// Reads the canonical text, letters of either case; nothing when the text is anything else.
+TAVO_EXPORT std::optional<Uuid> parseUuid(std::string_view text);
+
+/// A hash over both 64-bit halves; a version-4 UUID needs no more mixing than that.
+inline std::size_t hashUuid(const Uuid& uuid) {
+  std::uint64_t words[2];
+  std::memcpy(words, uuid.data, sizeof words);
+  return static_cast<std::size_t>(words[0] ^ (words[1] * 0x9e3779b97f4a7c15ull));
+}
+
+struct UuidHash {
+  using is_avalanching = void;
+  std::size_t operator()(const Uuid& uuid) const { return hashUuid(uuid); }
+};
+
+} // namespace tavo
