@@ -31,7 +31,12 @@ public:
   /// The map from `from` to `to`. Raises kavra::Error when either is unknown or they do not convert.
   virtual UnitConversion conversion(std::u16string_view from, std::u16string_view to) const = 0;
 
-  /// Known units that look or sound like the text, best first; empty when there are none.
+  /// The number `value` of `from` in `to`; raises as `conversion` does. A service that computes more exactly than
+  /// two rounded numbers allow overrides this: 3 in is 76.2 mm.
+  virtual double convert(double value, std::u16string_view from, std::u16string_view to) const;
+
+  /// Known units close to the text, best first: those it converts to when it is a unit, those spelled like it when
+  /// it is none. Empty when there are none.
   virtual std::vector<std::u16string> similarUnits(std::u16string_view text) const = 0;
 };
 

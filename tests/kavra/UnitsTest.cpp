@@ -1,0 +1,293 @@
+#include "kavra/Error.h"
+#include "kavra/Text.h"
+#include "kavra/standalone/units/UnitTableService.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numbers>
+
+namespace kavra::standalone {
+namespace {
+
+class UnitsTest : public testing::Test {
+protected:
+  UnitTableService units;
+
+  /// What a person reads when the text is refused; empty when it is accepted.
+  std::string complaint(std::u16string_view text) {
+    try {
+      units.checkUnit(text);
+      return {};
+    } catch (const Error& error) {
+      return error.what();
+    }
+  }
+
+  std::string errorId(const std::function<void()>& action) {
+    try {
+      action();
+      return {};
+    } catch (const Error& error) {
+      return error.id();
+    }
+  }
+};
+
+TEST_F(UnitsTest, ReadsProductsQuotientsAndPowersFromLeftToRight) {
+  struct {
+    std::u16string_view text, inBaseUnits;
+  } rows[] = {
+      {u"", u"1"},
+      {u"1", u"1"},
+      {u"1/s", u"s^-1"},
+      {u"kg*m/s^2", u"kg*m*s^-2"},
+      {u"m/s/s", u"m*s^-2"},
+      {u"m/s*kg", u"kg*m*s^-1"},
+      {u"J/(kg*K)", u"m^2*s^-2*K^-1"},
+      {u"kg m", u"kg*m"},
+      {u"J/(kg K)", u"m^2*s^-2*K^-1"},
+      {u"N.m", u"kg*m^2*s^-2"},
+      {u"kg·m⋅s", u"kg*m*s"},
+      {u" ( m ) ", u"m"},
+      {u"m^-1", u"m^-1"},
+      {u"m^(1/2)", u"m^(1/2)"},
+      {u"m^(-3/6)", u"m^(-1/2)"},
+      {u"(m^(1/2))^2", u"m"},
+      {u"m²·s⁻¹", u"m^2*s^-1"},
+      {u"m^0", u"1"},
+      {u"m/m", u"1"},
+      {u"%/K", u"K^-1"},
+      {u"lm", u"rad^2*cd"},
+      {u"EUR/kWh", u"kg^-1*m^-2*s^2*EUR"},
+  };
+  for (auto& [text, inBaseUnits] : rows)
+    EXPECT_EQ(toUtf8(units.table().toText(units.table().read(text).dimension)), toUtf8(inBaseUnits)) << toUtf8(text);
+}
+
+TEST_F(UnitsTest, SaysWhatIsWrongAndWhere) {
+  struct {
+    std::u16string_view text;
+    std::string complaint;
+  } rows[] = {
+      {u"kgg", "unit 'kgg' is not known at position 1; did you mean 'kg'?"},
+      {u"m/kgg", "unit 'kgg' is not known at position 3; did you mean 'kg'?"},
+      {u"metres", "unit 'metres' is not known at position 1; did you mean 'metre'?"},
+      {u"Meter", "unit 'Meter' is not known at position 1; did you mean 'meter'?"},
+      {u"mhp", "unit 'mhp' is not known at position 1; did you mean 'mph'?"},
+      {u"sec", "unit 'sec' is not known at position 1; did you mean 's'?"},
+      {u"kg/m3", "unit 'm3' is not known at position 4; did you mean 'm^3'?"},
+      {u"kmin", "unit 'kmin' is not known at position 1; did you mean 'min'?"},
+      {u"frobnicate", "unit 'frobnicate' is not known at position 1"},
+      {u"дюйм", "unit 'дюйм' is not known at position 1"},
+      {u" ", "the text ends where a unit should stand at position 2"},
+      {u"*", "'*' is found where a unit should stand at position 1"},
+      {u"m*", "the text ends where a unit should stand at position 3"},
+      {u"m**2", "'*' is found where a unit should stand at position 3"},
+      {u"m ^2", "'^' is found where an operator or the end should stand at position 3"},
+      {u"m^^2", "'^' is found where digits should stand at position 3"},
+      {u"m^2^2", "a power of a power needs parentheses at position 4"},
+      {u"m^x", "'x' is found where digits should stand at position 3"},
+      {u"m^0.5", "exponents are integers or fractions such as (1/2), not decimals at position 4"},
+      {u"m^(1/0)", "an exponent is divided by zero at position 6"},
+      {u"m^(1/2", "the text ends where ')' after an exponent should stand at position 7"},
+      {u"m⁻", "the text ends where superscript digits should stand at position 3"},
+      {u"(m", "'(' is never closed at position 1"},
+      {u"m)", "')' without '(' at position 2"},
+      {u"(m;s)", "';' is found where an operator or ')' should stand at position 3"},
+      {u"m(s)", "an operator is missing at position 2"},
+      {u"J/kg K", "a blank after '/' can be read in two ways; use '*' or parentheses at position 6"},
+      {u"m\u00a0s", "character U+00A0 is found where an operator or the end should stand at position 2"},
+      {u"m/2.5", "the only number that is a unit is 1; numbers belong into the value, and powers are written with '^' "
+                 "at position 3"},
+  };
+  for (auto& [text, expected] : rows)
+    EXPECT_EQ(complaint(text), expected);
+}
+
+TEST_F(UnitsTest, UnitsWithAZeroPointOfTheirOwnStandAlone) {
+  EXPECT_EQ(complaint(u"(degC)"), "");
+  for (auto text : {u"degC*m", u"m*degC", u"1/degC", u"degC^2", u"degC^1", u"(degC)/s", u"degC degF"})
+    EXPECT_EQ(errorId([&] { units.checkUnit(text); }), "kavra:units:StandsAlone") << toUtf8(text);
+  EXPECT_EQ(complaint(u"W/(m*degF)"), "unit 'degF' at position 6 has a zero point of its own, so it takes no prefix, "
+                                      "power, product or quotient; write 'degR' for a difference");
+  EXPECT_EQ(errorId([&] { units.checkUnit(u"mdegC"); }), "kavra:units:UnknownUnit");
+}
+
+TEST_F(UnitsTest, BoundsWhatItReads) {
+  auto many = [](std::u16string_view part, int count) {
+    std::u16string result;
+    while (count-- > 0)
+      result += part;
+    return result;
+  };
+  EXPECT_EQ(complaint(many(u"(", 50) + u"m" + many(u")", 50)), "");
+  EXPECT_EQ(complaint(u"m" + many(u"*1", 499)), "");
+  for (auto& text : {many(u"(", 51) + u"m" + many(u")", 51), u"mm" + many(u"*1", 500), std::u16string(u"m^100"),
+                     std::u16string(u"m^(1/100)"), std::u16string(u"(m^50)^2"), std::u16string(u"m⁹⁹⁹⁹⁹⁹⁹⁹⁹⁹⁹⁹⁹"),
+                     std::u16string(u"m^(1/97)*m^(1/89)"), std::u16string(u"m^99999999999999999999"),
+                     std::u16string(u"m^99*m"), u"Qm/qm" + many(u"*(Qm/qm)^40", 30)})
+    EXPECT_EQ(errorId([&] { units.checkUnit(text); }), "kavra:units:TooLarge") << toUtf8(text);
+}
+
+TEST_F(UnitsTest, KnowsSpellingsOfOneUnit) {
+  std::vector<std::u16string_view> same[] = {
+      {u"N*m", u"J", u"W*s", u"joule", u"(kg*m^2)/s^2", u"kg·m²·s⁻²"},
+      {u"um", u"\u00b5m", u"\u03bcm", u"micrometre", u"micrometer", u"micron"},
+      {u"ohm", u"\u03a9", u"\u2126", u"V/A"},
+      {u"angstrom", u"\u00c5", u"\u212b"},
+      {u"deg", u"°", u"degree"},
+      {u"lb", u"lbm", u"pound"},
+      {u"kB", u"kilobyte"},
+      {u"1", u"", u"m/m", u"rad^0"},
+      {u"m^(1/2)*m^(1/2)", u"m"},
+      {u"(km^2)^(1/2)", u"km"},
+      {u"km^(1/2)/m^(1/2)*m^(1/2)", u"km^(1/2)"},
+      {u"degC", u"°C", u"celsius"},
+  };
+  for (auto& spellings : same)
+    for (auto a : spellings)
+      for (auto b : spellings)
+        EXPECT_TRUE(units.areEquivalent(a, b)) << toUtf8(a) << " and " << toUtf8(b);
+}
+
+TEST_F(UnitsTest, TellsConvertibleFromEquivalentFromNeither) {
+  struct {
+    std::u16string_view a, b;
+    bool convertible;
+  } rows[] = {
+      {u"m", u"km", true},      {u"m", u"s", false},       {u"deg", u"rad", true},
+      {u"Hz", u"rad/s", false}, {u"rpm", u"Hz", false},    {u"rpm", u"deg/s", true},
+      {u"s", u"Hz", false},     {u"N*m/rad", u"J", false}, {u"degC", u"K", true},
+      {u"lbf", u"lb", false},   {u"MiB", u"Mbit", true},   {u"EUR", u"USD", false},
+      {u"%", u"ppm", true},     {u"m^(1/2)", u"m", false}, {u"ft^(1/2)", u"m^(1/2)", true},
+      {u"ohm", u"S", false},    {u"m", u"kgg", false},     {u"kgg", u"kgg", false},
+  };
+  for (auto& [a, b, convertible] : rows) {
+    EXPECT_EQ(units.areConvertible(a, b), convertible) << toUtf8(a) << " to " << toUtf8(b);
+    EXPECT_EQ(units.areConvertible(b, a), convertible) << toUtf8(b) << " to " << toUtf8(a);
+    EXPECT_FALSE(units.areEquivalent(a, b)) << toUtf8(a) << " and " << toUtf8(b);
+  }
+}
+
+TEST_F(UnitsTest, ConvertsExactlyAndRoundsOnce) {
+  using std::numbers::pi;
+  struct {
+    double value;
+    std::u16string_view from, to;
+    double expected;
+  } rows[] = {
+      {0, u"degC", u"degF", 32},
+      {100, u"degC", u"degF", 212},
+      {-40, u"degF", u"degC", -40},
+      {0, u"degC", u"K", 273.15},
+      {0, u"degF", u"degR", 459.67},
+      {32, u"degF", u"degC", 0},
+      {1, u"in", u"mm", 25.4},
+      {3, u"in", u"mm", 76.2},
+      {1, u"lbf", u"N", 4.4482216152605},
+      {1, u"gal", u"L", 3.785411784},
+      {60, u"mph", u"km/h", 96.56064},
+      {1, u"kWh", u"MJ", 3.6},
+      {180, u"deg", u"rad", pi},
+      {1, u"rev", u"deg", 360},
+      {1, u"rpm", u"deg/s", 6},
+      {1, u"KiB", u"bit", 8192},
+      {1, u"ft^(1/2)", u"in^(1/2)", std::sqrt(12.0)},
+      {5, u"nV/Hz^(1/2)", u"V/Hz^(1/2)", 5e-9},
+      {1e300, u"mm", u"m", 1e297},
+      {0.1, u"m", u"m", 0.1},
+      {-7, u"%", u"1", -0.07},
+  };
+  for (auto& [value, from, to, expected] : rows)
+    EXPECT_EQ(units.convert(value, from, to), expected) << value << " " << toUtf8(from) << " in " << toUtf8(to);
+
+  EXPECT_TRUE(std::isnan(units.convert(std::numeric_limits<double>::quiet_NaN(), u"degC", u"degF")));
+  EXPECT_EQ(units.convert(-std::numeric_limits<double>::infinity(), u"degC", u"degF"),
+            -std::numeric_limits<double>::infinity());
+
+  auto fahrenheit = units.conversion(u"degC", u"degF");
+  EXPECT_EQ(fahrenheit.factor, 1.8);
+  EXPECT_EQ(fahrenheit.offset, 32);
+  EXPECT_EQ(units.conversion(u"degF", u"degC").offset, -160.0 / 9);
+}
+
+TEST_F(UnitsTest, RefusesToConvertWhatDiffersInKindOrInSizeBeyondMeasure) {
+  try {
+    units.conversion(u"kg/m^3", u"Pa");
+    FAIL();
+  } catch (const Error& error) {
+    EXPECT_EQ(error.id(), "kavra:units:NotConvertible");
+    EXPECT_STREQ(error.what(), "'kg/m^3' does not convert to 'Pa': kg*m^-3 is not kg*m^-1*s^-2");
+    EXPECT_EQ(error.arguments().at(0), u"kg/m^3");
+    EXPECT_EQ(error.arguments().at(1), u"Pa");
+  }
+  EXPECT_EQ(errorId([&] { units.conversion(u"m", u"kgg"); }), "kavra:units:UnknownUnit");
+  EXPECT_EQ(errorId([&] { units.conversion(u"Qm^20", u"qm^20"); }), "kavra:units:OutOfRange");
+}
+
+TEST_F(UnitsTest, SuggestsWhatConvertsOrIsSpelledAlike) {
+  using testing::Contains;
+  using testing::ElementsAre;
+  EXPECT_EQ(units.similarUnits(u"N*m").front(), u"J");
+  auto lengths = units.similarUnits(u"m");
+  for (auto text : {u"ft", u"cm", u"mm", u"km"})
+    EXPECT_THAT(lengths, Contains(text));
+  for (auto& text : lengths)
+    EXPECT_TRUE(units.areConvertible(text, u"m") && text != u"m") << toUtf8(text);
+  EXPECT_THAT(units.similarUnits(u"metrs"), Contains(u"metre"));
+  EXPECT_THAT(units.similarUnits(u"m/"), testing::IsEmpty());
+}
+
+TEST_F(UnitsTest, AHostAddsUnitsOfItsOwn) {
+  units.checkUnit(u"m");
+  units.addUnits(R"(
+    [[group]]
+    title = "Counts"
+    unit = [
+      { symbol = "px", names = ["pixel"], base = "picture elements", prefixes = "M" },
+      { symbol = "dpi", is = "px/in" },
+      { symbol = "degX", is = "1/2 K", zero = "10" },
+    ])");
+  EXPECT_TRUE(units.areConvertible(u"Mpx/m", u"dpi"));
+  EXPECT_EQ(units.convert(0, u"degX", u"K"), 5);
+  EXPECT_EQ(complaint(u"degX/s"), "unit 'degX' at position 1 has a zero point of its own, so it takes no prefix, "
+                                  "power, product or quotient; write 'K' for a difference");
+}
+
+TEST_F(UnitsTest, ATableWithAFaultAddsNothing) {
+  struct {
+    std::string unit, fault;
+  } rows[] = {
+      {R"({ symbol = "xx", is = "2 yy" })", "'xx': unit 'yy' is not known at position 1"},
+      {R"({ symbol = "ft", is = "2 m" })", "'ft' has a meaning already"},
+      {R"({ symbol = "in", base = "x", prefixes = "m" })", "'in' has a meaning already"},
+      {R"({ symbol = "xx", is = "0 m" })", "the only number"},
+      {R"({ symbol = "xx", is = "2 degC" })", "cannot be defined by 'degC'"},
+      {R"({ symbol = "xx", is = "m", base = "x" })", "either 'base' or 'is'"},
+      {R"({ symbol = "xx", is = "m", prefixes = "si ky" })", "'ky' is not a prefix"},
+      {R"({ symbol = "xx", is = "K", zero = "1", prefixes = "si" })", "takes no prefixes"},
+      {R"({ symbol = "xx", is = "m", alias = ["y"] })", "'alias' is not a known key"},
+      {R"({ symbol = 5, is = "m" })", "'symbol' should be a text"},
+      {R"({ is = "m" })", "'symbol' is missing"},
+      {R"({ symbol = )", ""},
+  };
+  for (auto& [unit, fault] : rows) {
+    auto text = "[[group]]\ntitle = \"Own\"\nunit = [\n{ symbol = \"good\", is = \"m\" },\n" + unit + "\n]";
+    try {
+      units.addUnits(text);
+      ADD_FAILURE() << unit;
+    } catch (const Error& error) {
+      EXPECT_EQ(error.id(), "kavra:units:BadTable");
+      EXPECT_THAT(error.what(), testing::HasSubstr("line 5: "));
+      EXPECT_THAT(error.what(), testing::HasSubstr(fault));
+    }
+    EXPECT_EQ(errorId([&] { units.checkUnit(u"good"); }), "kavra:units:UnknownUnit");
+  }
+}
+
+} // namespace
+} // namespace kavra::standalone
