@@ -64,6 +64,8 @@ struct FrameworkError {
   static constexpr ErrorId NoSuchType{"tavo:messages:NoSuchType"};
   /// (path) What is to be read or replaced is a folder, a device or a pipe.
   static constexpr ErrorId NotARegularFile{"tavo:io:NotARegularFile"};
+  /// (path, reason) A file has been saved, but its folder could not be synced.
+  static constexpr ErrorId SavedButNotSynced{"tavo:io:SavedButNotSynced"};
   /// (rounds) Listeners kept changing the model in answer to their own changes.
   static constexpr ErrorId TooManyListenerRounds{"tavo:messages:TooManyListenerRounds"};
   /// (object, class) An object is to be saved that nothing contains and that may not stand alone.

@@ -1,0 +1,53 @@
+// Where bytes come from and where they go to.
+#pragma once
+
+#include "tavo/Export.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tavo {
+
+/// Something that bytes are read from, front to back.
+class TAVO_EXPORT ByteSource {
+public:
+  virtual ~ByteSource() = default;
+  /// Reads up to `size` bytes to `to`; fewer than asked for do not mean the end, none does. Raises what the source
+  /// raises.
+  virtual std::size_t read(char* to, std::size_t size) = 0;
+};
+
+/// Something that bytes are written to, front to back.
+class TAVO_EXPORT ByteSink {
+public:
+  virtual ~ByteSink() = default;
+  /// Takes all of the bytes or raises.
+  virtual void write(std::string_view bytes) = 0;
+};
+
+/// Reads from memory that must outlive it.
+class TAVO_EXPORT MemorySource final : public ByteSource {
+public:
+  explicit MemorySource(std::string_view bytes) : left_(bytes) {}
+  std::size_t read(char* to, std::size_t size) override {
+    const std::size_t taken = left_.copy(to, size);
+    left_.remove_prefix(taken);
+    return taken;
+  }
+
+private:
+  std::string_view left_;
+};
+
+/// Appends to a string that must outlive it.
+class TAVO_EXPORT MemorySink final : public ByteSink {
+public:
+  explicit MemorySink(std::string& bytes) : bytes_(bytes) {}
+  void write(std::string_view bytes) override { bytes_ += bytes; }
+
+private:
+  std::string& bytes_;
+};
+
+} // namespace tavo

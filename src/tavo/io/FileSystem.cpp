@@ -1,0 +1,346 @@
+#include "tavo/io/FileSystem.h"
+
+#include "tavo/core/Error.h"
+#include "tavo/core/Errors.h"
+#include "tavo/core/Utf.h"
+#include "tavo/core/Uuid.h"
+
+#include <atomic>
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace tavo {
+namespace {
+
+[[noreturn]] void fail() { throw std::system_error(errno, std::generic_category()); }
+
+/// Calls until it is not interrupted by a signal; raises what else goes wrong.
+template <class Call>
+auto retried(Call call) {
+  for (;;) {
+    const auto result = call();
+    if (result >= 0)
+      return result;
+    if (errno != EINTR)
+      fail();
+  }
+}
+
+FileInfo infoOf(const struct stat& status) {
+  FileInfo info;
+  info.regular = S_ISREG(status.st_mode);
+  info.mode = status.st_mode & 07777;
+  info.owner = status.st_uid;
+  info.group = status.st_gid;
+  info.fingerprint = {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec,
+                      status.st_mtim.tv_nsec};
+  return info;
+}
+
+/// The file system that the process has anyway.
+class OperatingSystem final : public FileSystem {
+public:
+  std::optional<FileInfo> find(const Path& path) override {
+    struct stat status;
+    if (::stat(path.c_str(), &status) == 0)
+      return infoOf(status);
+    if (errno != ENOENT && errno != ENOTDIR)
+      fail();
+    return std::nullopt;
+  }
+
+  Path followLinks(const Path& path) override {
+    constexpr int mostLinks = 40; // as the kernel's
+    Path at = path;
+    for (int i = 0; i < mostLinks; ++i) {
+      std::error_code error;
+      const Path next = std::filesystem::read_symlink(at, error);
+      if (error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory)
+        return at;
+      if (error)
+        throw std::system_error(error);
+      at = at.parent_path() / next;
+    }
+    throw std::system_error(ELOOP, std::generic_category());
+  }
+
+  Handle open(const Path& path) override {
+    return retried([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
+  }
+
+  Handle create(const Path& path, std::uint32_t mode) override {
+    return retried([&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
+  }
+
+  FileInfo info(Handle file) override {
+    struct stat status;
+    if (::fstat(file, &status) != 0)
+      fail();
+    return infoOf(status);
+  }
+
+  std::size_t read(Handle file, char* to, std::size_t size) override {
+    return static_cast<std::size_t>(retried([&] { return ::read(file, to, size); }));
+  }
+
+  std::size_t write(Handle file, std::string_view bytes) override {
+    return static_cast<std::size_t>(retried([&] { return ::write(file, bytes.data(), bytes.size()); }));
+  }
+
+  void copyAccess(Handle file, const FileInfo& from) override {
+    // Only the superuser may give files away. Where it is refused, the file belongs to who saved it, as with any
+    // editor.
+    const auto own = info(file);
+    if (own.owner != from.owner || own.group != from.group) [[maybe_unused]]
+      const int refused = ::fchown(file, from.owner, from.group);
+    if (::fchmod(file, from.mode) != 0)
+      fail();
+  }
+
+  void sync(Handle file) override {
+    retried([&] { return ::fsync(file); });
+  }
+
+  void close(Handle file) override {
+    // An interrupted close has closed the file all the same.
+    if (::close(file) != 0 && errno != EINTR)
+      fail();
+  }
+
+  void rename(const Path& from, const Path& to) override {
+    if (::rename(from.c_str(), to.c_str()) != 0)
+      fail();
+  }
+
+  void remove(const Path& path) override {
+    if (::unlink(path.c_str()) != 0)
+      fail();
+  }
+
+  void syncFolder(const Path& folder) override {
+    const Handle handle = retried([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    const int result = ::fsync(handle);
+    const int error = errno;
+    ::close(handle);
+    // Some file systems have nothing to sync for a folder and say so.
+    if (result != 0 && error != EINVAL && error != ENOTSUP)
+      throw std::system_error(error, std::generic_category());
+  }
+};
+
+std::atomic<FileSystem*>& installed() {
+  static std::atomic<FileSystem*> pointer = nullptr;
+  return pointer;
+}
+
+/// Why something failed, for people.
+std::string reasonOf(const std::system_error& error) {
+  switch (error.code().value()) {
+  case ENOSPC:
+    return "the disk is full";
+  case EDQUOT:
+    return "the disk quota is used up";
+  case EACCES:
+  case EPERM:
+    return "permission denied";
+  case EROFS:
+    return "the file system is read-only";
+  case ENOENT:
+  case ENOTDIR:
+    return "there is no such folder";
+  case EIO:
+    return "the disk reports a fault";
+  default:
+    return error.code().message();
+  }
+}
+
+/// A file beside its target that takes the new content; removed by the destructor unless it has taken the target's
+/// place.
+class Temporary {
+public:
+  Temporary(FileSystem& fileSystem, const FileSystem::Path& target, const std::optional<FileInfo>& old)
+      : fileSystem_(fileSystem) {
+    // A file that is replaced may be private: nobody else gets to open its successor before it has the right mode.
+    const std::uint32_t mode = old ? 0600 : 0666;
+    path_ = target.parent_path() / (".tavo-" + toText(randomUuid()) + ".tmp");
+    handle_ = fileSystem_.create(path_, mode);
+    if (!old)
+      return;
+    try {
+      fileSystem_.copyAccess(handle_, *old);
+    } catch (...) {
+      discard();
+      throw;
+    }
+  }
+  Temporary(const Temporary&) = delete;
+  Temporary& operator=(const Temporary&) = delete;
+  ~Temporary() { discard(); }
+
+  void write(std::string_view bytes) {
+    while (!bytes.empty())
+      bytes.remove_prefix(fileSystem_.write(handle_, bytes));
+  }
+
+  /// Brings the content to the disk and returns what the file is like.
+  Fingerprint finish() {
+    fileSystem_.sync(handle_);
+    const auto fingerprint = fileSystem_.info(handle_).fingerprint;
+    fileSystem_.close(std::exchange(handle_, closed));
+    return fingerprint;
+  }
+
+  void moveTo(const FileSystem::Path& target) {
+    fileSystem_.rename(path_, target);
+    path_.clear();
+  }
+
+private:
+  /// What goes wrong here is not reported: the error that led here says more.
+  void discard() noexcept {
+    try {
+      if (handle_ != closed)
+        fileSystem_.close(std::exchange(handle_, closed));
+    } catch (const std::exception&) {
+    }
+    try {
+      if (!path_.empty())
+        fileSystem_.remove(std::exchange(path_, {}));
+    } catch (const std::exception&) {
+    }
+  }
+
+  static constexpr FileSystem::Handle closed = -1;
+  FileSystem& fileSystem_;
+  FileSystem::Path path_;
+  FileSystem::Handle handle_ = closed;
+};
+
+/// Hands the bytes on; failures of the file system become CannotWrite here, so that they are told from other errors.
+class TemporarySink final : public ByteSink {
+public:
+  TemporarySink(Temporary& file, const FileSystem::Path& target) : file_(file), target_(target) {}
+  void write(std::string_view bytes) override {
+    try {
+      file_.write(bytes);
+    } catch (const std::system_error& error) {
+      raise(FrameworkError::CannotWrite, target_, reasonOf(error));
+    }
+  }
+
+private:
+  Temporary& file_;
+  const FileSystem::Path& target_;
+};
+
+/// What stands at the target now. Raises unless it may be replaced.
+std::optional<FileInfo> requireReplaceable(FileSystem& fileSystem, const FileSystem::Path& target,
+                                           const FileSystem::Path& path, const Expectation& expected) {
+  auto present = fileSystem.find(target);
+  if (present && !present->regular)
+    raise(FrameworkError::NotARegularFile, path);
+  if (!expected.holdsFor(present))
+    raise(FrameworkError::FileChangedOnDisk, path);
+  return present;
+}
+
+} // namespace
+
+FileSystem& FileSystem::operatingSystem() {
+  static OperatingSystem instance;
+  return instance;
+}
+
+FileSystem& FileSystem::current() {
+  FileSystem* const other = installed();
+  return other ? *other : operatingSystem();
+}
+
+ScopedFileSystem::ScopedFileSystem(FileSystem& fileSystem) : before_(installed().exchange(&fileSystem)) {}
+ScopedFileSystem::~ScopedFileSystem() { installed() = before_; }
+
+InputFile::InputFile(std::filesystem::path path)
+    : path_(std::move(path)), fileSystem_(FileSystem::current()), handle_(-1) {
+  try {
+    // Looked at before it is opened, since opening a device can do something; and after, since it may have been
+    // replaced.
+    const auto found = fileSystem_.find(path_);
+    if (!found)
+      raise(FrameworkError::FileNotFound, path_);
+    if (!found->regular)
+      raise(FrameworkError::NotARegularFile, path_);
+    handle_ = fileSystem_.open(path_);
+    try {
+      const auto info = fileSystem_.info(handle_);
+      if (!info.regular)
+        raise(FrameworkError::NotARegularFile, path_);
+      fingerprint_ = info.fingerprint;
+    } catch (...) {
+      fileSystem_.close(handle_);
+      throw;
+    }
+  } catch (const std::system_error& error) {
+    if (error.code() == std::errc::no_such_file_or_directory)
+      raise(FrameworkError::FileNotFound, path_);
+    raise(FrameworkError::CannotRead, path_, reasonOf(error));
+  }
+}
+
+InputFile::~InputFile() {
+  try {
+    fileSystem_.close(handle_);
+  } catch (const std::exception&) {
+    // Everything that was wanted has been read.
+  }
+}
+
+std::size_t InputFile::read(char* to, std::size_t size) {
+  try {
+    return fileSystem_.read(handle_, to, size);
+  } catch (const std::system_error& error) {
+    raise(FrameworkError::CannotRead, path_, reasonOf(error));
+  }
+}
+
+Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
+                           const Expectation& expected) {
+  FileSystem& fileSystem = FileSystem::current();
+  FileSystem::Path target;
+  std::optional<FileInfo> old;
+  std::optional<Temporary> temporary;
+  Fingerprint fingerprint;
+  try {
+    target = fileSystem.followLinks(path);
+    old = requireReplaceable(fileSystem, target, path, expected);
+    temporary.emplace(fileSystem, target, old);
+  } catch (const std::system_error& error) {
+    raise(FrameworkError::CannotWrite, path, reasonOf(error));
+  }
+
+  TemporarySink sink(*temporary, path);
+  write(sink);
+
+  try {
+    fingerprint = temporary->finish();
+    requireReplaceable(fileSystem, target, path, expected);
+    temporary->moveTo(target);
+  } catch (const std::system_error& error) {
+    raise(FrameworkError::CannotWrite, path, reasonOf(error));
+  }
+  try {
+    fileSystem.syncFolder(target.has_parent_path() ? target.parent_path() : ".");
+  } catch (const std::system_error& error) {
+    raise(FrameworkError::SavedButNotSynced, path, reasonOf(error));
+  }
+  return fingerprint;
+}
+
+std::filesystem::path toPath(std::u16string_view text) { return toUtf8(text); }
+
+} // namespace tavo

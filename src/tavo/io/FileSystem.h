@@ -1,0 +1,155 @@
+// The seam to the file system, reading through it, and saving so that a failure leaves the old file whole.
+#pragma once
+
+#include "tavo/Export.h"
+#include "tavo/io/Bytes.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+namespace tavo {
+
+/// What a file was like at one moment. Two that are equal mean, as far as a file system can tell, that nobody has
+/// written the file in between.
+struct Fingerprint {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::uint64_t size = 0;
+  std::int64_t seconds = 0; ///< of the last change of the content
+  std::int64_t nanoseconds = 0;
+
+  friend bool operator==(const Fingerprint&, const Fingerprint&) = default;
+};
+
+struct FileInfo {
+  bool regular = false;
+  std::uint32_t mode = 0; ///< permission bits
+  std::uint32_t owner = 0;
+  std::uint32_t group = 0;
+  Fingerprint fingerprint;
+};
+
+/// The calls that the framework makes to the file system. Every one of them reports failure as std::system_error of the
+/// generic category; the functions below turn these into errors with the file's name. A test installs one that fails
+/// where it wants to.
+class TAVO_EXPORT FileSystem {
+public:
+  using Handle = int;
+  using Path = std::filesystem::path;
+
+  virtual ~FileSystem() = default;
+
+  /// About what a path leads to, links followed; nothing when there is no such file.
+  virtual std::optional<FileInfo> find(const Path& path) = 0;
+  /// Where the links lead that the last part of a path consists of; the path itself when it is none.
+  virtual Path followLinks(const Path& path) = 0;
+
+  /// Opens for reading and never waits, whatever the path leads to.
+  virtual Handle open(const Path& path) = 0;
+  /// Creates a file that must not exist, for writing; the mode is subject to the process's mask.
+  virtual Handle create(const Path& path, std::uint32_t mode) = 0;
+  virtual FileInfo info(Handle file) = 0;
+  /// Up to `size` bytes; none at the end.
+  virtual std::size_t read(Handle file, char* to, std::size_t size) = 0;
+  /// How many bytes were taken, at least one.
+  virtual std::size_t write(Handle file, std::string_view bytes) = 0;
+  /// Gives a file the mode of another and, where the process may, its owner and group.
+  virtual void copyAccess(Handle file, const FileInfo& from) = 0;
+  /// Returns when the file's content is on the disk.
+  virtual void sync(Handle file) = 0;
+  /// The handle is gone, whether or not this raises.
+  virtual void close(Handle file) = 0;
+
+  virtual void rename(const Path& from, const Path& to) = 0;
+  virtual void remove(const Path& path) = 0;
+  /// Returns when the names in a folder are on the disk.
+  virtual void syncFolder(const Path& folder) = 0;
+
+  /// The file system of the process: the operating system's, unless another one is installed.
+  static FileSystem& current();
+  static FileSystem& operatingSystem();
+};
+
+/// Installs a file system as long as it lives; they nest.
+class TAVO_EXPORT ScopedFileSystem {
+public:
+  explicit ScopedFileSystem(FileSystem& fileSystem);
+  ScopedFileSystem(const ScopedFileSystem&) = delete;
+  ScopedFileSystem& operator=(const ScopedFileSystem&) = delete;
+  ~ScopedFileSystem();
+
+private:
+  FileSystem* before_;
+};
+
+/// A regular file that is being read; closed by the destructor.
+class TAVO_EXPORT InputFile final : public ByteSource {
+public:
+  /// Raises FileNotFound, NotARegularFile (a folder, a device, a pipe; without waiting for one) or CannotRead.
+  explicit InputFile(std::filesystem::path path);
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+  ~InputFile() override;
+
+  /// Raises CannotRead.
+  std::size_t read(char* to, std::size_t size) override;
+
+  const std::filesystem::path& path() const { return path_; }
+  /// What the file was like when it was opened: keep it for saveAtomically.
+  const Fingerprint& fingerprint() const { return fingerprint_; }
+
+private:
+  std::filesystem::path path_;
+  FileSystem& fileSystem_;
+  FileSystem::Handle handle_;
+  Fingerprint fingerprint_;
+};
+
+/// What may stand where a file is to be saved.
+class Expectation {
+public:
+  /// Whatever is there may be replaced.
+  static Expectation anything() { return Expectation(Kind::anything, {}); }
+  /// There must be no file yet.
+  static Expectation nothing() { return Expectation(Kind::nothing, {}); }
+  /// The file must be the one that was read, or saved, before.
+  static Expectation unchanged(const Fingerprint& since) { return Expectation(Kind::unchanged, since); }
+
+  bool holdsFor(const std::optional<FileInfo>& present) const {
+    switch (kind_) {
+    case Kind::nothing:
+      return !present;
+    case Kind::unchanged:
+      return present && present->fingerprint == since_;
+    default:
+      return true;
+    }
+  }
+
+private:
+  enum class Kind { anything, nothing, unchanged };
+  Expectation(Kind kind, const Fingerprint& since) : kind_(kind), since_(since) {}
+
+  Kind kind_;
+  Fingerprint since_;
+};
+
+/// Replaces the file by what `write` gives, whole or not at all, and returns what the new file is like.
+///
+/// The bytes go to a temporary file in the same folder, which has the old file's mode; it is synced, renamed over the
+/// old file, and the folder is synced. Links are followed, so a link stays a link. When anything fails before the
+/// renaming, the old file is as it was and the temporary one is gone: what `write` raises passes through, failures of
+/// the file system are CannotWrite (a full disk says so), and what is no regular file is NotARegularFile.
+/// FileChangedOnDisk is raised when the expectation does not hold, before writing or directly before renaming; between
+/// that last look and the renaming another program can still slip in. SavedButNotSynced is raised when the folder could
+/// not be synced: the new file is in place then.
+TAVO_EXPORT Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
+                                       const Expectation& expected = Expectation::anything());
+
+/// A path as the argument of an error or the name of a source: UTF-8, as far as it is.
+TAVO_EXPORT std::filesystem::path toPath(std::u16string_view text);
+
+} // namespace tavo
