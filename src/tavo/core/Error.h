@@ -57,9 +57,10 @@ private:
   std::shared_ptr<const Payload> payload_;
 };
 
+/// A number, and not one of the types that C++ counts among them.
 template <class T>
-concept ErrorNumber = (std::integral<T> || std::floating_point<T>)&&!std::same_as<T, bool> && !std::same_as<T, char> &&
-                      !std::same_as<T, char16_t>;
+concept ErrorNumber = std::floating_point<T> ||
+    (std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, char16_t>);
 
 /// An argument as text: text as it is, UTF-8 decoded leniently (an error must not fail over its own arguments),
 /// integers in decimal, floating-point numbers with six digits after the point.

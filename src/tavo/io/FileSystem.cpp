@@ -9,8 +9,10 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <time.h>
 #include <unistd.h>
 #include <utility>
 
@@ -77,6 +79,20 @@ public:
     return retried([&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
   }
 
+  Handle openFolder(const Path& folder) override {
+    return retried([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+  }
+
+  void lock(Handle folder) noexcept override {
+    constexpr int attempts = 500;
+    constexpr timespec pause{0, 10'000'000};
+    for (int i = 0; i < attempts && ::flock(folder, LOCK_EX | LOCK_NB) != 0; ++i) {
+      if (errno != EWOULDBLOCK && errno != EINTR)
+        return;
+      ::nanosleep(&pause, nullptr);
+    }
+  }
+
   FileInfo info(Handle file) override {
     struct stat status;
     if (::fstat(file, &status) != 0)
@@ -103,7 +119,9 @@ public:
   }
 
   void sync(Handle file) override {
-    retried([&] { return ::fsync(file); });
+    // Some file systems have nothing to sync for a folder and say so.
+    if (::fsync(file) != 0 && errno != EINVAL && errno != ENOTSUP)
+      fail();
   }
 
   void close(Handle file) override {
@@ -120,16 +138,6 @@ public:
   void remove(const Path& path) override {
     if (::unlink(path.c_str()) != 0)
       fail();
-  }
-
-  void syncFolder(const Path& folder) override {
-    const Handle handle = retried([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    const int result = ::fsync(handle);
-    const int error = errno;
-    ::close(handle);
-    // Some file systems have nothing to sync for a folder and say so.
-    if (result != 0 && error != EINVAL && error != ENOTSUP)
-      throw std::system_error(error, std::generic_category());
   }
 };
 
@@ -159,6 +167,29 @@ std::string reasonOf(const std::system_error& error) {
     return error.code().message();
   }
 }
+
+/// A folder that stays open, and once locked stays locked, as long as this lives.
+class OpenFolder {
+public:
+  OpenFolder(FileSystem& fileSystem, const FileSystem::Path& folder)
+      : fileSystem_(fileSystem), handle_(fileSystem.openFolder(folder)) {}
+  OpenFolder(const OpenFolder&) = delete;
+  OpenFolder& operator=(const OpenFolder&) = delete;
+  ~OpenFolder() {
+    try {
+      fileSystem_.close(handle_);
+    } catch (const std::exception&) {
+      // Nothing was written through it.
+    }
+  }
+
+  void lock() noexcept { fileSystem_.lock(handle_); }
+  void sync() { fileSystem_.sync(handle_); }
+
+private:
+  FileSystem& fileSystem_;
+  FileSystem::Handle handle_;
+};
 
 /// A file beside its target that takes the new content; removed by the destructor unless it has taken the target's
 /// place.
@@ -312,12 +343,13 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
                            const Expectation& expected) {
   FileSystem& fileSystem = FileSystem::current();
   FileSystem::Path target;
-  std::optional<FileInfo> old;
+  std::optional<OpenFolder> folder;
   std::optional<Temporary> temporary;
   Fingerprint fingerprint;
   try {
     target = fileSystem.followLinks(path);
-    old = requireReplaceable(fileSystem, target, path, expected);
+    const auto old = requireReplaceable(fileSystem, target, path, expected);
+    folder.emplace(fileSystem, target.has_parent_path() ? target.parent_path() : ".");
     temporary.emplace(fileSystem, target, old);
   } catch (const std::system_error& error) {
     raise(FrameworkError::CannotWrite, path, reasonOf(error));
@@ -328,13 +360,14 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
 
   try {
     fingerprint = temporary->finish();
+    folder->lock();
     requireReplaceable(fileSystem, target, path, expected);
     temporary->moveTo(target);
   } catch (const std::system_error& error) {
     raise(FrameworkError::CannotWrite, path, reasonOf(error));
   }
   try {
-    fileSystem.syncFolder(target.has_parent_path() ? target.parent_path() : ".");
+    folder->sync();
   } catch (const std::system_error& error) {
     raise(FrameworkError::SavedButNotSynced, path, reasonOf(error));
   }

@@ -51,6 +51,11 @@ public:
   virtual Handle open(const Path& path) = 0;
   /// Creates a file that must not exist, for writing; the mode is subject to the process's mask.
   virtual Handle create(const Path& path, std::uint32_t mode) = 0;
+  /// Opens a folder, to be locked and synced.
+  virtual Handle openFolder(const Path& folder) = 0;
+  /// Keeps others who lock the folder waiting until it is closed. Nothing relies on it alone: where locking is not
+  /// possible, or somebody keeps the folder locked for seconds, it returns all the same.
+  virtual void lock(Handle folder) noexcept = 0;
   virtual FileInfo info(Handle file) = 0;
   /// Up to `size` bytes; none at the end.
   virtual std::size_t read(Handle file, char* to, std::size_t size) = 0;
@@ -58,16 +63,13 @@ public:
   virtual std::size_t write(Handle file, std::string_view bytes) = 0;
   /// Gives a file the mode of another and, where the process may, its owner and group.
   virtual void copyAccess(Handle file, const FileInfo& from) = 0;
-  /// Returns when the file's content is on the disk.
+  /// Returns when the content of a file, or the names in a folder, are on the disk.
   virtual void sync(Handle file) = 0;
   /// The handle is gone, whether or not this raises.
   virtual void close(Handle file) = 0;
 
   virtual void rename(const Path& from, const Path& to) = 0;
   virtual void remove(const Path& path) = 0;
-  /// Returns when the names in a folder are on the disk.
-  virtual void syncFolder(const Path& folder) = 0;
-
   /// The file system of the process: the operating system's, unless another one is installed.
   static FileSystem& current();
   static FileSystem& operatingSystem();

@@ -30,6 +30,7 @@ public:
     ::XML_SetUserData(expat_, this);
     ::XML_SetElementHandler(expat_, onStart, onEnd);
     ::XML_SetCharacterDataHandler(expat_, onText);
+    ::XML_SetCommentHandler(expat_, onComment);
     ::XML_SetXmlDeclHandler(expat_, onDeclaration);
     ::XML_SetStartDoctypeDeclHandler(expat_, onDocumentType);
     ::XML_SetProcessingInstructionHandler(expat_, onInstruction);
@@ -147,7 +148,7 @@ private:
     text_.clear();
   }
 
-  /// A tag that arrived whole was never pending, but counts as well.
+  /// A tag or comment that arrived whole was never pending, but counts as well.
   void checkLast() const {
     if (static_cast<std::size_t>(::XML_GetCurrentByteCount(expat_)) > limits_.tokenBytes)
       exceedToken();
@@ -181,6 +182,9 @@ private:
   }
   static void onText(void* self, const char* text, int size) {
     guarded(self, [&](Parser& parser) { parser.addText({text, static_cast<std::size_t>(size)}); });
+  }
+  static void onComment(void* self, const char*) {
+    guarded(self, [](Parser& parser) { parser.checkLast(); });
   }
   static void onDeclaration(void* self, const char* version, const char* encoding, int) {
     guarded(self, [&](Parser& parser) { parser.declare(version, encoding); });

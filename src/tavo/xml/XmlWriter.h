@@ -32,11 +32,16 @@ public:
   XmlWriter& attribute(std::string_view name, std::u16string_view value);
   XmlWriter& attribute(std::string_view name, std::string_view utf8);
   XmlWriter& attribute(std::string_view name, const char* utf8) { return attribute(name, std::string_view(utf8)); }
-  XmlWriter& attribute(std::string_view name, bool value) { return attribute(name, value ? "true" : "false"); }
+  /// A template, so that no text pointer turns into it.
+  template <std::same_as<bool> Bool>
+  XmlWriter& attribute(std::string_view name, Bool value) {
+    return attribute(name, std::string_view(value ? "true" : "false"));
+  }
   /// The shortest text that reads back as the same number.
   template <class Number>
-  requires(std::integral<Number> || std::floating_point<Number>) &&
-      (sizeof(Number) <= sizeof(double)) XmlWriter& attribute(std::string_view name, Number value) {
+  requires(std::integral<Number> || std::same_as<Number, double> || std::same_as<Number, float>) &&
+      (!std::same_as<Number, bool> && !std::same_as<Number, char> &&
+       !std::same_as<Number, char16_t>)XmlWriter& attribute(std::string_view name, Number value) {
     char digits[32];
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
     return attribute(name, std::string_view(digits, static_cast<std::size_t>(end - digits)));
