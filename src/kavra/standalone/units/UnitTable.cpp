@@ -130,7 +130,7 @@ public:
     });
     if (auto mistaken = root["mistaken"].as_table())
       for (auto&& [word, meant] : *mistaken)
-        table_.mistaken_.insert_or_assign(wide(word.str(), meant), wide(meant.value_or(std::string()), meant));
+        addMistaken(wide(word.str(), meant), wide(meant.value_or(std::string()), meant), meant);
   }
 
 private:
@@ -301,6 +301,17 @@ private:
       for (auto prefix : entry.prefixes)
         add(table_.prefixes_[prefix].name + name, prefix, false);
     }
+  }
+
+  void addMistaken(const std::u16string& word, const std::u16string& meant, const toml::node& place) {
+    if (table_.find(word))
+      fail(place.source(), "'" + toUtf8(word) + "' has a meaning already");
+    try {
+      table_.read(meant);
+    } catch (const Error& error) {
+      fail(place.source(), error.what()); // advice that is itself refused would be worse than none
+    }
+    table_.mistaken_.insert_or_assign(word, meant);
   }
 
   UnitTable& table_;
