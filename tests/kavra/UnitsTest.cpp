@@ -101,7 +101,7 @@ TEST_F(UnitsTest, SaysWhatIsWrongAndWhere) {
       {u"m(s)", "at position 2: an operator is missing"},
       {u"J/kg K", "at position 6: a blank after '/' can be read in two ways; use '*' or parentheses"},
       {u"m\u00a0s", "at position 2: character U+00A0 is found where an operator or the end should stand"},
-      {u"m/2.5", "at position 3: the only number that is a unit is 1; numbers belong into the value, and powers are "
+      {u"m/2.5", "at position 3: the only number that is a unit is 1; numbers belong in the value, and powers are "
                  "written with '^'"},
   };
   for (auto& [text, expected] : rows)
