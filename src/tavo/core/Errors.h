@@ -30,6 +30,8 @@ struct FrameworkError {
   static constexpr ErrorId CannotWrite{"tavo:io:CannotWrite"};
   /// (feature) A collection was changed while somebody iterated over it.
   static constexpr ErrorId CollectionChangedWhileIterating{"tavo:messages:CollectionChangedWhileIterating"};
+  /// (feature, class) An object is added to something that it contains itself.
+  static constexpr ErrorId ContainmentCycle{"tavo:messages:ContainmentCycle"};
   /// (place, feature, target) A file refers to an object that it does not hold.
   static constexpr ErrorId DanglingReference{"tavo:messages:DanglingReference"};
   /// (place, identity) Two objects of a model have one identity.

@@ -1,0 +1,250 @@
+#include "tavo/collection/ItemList.h"
+
+#include <algorithm>
+#include <bit>
+#include <stdexcept>
+
+namespace tavo {
+namespace {
+
+std::uint32_t fold(std::size_t hash) {
+  const auto wide = static_cast<std::uint64_t>(hash) * 0x9e3779b97f4a7c15ull;
+  return static_cast<std::uint32_t>(wide >> 32);
+}
+
+std::uint32_t identityHash(const ModelElement::Impl& object) { return fold(reinterpret_cast<std::size_t>(&object)); }
+
+} // namespace
+
+void KeyIndex::reserve(std::size_t count) {
+  const std::size_t wanted = std::bit_ceil(count * 3 / 2 + 8);
+  if (entries_ && wanted <= mask_ + 1)
+    return;
+  KeyIndex grown;
+  grown.entries_ = std::make_unique<Entry[]>(wanted);
+  grown.mask_ = wanted - 1;
+  if (entries_)
+    for (std::size_t at = 0; at <= mask_; ++at)
+      if (entries_[at].slot != npos)
+        grown.insert(entries_[at].hash, entries_[at].slot);
+  *this = std::move(grown);
+}
+
+void KeyIndex::insert(std::uint32_t hash, std::uint32_t slot) noexcept {
+  std::size_t at = hash & mask_;
+  while (entries_[at].slot != npos)
+    at = (at + 1) & mask_;
+  entries_[at] = {hash, slot};
+}
+
+void KeyIndex::erase(std::uint32_t hash, std::uint32_t slot) noexcept {
+  std::size_t hole = hash & mask_;
+  while (entries_[hole].slot != slot || entries_[hole].hash != hash)
+    hole = (hole + 1) & mask_;
+  // Close the hole, so that no search has to pass over deleted entries.
+  for (std::size_t at = (hole + 1) & mask_; entries_[at].slot != npos; at = (at + 1) & mask_) {
+    const std::size_t home = entries_[at].hash & mask_;
+    if (((at - home) & mask_) >= ((at - hole) & mask_)) {
+      entries_[hole] = entries_[at];
+      hole = at;
+    }
+  }
+  entries_[hole] = {};
+}
+
+ItemList::ItemList(const MetaProperty* property)
+    : property_(property), links_(property && property->isReference()), keyed_(property && property->key(0)) {}
+
+std::size_t ItemList::indexCount() const {
+  if (keyed_)
+    return property_->key(1) ? 2 : 1;
+  return links_ ? 1 : 0;
+}
+
+std::uint32_t& ItemList::slotOf(void* item) const {
+  return links_ ? static_cast<Link*>(item)->slot : static_cast<ModelElement::Impl*>(item)->slot_;
+}
+
+std::uint32_t ItemList::hashOf(std::size_t which, const ModelElement::Impl& object) const {
+  if (isIdentityIndexed())
+    return identityHash(object);
+  const MetaProperty& key = *property_->key(which);
+  return fold(key.datatype()->hash(object.field(key)));
+}
+
+void ItemList::reserve(std::size_t count) {
+  // Free slots count: nodes_ holds as many slots as the list ever had items.
+  if (count > nodes_.capacity())
+    nodes_.reserve(std::max<std::size_t>({2, count, nodes_.size() * 2}));
+  if (count < indexedFrom)
+    return;
+  KeyIndex built[2];
+  for (std::size_t which = 0; which < indexCount(); ++which) {
+    if (indexes_[which].isBuilt()) {
+      indexes_[which].reserve(count);
+      continue;
+    }
+    built[which].reserve(count);
+    for (std::uint32_t slot = head_; slot != none; slot = nodes_[slot].next)
+      built[which].insert(hashOf(which, *objectOf(nodes_[slot].item)), slot);
+  }
+  for (std::size_t which = 0; which < indexCount(); ++which)
+    if (built[which].isBuilt())
+      indexes_[which] = std::move(built[which]);
+}
+
+void ItemList::insertAfter(void* item, void* previous) noexcept {
+  std::uint32_t slot = free_;
+  if (slot != none)
+    free_ = nodes_[slot].next;
+  else {
+    slot = static_cast<std::uint32_t>(nodes_.size());
+    nodes_.push_back({}); // never grows: reserveOne, or the state that undo goes back to, made the room
+  }
+  const std::uint32_t before = previous ? slotOf(previous) : none;
+  const std::uint32_t after = previous ? nodes_[before].next : head_;
+  nodes_[slot] = {item, before, after};
+  (before == none ? head_ : nodes_[before].next) = slot;
+  (after == none ? tail_ : nodes_[after].previous) = slot;
+  slotOf(item) = slot;
+  for (std::size_t which = 0; which < indexCount(); ++which)
+    if (indexes_[which].isBuilt())
+      indexes_[which].insert(hashOf(which, *objectOf(item)), slot);
+  // Appending keeps an order that is there: a list that is filled and read in turn must not sort each time.
+  if (ordered_ && !keyed_ && after == none && order_.size() == count_ && order_.capacity() > order_.size())
+    order_.push_back(slot);
+  else
+    ordered_ = false;
+  ++count_;
+  ++version_;
+}
+
+void* ItemList::take(void* item) noexcept {
+  const std::uint32_t slot = slotOf(item);
+  for (std::size_t which = 0; which < indexCount(); ++which)
+    if (indexes_[which].isBuilt())
+      indexes_[which].erase(hashOf(which, *objectOf(item)), slot);
+  const Node node = nodes_[slot];
+  (node.previous == none ? head_ : nodes_[node.previous].next) = node.next;
+  (node.next == none ? tail_ : nodes_[node.next].previous) = node.previous;
+  if (ordered_ && !order_.empty() && order_.back() == slot)
+    order_.pop_back();
+  else
+    ordered_ = false;
+  nodes_[slot] = {nullptr, none, free_};
+  free_ = slot;
+  --count_;
+  ++version_;
+  return node.previous == none ? nullptr : nodes_[node.previous].item;
+}
+
+void* ItemList::nextOf(void* item) const {
+  const std::uint32_t next = nodes_[slotOf(item)].next;
+  return next == none ? nullptr : nodes_[next].item;
+}
+
+void* ItemList::previousOf(void* item) const {
+  const std::uint32_t previous = nodes_[slotOf(item)].previous;
+  return previous == none ? nullptr : nodes_[previous].item;
+}
+
+void ItemList::makeOrder() {
+  ordered_ = false;
+  order_.clear();
+  order_.reserve(nodes_.capacity()); // so that appending to a list that is being read stays cheap
+  for (std::uint32_t slot = head_; slot != none; slot = nodes_[slot].next)
+    order_.push_back(slot);
+  if (keyed_) {
+    const MetaProperty& key = *property_->key(0);
+    const auto compare = key.datatype()->compare;
+    const auto less = [&](std::uint32_t a, std::uint32_t b) {
+      return compare(objectOf(nodes_[a].item)->field(key), objectOf(nodes_[b].item)->field(key)) < 0;
+    };
+    if (!std::is_sorted(order_.begin(), order_.end(), less))
+      std::sort(order_.begin(), order_.end(), less);
+  }
+  ordered_ = true;
+}
+
+void* ItemList::at(std::size_t position) {
+  if (!ordered_)
+    makeOrder();
+  return nodes_[order_[position]].item;
+}
+
+template <class Matches>
+void* ItemList::search(std::size_t which, std::uint32_t hash, const Matches& matches) const {
+  if (indexes_[which].isBuilt()) {
+    const std::uint32_t slot =
+        indexes_[which].find(hash, [&](std::uint32_t at) { return matches(*objectOf(nodes_[at].item)); });
+    return slot == KeyIndex::npos ? nullptr : nodes_[slot].item;
+  }
+  for (std::uint32_t slot = head_; slot != none; slot = nodes_[slot].next)
+    if (matches(*objectOf(nodes_[slot].item)))
+      return nodes_[slot].item;
+  return nullptr;
+}
+
+void* ItemList::find(const ModelElement::Impl& object) const {
+  if (keyed_ && count_ >= indexedFrom) {
+    void* item = findKey(0, object.field(*property_->key(0)));
+    return item && objectOf(item) == &object ? item : nullptr;
+  }
+  if (!links_) { // a child knows its slot
+    const std::uint32_t slot = object.slot_;
+    return slot < nodes_.size() && nodes_[slot].item == &object ? const_cast<ModelElement::Impl*>(&object) : nullptr;
+  }
+  return search(0, identityHash(object), [&](const ModelElement::Impl& other) { return &other == &object; });
+}
+
+void* ItemList::findKey(std::size_t which, const void* key) const {
+  const MetaProperty& attribute = *property_->key(which);
+  const Datatype& type = *attribute.datatype();
+  return search(which, indexes_[which].isBuilt() ? fold(type.hash(key)) : 0,
+                [&](const ModelElement::Impl& object) { return type.equal(object.field(attribute), key); });
+}
+
+void* ItemList::findText(std::size_t which, std::u16string_view key) const {
+  const MetaProperty& attribute = *property_->key(which);
+  return search(which, indexes_[which].isBuilt() ? fold(static_cast<std::size_t>(hashText(key))) : 0,
+                [&](const ModelElement::Impl& object) {
+                  return static_cast<const String*>(object.field(attribute))->view() == key;
+                });
+}
+
+bool ItemList::hasOther(std::size_t which, const void* key, const ModelElement::Impl& object) const {
+  void* found = findKey(which, key);
+  return found && objectOf(found) != &object;
+}
+
+void ItemList::unindex(std::size_t which, void* item) noexcept {
+  if (indexes_[which].isBuilt())
+    indexes_[which].erase(hashOf(which, *objectOf(item)), slotOf(item));
+}
+
+void ItemList::reindex(std::size_t which, void* item) noexcept {
+  if (indexes_[which].isBuilt())
+    indexes_[which].insert(hashOf(which, *objectOf(item)), slotOf(item));
+  if (which == 0)
+    ordered_ = false;
+  ++version_;
+}
+
+void ItemList::check() const {
+  std::uint32_t counted = 0;
+  std::uint32_t before = none;
+  for (std::uint32_t slot = head_; slot != none; before = slot, slot = nodes_[slot].next, ++counted) {
+    if (nodes_[slot].previous != before || slotOf(nodes_[slot].item) != slot || counted >= count_)
+      throw std::logic_error("a list is not linked as it should be");
+    for (std::size_t which = 0; which < indexCount(); ++which) {
+      ModelElement::Impl* object = objectOf(nodes_[slot].item);
+      void* found = keyed_ ? findKey(which, object->field(*property_->key(which))) : find(*object);
+      if (found != nodes_[slot].item)
+        throw std::logic_error("an index does not find an item of its list");
+    }
+  }
+  if (counted != count_ || tail_ != before)
+    throw std::logic_error("a list does not hold as many items as it counts");
+}
+
+} // namespace tavo

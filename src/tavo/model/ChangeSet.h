@@ -1,0 +1,54 @@
+// What a listener hears: the net effect of one transaction.
+#pragma once
+
+#include "tavo/model/Model.h"
+#include "tavo/value/Value.h"
+
+namespace tavo {
+
+class Step;
+
+/// One net change.
+struct Change {
+  enum class Kind : std::uint8_t {
+    created,   ///< `object` is new
+    destroyed, ///< `object` is gone (its handle is false; see `uuid`)
+    changed,   ///< attribute `property` of `object` had the value `before`
+    added,     ///< `other` came into `property` of `object`
+    removed,   ///< `other` left `property` of `object`
+  };
+  Kind kind;
+  ModelElement object;
+  tavo::Uuid uuid;            ///< of the object
+  const MetaClass* metaClass; ///< of the object
+  const MetaProperty* property =
+      nullptr; ///< null for created and destroyed, and where `other` became or ceased to be top-level
+  ModelElement other{};
+  Value before{};
+};
+
+/// The net changes of one step, in the order of their first mention; what was changed and changed back does not appear.
+/// It is worked out when it is asked for, so a listener that only wants to know *that* something changed costs nothing.
+/// Valid during the call of the listener.
+class TAVO_EXPORT ChangeSet {
+public:
+  ChangeSet(ModelData& model, Step& step, std::size_t from, bool undone)
+      : model_(model), step_(step), from_(from), undone_(undone) {}
+
+  Model model() const;
+  /// Whether the step is being taken back rather than made.
+  bool isUndo() const { return undone_; }
+  /// Whether anything changed that one of these features holds: cheaper than all changes.
+  bool touches(const MetaProperty& property) const;
+  const std::vector<Change>& changes() const;
+
+private:
+  ModelData& model_;
+  Step& step_;
+  std::size_t from_;
+  bool undone_;
+  mutable std::vector<Change> changes_;
+  mutable bool known_ = false;
+};
+
+} // namespace tavo

@@ -1,0 +1,70 @@
+// The objects of one class in one model: a pool of equal blocks, which is also what queries run over.
+#pragma once
+
+#include "tavo/meta/MetaRegistry.h"
+#include "tavo/model/ModelElement.h"
+
+#include <memory>
+#include <vector>
+
+namespace tavo {
+
+/// Internal. Blocks never move. An extent outlives its model for as long as handles count on blocks of it.
+class Extent {
+public:
+  Extent(ModelData* model, const MetaClass& metaClass);
+  Extent(const Extent&) = delete;
+  Extent& operator=(const Extent&) = delete;
+
+  /// Null once the model is gone.
+  ModelData* model() const { return model_; }
+  const MetaClass& metaClass() const { return *class_; }
+  /// Objects that are alive or dead (kept by the log).
+  std::size_t size() const { return used_; }
+
+  /// Constructs an object; may raise, and then nothing has changed.
+  ModelElement::Impl* create(const Uuid& uuid);
+  /// Destroys an object's storage and frees its block, at once or when its last handle lets go.
+  void release(ModelElement::Impl& object) noexcept;
+  void releaseZombie(ModelElement::Impl& object) noexcept;
+
+  /// Calls `visit(object)` for each block that holds an object, alive or dead, in the order of memory.
+  template <class Visit>
+  void forEach(const Visit& visit) const {
+    for (const auto& chunk : chunks_)
+      for (std::size_t i = 0; i < chunk.count; ++i) {
+        ModelElement::Impl& object = block(chunk, i);
+        if (object.state() == ObjectState::alive || object.state() == ObjectState::dead)
+          visit(object);
+      }
+  }
+
+  /// Takes over all blocks of an extent of the same class in another model; `reserveAdoption` has made the room.
+  void adopt(Extent& other) noexcept;
+  void reserveAdoption(const Extent& other) { chunks_.reserve(chunks_.size() + other.chunks_.size()); }
+  /// The end of the model: destroys all objects; deletes the extent itself now or with its last zombie.
+  static void orphan(std::unique_ptr<Extent> extent) noexcept;
+
+private:
+  struct Chunk {
+    std::unique_ptr<std::byte[]> memory;
+    std::size_t count;
+  };
+
+  ModelElement::Impl& block(const Chunk& chunk, std::size_t index) const {
+    return *std::launder(reinterpret_cast<ModelElement::Impl*>(chunk.memory.get() + index * blockSize_));
+  }
+  void addChunk();
+  void putOnFreeList(void* block) noexcept;
+
+  ModelData* model_;
+  const MetaClass* class_;
+  std::size_t blockSize_;
+  std::vector<Chunk> chunks_;
+  std::size_t nextChunk_; ///< blocks of the next chunk
+  ModelElement::Impl* free_ = nullptr;
+  std::size_t used_ = 0;
+  std::size_t zombies_ = 0;
+};
+
+} // namespace tavo

@@ -1,0 +1,179 @@
+#include "tavo/model/Model.h"
+
+#include "tavo/core/Errors.h"
+#include "tavo/model/ModelData.h"
+#include "tavo/model/Transaction.h"
+
+namespace tavo {
+
+// Listeners
+
+ListenerToken& ListenerToken::operator=(ListenerToken&& other) noexcept {
+  if (this != &other) {
+    reset();
+    entry_ = std::move(other.entry_);
+  }
+  return *this;
+}
+
+ListenerToken::~ListenerToken() { reset(); }
+
+void ListenerToken::reset() noexcept {
+  if (entry_)
+    entry_->active = false;
+  entry_.reset();
+}
+
+// Models
+
+Model::Model(ModelData* data) noexcept : data_(data) {
+  if (data_)
+    data_->addRef();
+}
+
+Model::~Model() {
+  if (data_)
+    data_->removeRef();
+}
+
+Model Model::create() { return create(Constellation::process()); }
+Model Model::create(Constellation& constellation) { return Model(new ModelData(&constellation)); }
+
+Model::operator bool() const noexcept { return data_ && data_->isOpen(); }
+
+void Model::destroy() const noexcept {
+  if (data_)
+    data_->close();
+}
+
+ModelData& Model::data() const {
+  if (!data_ || !data_->isOpen())
+    raise(FrameworkError::CannotCreateWithoutModel, "ModelElement");
+  return *data_;
+}
+
+ModelElement Model::create(const MetaClass& metaClass, const Uuid& uuid) const {
+  if (!*this)
+    raise(FrameworkError::CannotCreateWithoutModel, metaClass.name());
+  return ModelElement(data_->create(metaClass, uuid, nullptr, nullptr));
+}
+
+ModelElement Model::createProxy(const MetaClass& metaClass, const Uuid& uuid) const {
+  return ModelElement(data().create(metaClass, uuid, nullptr, nullptr, true));
+}
+
+ModelElement Model::find(const Uuid& uuid) const { return ModelElement(data().find(uuid)); }
+
+std::vector<ModelElement> Model::topLevel() const {
+  ItemList& list = data().topLevel();
+  std::vector<ModelElement> objects;
+  objects.reserve(list.size());
+  for (void* item = list.first(); item; item = list.nextOf(item))
+    objects.emplace_back(static_cast<ModelElement::Impl*>(item));
+  return objects;
+}
+
+ModelElement::Impl* Model::findTopLevel(const MetaClass& metaClass) const {
+  ItemList& list = data().topLevel();
+  for (void* item = list.first(); item; item = list.nextOf(item))
+    if (auto* object = static_cast<ModelElement::Impl*>(item); object->isA(metaClass) && !object->isProxy())
+      return object;
+  return nullptr;
+}
+
+std::size_t Model::objectCount() const { return data().objectCount(); }
+void Model::moveContentsTo(const Model& target) const { target.data().adoptContents(data()); }
+
+bool Model::isOpenForWriting() const { return *this && !data_->frozen; }
+void Model::setFrozen(bool frozen) const { data().frozen = frozen; }
+unsigned Model::frameworkUpdateDepth() const { return data().frameworkUpdates; }
+
+bool Model::canUndo() const { return data().log().canUndo(); }
+bool Model::canRedo() const { return data().log().canRedo(); }
+
+bool Model::undo() const {
+  if (!canUndo() && !data().inTransaction())
+    return false;
+  data().undo(false);
+  return true;
+}
+
+bool Model::redo() const {
+  if (!canRedo() && !data().inTransaction())
+    return false;
+  data().undo(true);
+  return true;
+}
+
+std::uint64_t Model::undoSerial() const { return canUndo() ? data().log().lastDone()->serial : 0; }
+std::uint64_t Model::redoSerial() const { return canRedo() ? data().log().firstUndone()->serial : 0; }
+void Model::setUndoDepth(std::size_t steps) const { data().log().setDepth(steps); }
+void Model::clearHistory() const { data().log().clear(); }
+std::uint64_t Model::recordsWritten() const { return data().log().recordsWritten; }
+
+ListenerToken Model::addListener(std::function<void(const ChangeSet&)> listener) const {
+  return ListenerToken(data().listen(std::move(listener)));
+}
+
+ListenerToken Model::addShallowListener(std::function<void()> listener) const {
+  return addListener([listener = std::move(listener)](const ChangeSet&) { listener(); });
+}
+
+const String& Model::name() const { return data().name; }
+void Model::setName(const String& name) const { data().name = name; }
+Constellation& Model::constellation() const { return *data().constellation; }
+
+// Constellations
+
+Constellation::~Constellation() {
+  for (ModelData* model : models_)
+    model->constellation = nullptr;
+}
+
+Constellation& Constellation::process() {
+  static auto* const constellation = new Constellation; // models may outlive every static object
+  return *constellation;
+}
+
+std::vector<Model> Constellation::models() const {
+  std::vector<Model> models;
+  models.reserve(models_.size());
+  for (ModelData* model : models_)
+    models.emplace_back(model);
+  return models;
+}
+
+void Constellation::adopt(const Model& model) {
+  ModelData& data = model.data();
+  if (data.constellation == this)
+    return;
+  models_.push_back(&data);
+  if (data.constellation)
+    std::erase(data.constellation->models_, &data);
+  data.constellation = this;
+}
+
+FrameworkUpdate::FrameworkUpdate(const Model& model) : model_(model) { ++model_.data().frameworkUpdates; }
+FrameworkUpdate::~FrameworkUpdate() { --model_.get()->frameworkUpdates; }
+
+// Transactions
+
+Transaction::Transaction(const Model& model) : model_(model), savepoint_(model.data().log().openSize()) {
+  model_.data().begin();
+}
+
+Transaction::~Transaction() { rollback(); }
+
+void Transaction::commit() {
+  if (!std::exchange(open_, false))
+    return;
+  model_.get()->commit();
+}
+
+void Transaction::rollback() noexcept {
+  if (!std::exchange(open_, false))
+    return;
+  model_.get()->rollback(savepoint_);
+}
+
+} // namespace tavo

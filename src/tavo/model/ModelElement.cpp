@@ -1,0 +1,376 @@
+#include "tavo/model/ModelElement.h"
+
+#include "tavo/core/Errors.h"
+#include "tavo/meta/Builder.h"
+#include "tavo/model/ModelData.h"
+#include "tavo/model/ModelElementDatatype.h"
+#include "tavo/model/Transaction.h"
+
+namespace tavo {
+namespace {
+
+/// What may come into a feature that holds objects.
+void requireFitting(const ModelElement::Impl& owner, const MetaProperty& property, const ModelElement::Impl* item) {
+  if (!item || !item->isAlive())
+    raise(FrameworkError::CannotAddNonExistentObject, property.name());
+  if (&item->data() != &owner.data())
+    raise(FrameworkError::CannotCreateCrossModelAssociation, property.name());
+  if (!item->isA(*property.target()))
+    raise(FrameworkError::CannotAddIncompatibleTypes, item->objectClass().name(), property.name(),
+          property.target()->name());
+}
+
+void requireWritableOwner(const ModelElement::Impl& owner, const MetaProperty& property) {
+  owner.data().requireWritable();
+  if (owner.isProxy())
+    raise(FrameworkError::CannotModifyProxy, owner.objectClass().name(), property.name());
+}
+
+/// The item behind which something at `position` of an ordered list stands.
+void* itemBefore(ItemList& list, std::size_t position) {
+  if (position >= list.size())
+    return list.last();
+  return position == 0 ? nullptr : list.at(position - 1);
+}
+
+const PackageDecl& frameworkPackage() {
+  static const ClassDecl& (*const classes[])() = {&ModelElement::declaration};
+  static const PackageDecl package{.name = "tavo",
+                                   .version = "1.0",
+                                   .uri = "http://schema.zelkor.example/tavo/tavo/1.0",
+                                   .depends = {},
+                                   .namespaces = {},
+                                   .datatypes = {},
+                                   .classes = classes};
+  return package;
+}
+
+ModelElement handleIn(const Value& value) { return value.as<ModelElement>(); }
+
+} // namespace
+
+// Handles
+
+const ClassDecl& ModelElement::declaration() {
+  static const ClassDecl declared{.name = "ModelElement",
+                                  .qualifiedName = "tavo.ModelElement",
+                                  .id = "3f1a6c1e-5d0f-3f67-9a51-8f6c6f0d8a10",
+                                  .flags = ClassFlag::isAbstract,
+                                  .base = nullptr,
+                                  .package = &frameworkPackage,
+                                  .storageSize = 0,
+                                  .construct = nullptr,
+                                  .destroyStorage = nullptr,
+                                  .properties = {},
+                                  .operations = {},
+                                  .since = {},
+                                  .doc = "The root of all model classes."};
+  return declared;
+}
+
+const MetaClass& ModelElement::metaClass() {
+  static const MetaClass& known = MetaRegistry::instance().require(declaration());
+  return known;
+}
+
+tavo::Model ModelElement::model() const { return object().model(); }
+const MetaClass& ModelElement::objectClass() const { return object().objectClass(); }
+bool ModelElement::isA(const MetaClass& metaClass) const { return object().isA(metaClass); }
+ModelElement ModelElement::container() const { return ModelElement(object().container()); }
+ElementProxy ModelElement::elemProxy() const { return {object().uuid(), &object().objectClass()}; }
+void ModelElement::destroy() const { object().doDestroy(); }
+
+Value ModelElement::getPropertyValue(const MetaProperty& property) const { return object().getPropertyValue(property); }
+void ModelElement::setPropertyValue(const MetaProperty& property, const Value& value) const {
+  object().setPropertyValue(property, value);
+}
+bool ModelElement::hasPropertyValue(const MetaProperty& property) const { return object().hasPropertyValue(property); }
+
+void ModelElement::raiseNonExistent() const {
+  // A zombie still knows its class, a handle that never had an object knows nothing.
+  raise(FrameworkError::NonExistentObject, object_ ? object_->objectClass().name() : std::string_view("ModelElement"));
+}
+
+void ModelElement::raiseBadCast(const MetaClass& wanted) const {
+  raise(FrameworkError::CannotCastIncompatibleTypes, objectClass().name(), wanted.name());
+}
+
+// Objects
+
+Model ModelElement::Impl::model() const { return Model(&data()); }
+ModelData& ModelElement::Impl::data() const { return *extent_->model(); }
+const MetaClass& ModelElement::Impl::objectClass() const { return extent_->metaClass(); }
+bool ModelElement::Impl::isA(const MetaClass& metaClass) const { return objectClass().isA(metaClass); }
+
+const MetaProperty* ModelElement::Impl::containingProperty() const {
+  return container_ ? &container_->objectClass().at(containing_) : nullptr;
+}
+
+bool ModelElement::Impl::runsHooks() const { return data().frameworkUpdates == 0; }
+
+void* ModelElement::Impl::field(const MetaProperty& property) {
+  return reinterpret_cast<std::byte*>(this) + sizeof(Impl) + property.offset();
+}
+
+const MetaProperty& ModelElement::Impl::getPropertyByIndex(PropertyIndex index) const {
+  return objectClass().property(index);
+}
+
+Value ModelElement::Impl::getPropertyValue(const MetaProperty& property) const {
+  if (!isA(property.owner()))
+    raise(FrameworkError::NoSuchProperty, property.name(), objectClass().name());
+  switch (property.kind()) {
+  case FeatureKind::attribute:
+  case FeatureKind::runtime:
+    return Value::copyOf(*property.datatype(), field(property));
+  case FeatureKind::derived:
+    return property.declaration().derive(*this);
+  case FeatureKind::containsOne:
+  case FeatureKind::refersOne:
+  case FeatureKind::container:
+    return Value::of(ModelElement(one(property)));
+  case FeatureKind::containsMany:
+  case FeatureKind::refersMany:
+    break;
+  }
+  std::vector<ModelElement> objects;
+  if (ItemList* list = items(property)) {
+    objects.reserve(list->size());
+    for (std::size_t i = 0; i < list->size(); ++i)
+      objects.emplace_back(list->objectAt(i));
+  }
+  return Value::of(std::move(objects));
+}
+
+void ModelElement::Impl::setPropertyValue(const MetaProperty& property, const Value& value) {
+  if (!isA(property.owner()))
+    raise(FrameworkError::NoSuchProperty, property.name(), objectClass().name());
+  if (!property.isWritable())
+    raise(FrameworkError::CannotSetReadOnlyProperty, property.name(), objectClass().name());
+  switch (property.kind()) {
+  case FeatureKind::attribute:
+  case FeatureKind::runtime: {
+    if (!value.type() || !(*value.type() == *property.datatype()))
+      raise(FrameworkError::InvalidValue, value.toText(), property.name(), property.datatype()->name);
+    if (property.hasHook() && runsHooks())
+      property.declaration().hook(*this, value.data());
+    Value copy = value;
+    if (property.kind() == FeatureKind::attribute)
+      writeAttribute(property, copy.data());
+    else
+      property.datatype()->swap(field(property), copy.data());
+    return;
+  }
+  case FeatureKind::containsOne:
+  case FeatureKind::refersOne:
+  case FeatureKind::container: {
+    const ModelElement target = handleIn(value);
+    if (!target && target.get())
+      raise(FrameworkError::CannotAddNonExistentObject, property.name());
+    setOne(property, target.get());
+    return;
+  }
+  case FeatureKind::containsMany:
+  case FeatureKind::refersMany: {
+    const auto& wanted = value.as<std::vector<ModelElement>>();
+    Transaction transaction(model());
+    if (ItemList* list = items(property))
+      while (void* first = list->first())
+        remove(property, list->objectOf(first));
+    for (const auto& item : wanted)
+      add(property, item.get());
+    transaction.commit();
+    return;
+  }
+  case FeatureKind::derived:
+    return;
+  }
+}
+
+bool ModelElement::Impl::hasPropertyValue(const MetaProperty& property) const {
+  if (!isA(property.owner()))
+    raise(FrameworkError::NoSuchProperty, property.name(), objectClass().name());
+  switch (property.kind()) {
+  case FeatureKind::attribute:
+  case FeatureKind::runtime:
+    return !property.isDefault(field(property));
+  case FeatureKind::derived:
+    return !getPropertyValue(property).isEmpty();
+  case FeatureKind::containsOne:
+  case FeatureKind::refersOne:
+  case FeatureKind::container:
+    return one(property) != nullptr;
+  case FeatureKind::containsMany:
+  case FeatureKind::refersMany:
+    return items(property) && items(property)->size() > 0;
+  }
+  return false;
+}
+
+Value ModelElement::Impl::getOldValue(const MetaProperty& property) const {
+  if (property.kind() == FeatureKind::attribute && data().log().hasOpenStep()) {
+    const Record* found = nullptr;
+    data().log().current()->forEach([&](Record& record) {
+      if (!found && record.kind == Record::Kind::attribute && record.object == this &&
+          record.property == property.index())
+        found = &record;
+    });
+    if (found)
+      return Value::copyOf(*property.datatype(), found->value);
+  }
+  return getPropertyValue(property);
+}
+
+void ModelElement::Impl::writeAttribute(const MetaProperty& property, void* value) {
+  data().writeAttribute(*this, property, value);
+}
+
+ModelElement::Impl* ModelElement::Impl::one(const MetaProperty& property) const {
+  switch (property.kind()) {
+  case FeatureKind::containsOne:
+    return *static_cast<const ChildField*>(field(property));
+  case FeatureKind::refersOne: {
+    const Link* link = *static_cast<const LinkField*>(field(property));
+    return link ? link->target : nullptr;
+  }
+  case FeatureKind::container:
+    return container_ && containingProperty() == property.opposite() ? container_ : nullptr;
+  default:
+    return nullptr;
+  }
+}
+
+ItemList* ModelElement::Impl::items(const MetaProperty& property) const {
+  return static_cast<const ListField*>(field(property))->list;
+}
+
+void ModelElement::Impl::setOne(const MetaProperty& property, Impl* target) {
+  requireWritableOwner(*this, property);
+  Impl* present = one(property);
+  if (present == target)
+    return;
+  if (target)
+    requireFitting(*this, property, target);
+  switch (property.kind()) {
+  case FeatureKind::container:
+    if (target)
+      target->add(*property.opposite(), this);
+    else
+      present->remove(*property.opposite(), this);
+    return;
+  case FeatureKind::containsOne:
+    if (target)
+      add(property, target);
+    else
+      remove(property, present);
+    return;
+  default: {
+    Transaction transaction(model());
+    if (Link* link = *static_cast<LinkField*>(field(property)))
+      data().unlink(*link);
+    if (target)
+      data().link(*this, property, *target, ModelData::atEnd);
+    transaction.commit();
+  }
+  }
+}
+
+void ModelElement::Impl::add(const MetaProperty& property, Impl* item, std::size_t position) {
+  requireWritableOwner(*this, property);
+  requireFitting(*this, property, item);
+  if (property.isReference()) {
+    ItemList* list = items(property);
+    data().link(*this, property, *item, list ? itemBefore(*list, position) : nullptr);
+    return;
+  }
+  if (item->container_ || (property.kind() == FeatureKind::containsOne && one(property)))
+    raise(FrameworkError::CannotAddSecondObject, property.name(), item->objectClass().name());
+  for (const Impl* above = this; above; above = above->container_)
+    if (above == item)
+      raise(FrameworkError::ContainmentCycle, property.name(), item->objectClass().name());
+  void* previous = nullptr;
+  if (property.kind() == FeatureKind::containsMany)
+    if (ItemList* list = items(property))
+      previous = itemBefore(*list, position);
+  data().attach(*item, this, &property, static_cast<Impl*>(previous));
+}
+
+void ModelElement::Impl::remove(const MetaProperty& property, Impl* item) {
+  requireWritableOwner(*this, property);
+  if (!item || !item->isAlive())
+    return;
+  if (property.isReference()) {
+    ItemList* list = items(property);
+    if (void* link = list ? list->find(*item) : nullptr)
+      data().unlink(*static_cast<Link*>(link));
+    return;
+  }
+  if (item->container_ == this && item->containing_ == property.index())
+    data().attach(*item, nullptr, nullptr, static_cast<Impl*>(data().topLevel().last()));
+}
+
+ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const BuilderImpl& builder,
+                                                   const tavo::Uuid& uuid) {
+  requireWritableOwner(*this, property);
+  const MetaClass& metaClass = builder.metaClass();
+  if (!metaClass.isA(*property.target()))
+    raise(FrameworkError::CannotAddIncompatibleTypes, metaClass.name(), property.name(), property.target()->name());
+  if (property.kind() == FeatureKind::containsOne && one(property))
+    raise(FrameworkError::CannotAddSecondObject, property.name(), metaClass.name());
+  Transaction transaction(model());
+  // A child of a map needs its key before it comes in.
+  const bool keyed = property.key(0) != nullptr;
+  Impl* made = data().create(metaClass, uuid, keyed ? nullptr : this, keyed ? nullptr : &property);
+  builder.applyTo(*made);
+  if (keyed)
+    add(property, made);
+  made->cascadeCreation(builder);
+  transaction.commit();
+  return made;
+}
+
+void ModelElement::Impl::doDestroy(bool withHooks, bool withContents) {
+  data().destroyTree(*this, withHooks, withContents);
+}
+
+void ModelElement::Impl::disassociateIncoming() {
+  Transaction transaction(model());
+  data().disassociateIncoming(*this);
+  transaction.commit();
+}
+
+void ModelElement::Impl::basicDisassociateAll() {
+  Transaction transaction(model());
+  data().disassociate(*this);
+  transaction.commit();
+}
+
+void ModelElement::Impl::inverseAdd(Impl& element, const MetaProperty& property) {
+  if (property.kind() == FeatureKind::refersOne || property.kind() == FeatureKind::container)
+    setOne(property, &element);
+  else
+    add(property, &element);
+}
+
+void ModelElement::Impl::inverseRemove(Impl& element, const MetaProperty& property) {
+  if (property.kind() == FeatureKind::refersOne || property.kind() == FeatureKind::container) {
+    if (one(property) == &element)
+      setOne(property, nullptr);
+  } else {
+    remove(property, &element);
+  }
+}
+
+bool ModelElement::Impl::inverseContainsProxyTo(const Impl& element, const MetaProperty& property) const {
+  if (!property.isMany() || !items(property))
+    return false;
+  ItemList& list = *items(property);
+  for (void* item = list.first(); item; item = list.nextOf(item))
+    if (list.objectOf(item)->isProxy() && list.objectOf(item)->uuid() == element.uuid())
+      return true;
+  return false;
+}
+
+void ModelElement::Impl::cascadeCreation(const BuilderImpl& builder) { builder.createContents(*this); }
+
+} // namespace tavo

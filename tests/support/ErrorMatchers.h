@@ -1,0 +1,43 @@
+// EXPECT_ERROR(expression, identifier, arguments...): the expression raises that error; given arguments must agree,
+// none given means any.
+#pragma once
+
+#include "tavo/core/Error.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+template <class Action>
+testing::AssertionResult raises(Action&& action, std::string_view id, const std::vector<tavo::String>& arguments) {
+  try {
+    action();
+  } catch (const tavo::Error& error) {
+    if (error.id().text() != id)
+      return testing::AssertionFailure() << "raised " << error.id().text() << " instead of " << id << ": "
+                                         << error.what();
+    if (!arguments.empty() && error.arguments() != arguments) {
+      auto failure = testing::AssertionFailure() << id << " has the arguments";
+      for (const auto& argument : error.arguments())
+        failure << " '" << argument.toUtf8() << "'";
+      return failure;
+    }
+    return testing::AssertionSuccess();
+  } catch (const std::exception& error) {
+    return testing::AssertionFailure() << "raised a foreign exception instead of " << id << ": " << error.what();
+  }
+  return testing::AssertionFailure() << "nothing was raised instead of " << id;
+}
+
+template <class... Args>
+std::vector<tavo::String> errorArguments(const Args&... arguments) {
+  return {tavo::toErrorArgument(arguments)...};
+}
+
+} // namespace testsupport
+
+#define EXPECT_ERROR(EXPRESSION, ID, ...)                                                                              \
+  EXPECT_TRUE(testsupport::raises([&] { (void)(EXPRESSION); }, ID, testsupport::errorArguments(__VA_ARGS__)))
