@@ -29,7 +29,8 @@ private:
   const char* text_;
 };
 
-/// The one exception type of the framework and of what is built on it. Copies share what they say and do not throw.
+/// The one exception type of the framework and of what is built on it. Copies share what they say and do not throw;
+/// what() may be read on any thread, the arguments are Strings and belong to the thread that raised.
 class TAVO_EXPORT Error : public std::exception {
 public:
   Error(ErrorId id, std::vector<String> arguments, std::shared_ptr<const Error> cause = nullptr);

@@ -151,7 +151,7 @@ private:
 TAVO_EXPORT Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
                                        const Expectation& expected = Expectation::anything());
 
-/// A path as the argument of an error or the name of a source: UTF-8, as far as it is.
+/// The path that a text names; raises InvalidUtf16 where it can name none.
 TAVO_EXPORT std::filesystem::path toPath(std::u16string_view text);
 
 } // namespace tavo

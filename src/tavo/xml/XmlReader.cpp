@@ -14,7 +14,9 @@
 namespace tavo {
 namespace {
 
+/// What is read at once: the first for all that is normal, the second for what a host with huge limits lets pass.
 constexpr std::size_t blockSize = std::size_t{64} << 10;
+constexpr std::size_t largestBlock = std::size_t{1} << 30;
 
 } // namespace
 
@@ -40,9 +42,8 @@ public:
   ~Parser() { ::XML_ParserFree(expat_); }
 
   void parse(std::string_view bytes, bool last) {
-    // In pieces that grow with what is pending: a long token is looked at from its start each time.
     do {
-      const auto piece = bytes.substr(0, std::max(blockSize, pending()));
+      const auto piece = bytes.substr(0, nextSize());
       bytes.remove_prefix(piece.size());
       count(piece.size());
       lookAtStart(piece);
@@ -52,7 +53,7 @@ public:
 
   /// Reads the next block straight into expat's buffer; false at the end of the source.
   bool readFrom(ByteSource& source) {
-    const std::size_t size = std::max(blockSize, pending());
+    const std::size_t size = nextSize();
     auto* const buffer = static_cast<char*>(::XML_GetBuffer(expat_, static_cast<int>(size)));
     if (!buffer)
       throw std::bad_alloc();
@@ -91,6 +92,9 @@ private:
     const auto at = ::XML_GetCurrentByteIndex(expat_);
     return at < 0 ? 0 : static_cast<std::size_t>(fed_ - static_cast<std::uint64_t>(at));
   }
+
+  /// Blocks grow with what is pending, as expat looks at a token from its start with each block that does not end it.
+  std::size_t nextSize() const { return std::clamp(pending(), blockSize, largestBlock); }
 
   /// Refuses other encodings by name where the first bytes give them away; expat would just see faulty bytes.
   void lookAtStart(std::string_view bytes) {

@@ -81,9 +81,9 @@ XmlWriter& XmlWriter::attribute(std::string_view name, std::string_view utf8) {
 }
 
 XmlWriter& XmlWriter::text(std::u16string_view value) {
-  assert(!open_.empty() && open_.back().content == Content::none && "an element holds one text or elements");
   if (value.empty())
     return *this;
+  assert(!open_.empty() && open_.back().content == Content::none && "an element holds one text or elements");
   closeTag();
   open_.back().content = Content::text;
   append(value, false);
