@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <fstream>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
@@ -32,7 +33,10 @@ public:
   Handle open(const Path& path) override { return call("open"), real_.open(path); }
   Handle create(const Path& path, std::uint32_t mode) override { return call("create"), real_.create(path, mode); }
   Handle openFolder(const Path& path) override { return call("openFolder"), real_.openFolder(path); }
-  void lock(Handle folder) noexcept override { real_.lock(folder); }
+  void lock(Handle folder) noexcept override {
+    real_.lock(folder);
+    locked_ = true;
+  }
   FileInfo info(Handle file) override { return call("info"), real_.info(file); }
   std::size_t read(Handle file, char* to, std::size_t size) override {
     return call("read"), real_.read(file, to, size);
@@ -47,10 +51,13 @@ public:
     real_.close(file); // it is gone, even when that fails
     call("close");
   }
-  void rename(const Path& from, const Path& to) override { call("rename"), real_.rename(from, to); }
+  void rename(const Path& from, const Path& to) override {
+    call(locked_ ? "rename" : "rename without lock"), real_.rename(from, to);
+  }
   void remove(const Path& path) override {
-    real_.remove(path);
+    // Cleaning up comes after a failure and does not fail as well.
     calls.emplace_back("remove");
+    real_.remove(path);
   }
 
   std::size_t failing = never;
@@ -67,6 +74,7 @@ private:
   }
 
   FileSystem& real_ = operatingSystem();
+  bool locked_ = false;
 };
 
 class FileSystemTest : public testing::Test {
@@ -150,6 +158,17 @@ TEST_F(FileSystemTest, SavingBringsContentToTheDiskBeforeItTakesTheOldOnesPlace)
   save(path("file"), "12345");
   EXPECT_THAT(faulty.calls, ElementsAre("followLinks", "find", "openFolder", "create", "copyAccess", "write", "sync",
                                         "info", "close", "find", "rename", "sync", "close"));
+}
+
+TEST_F(FileSystemTest, LockKeepsOthersOutUntilTheFolderIsClosed) {
+  auto& system = FileSystem::operatingSystem();
+  const auto mine = system.openFolder(folder_), other = system.openFolder(folder_);
+  system.lock(mine);
+  EXPECT_EQ(::flock(other, LOCK_EX | LOCK_NB), -1);
+  EXPECT_EQ(errno, EWOULDBLOCK);
+  system.close(mine);
+  EXPECT_EQ(::flock(other, LOCK_EX | LOCK_NB), 0);
+  system.close(other);
 }
 
 TEST_F(FileSystemTest, WhicheverCallFailsTheFileIsOldOrNewAndNothingIsLeft) {

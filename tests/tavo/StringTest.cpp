@@ -74,6 +74,22 @@ TEST(StringTest, AssignsFromItselfAndFromItsOwnView) {
   }
 }
 
+TEST(StringTest, EveryBitOfEveryUnitCountsInTheHash) {
+  std::unordered_set<std::uint64_t> hashes;
+  std::size_t texts = 0;
+  for (std::size_t size = 1; size <= 40; ++size) {
+    std::u16string text(size, u'x');
+    for (auto& unit : text) {
+      for (unsigned bit = 0; bit < 16; ++bit, ++texts) {
+        unit = static_cast<char16_t>(unit ^ 1u << bit);
+        hashes.insert(hashText(text));
+        unit = u'x';
+      }
+    }
+  }
+  EXPECT_EQ(hashes.size(), texts);
+}
+
 TEST(StringTest, HashSpreadsOverTextsThatDifferInOneUnit) {
   // A table of 2^16 slots by the low bits: random hashes leave 37 % of the slots empty.
   std::unordered_set<std::uint64_t> hashes, slots;

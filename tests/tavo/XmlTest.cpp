@@ -118,6 +118,11 @@ TEST(XmlReaderTest, StopsAtItsLimits) {
        "the bytes of one tag, comment or text"},
       {"<a><![CDATA[" + over + "]]></a>", "the bytes of one tag, comment or text"},
       {"<a><!--" + over + "--></a>", "the bytes of one tag, comment or text"},
+      // Never to end, so that nothing is found but that it goes on and on.
+      {"<a x='" + over, "the bytes of one tag, comment or text"},
+      {"<a><!--" + over, "the bytes of one tag, comment or text"},
+      {"<a><?" + over, "the bytes of one tag, comment or text"},
+      {"<!DOCTYPE a SYSTEM '" + over, "the bytes of one tag, comment or text"},
       {"<a>" + repeated("<b>" + under + "</b>", 6) + "</a>", "the size of a file in bytes"},
       {std::string(1'000'001, ' ') + "<a/>", "the size of a file in bytes"},
   };
