@@ -231,7 +231,6 @@ TEST_F(UnitsTest, RefusesToConvertWhatDiffersInKindOrInSizeBeyondMeasure) {
 
 TEST_F(UnitsTest, SuggestsWhatConvertsOrIsSpelledAlike) {
   using testing::Contains;
-  using testing::ElementsAre;
   EXPECT_EQ(units.similarUnits(u"N*m").front(), u"J");
   auto lengths = units.similarUnits(u"m");
   for (auto text : {u"ft", u"cm", u"mm", u"km"})
@@ -239,7 +238,9 @@ TEST_F(UnitsTest, SuggestsWhatConvertsOrIsSpelledAlike) {
   for (auto& text : lengths)
     EXPECT_TRUE(units.areConvertible(text, u"m") && text != u"m") << toUtf8(text);
   EXPECT_THAT(units.similarUnits(u"metrs"), Contains(u"metre"));
-  EXPECT_THAT(units.similarUnits(u"m/"), testing::IsEmpty());
+  EXPECT_THAT(units.similarUnits(u"N*metrs/s"), Contains(u"N*metre/s"));
+  for (auto text : {u"", u"m/", u"frobnicate/s", u"metrs/secnd"})
+    EXPECT_THAT(units.similarUnits(text), testing::IsEmpty()) << toUtf8(text);
 }
 
 TEST_F(UnitsTest, AHostAddsUnitsOfItsOwn) {
@@ -250,9 +251,11 @@ TEST_F(UnitsTest, AHostAddsUnitsOfItsOwn) {
     unit = [
       { symbol = "px", names = ["pixel"], base = "picture elements", prefixes = "M" },
       { symbol = "dpi", is = "px/in" },
+      { symbol = "almost_deg", is = "1/180 rad" },
       { symbol = "degX", is = "1/2 K", zero = "10" },
     ])");
   EXPECT_TRUE(units.areConvertible(u"Mpx/m", u"dpi"));
+  EXPECT_FALSE(units.areEquivalent(u"almost_deg", u"deg"));
   EXPECT_EQ(units.convert(0, u"degX", u"K"), 5);
   EXPECT_EQ(complaint(u"degX/s"), "unit 'degX' at position 1 has a zero point of its own, so it takes no prefix, "
                                   "power, product or quotient; write 'K' for a difference");

@@ -27,10 +27,8 @@ std::u16string decimal(std::size_t number) { return fromAscii(std::to_string(num
 
 /// How a message shows one character: itself, or its number where nobody could see it.
 std::string shown(char16_t c) {
-  if (c > 0x20 && c < 0x7f)
-    return std::string("'") + static_cast<char>(c) + "'";
-  if (isTimes(c) || isSuperscript(c))
-    return "'" + toUtf8(std::u16string_view(&c, 1)) + "'";
+  if ((c > 0x20 && c < 0x7f) || isTimes(c) || isSuperscript(c))
+    return toUtf8(std::u16string{u'\'', c, u'\''});
   constexpr std::string_view digits = "0123456789ABCDEF";
   std::string code = "character U+";
   for (int shift = 12; shift >= 0; shift -= 4)

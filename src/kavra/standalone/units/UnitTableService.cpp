@@ -1,5 +1,6 @@
 #include "kavra/standalone/units/UnitTableService.h"
 
+#include "kavra/Text.h"
 #include "kavra/standalone/units/UnitErrors.h"
 
 namespace kavra::standalone {
@@ -43,13 +44,31 @@ double UnitTableService::convert(double value, std::u16string_view from, std::u1
 }
 
 std::vector<std::u16string> UnitTableService::similarUnits(std::u16string_view text) const {
-  auto unit = readIfKnown(text);
-  if (!unit)
-    return table_.spelledLike(text, maxSimilar);
-  auto result = table_.convertibleTo(*unit, maxSimilar + 1);
-  std::erase(result, text);
-  if (result.size() > maxSimilar)
-    result.resize(maxSimilar);
+  if (text.empty())
+    return {};
+  try {
+    auto result = table_.convertibleTo(*read(text), maxSimilar + 1);
+    std::erase(result, text);
+    if (result.size() > maxSimilar)
+      result.resize(maxSimilar);
+    return result;
+  } catch (const Error& error) {
+    return corrections(text, error);
+  }
+}
+
+std::vector<std::u16string> UnitTableService::corrections(std::u16string_view text, const Error& error) const {
+  std::vector<std::u16string> result;
+  if (error.id() != UnitError::UnknownUnit.id)
+    return result;
+  auto& word = error.arguments().at(0);
+  auto start = std::stoul(toUtf8(error.arguments().at(1))) - 1;
+  for (auto& better : table_.spelledLike(word, maxSimilar)) {
+    std::u16string corrected(text);
+    corrected.replace(start, word.size(), better);
+    if (readIfKnown(corrected))
+      result.push_back(std::move(corrected));
+  }
   return result;
 }
 

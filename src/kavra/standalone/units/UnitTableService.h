@@ -1,6 +1,7 @@
 // The unit service of the built-in host.
 #pragma once
 
+#include "kavra/Error.h"
 #include "kavra/UnitService.h"
 #include "kavra/standalone/units/UnitTable.h"
 
@@ -29,6 +30,8 @@ private:
   using UnitHandle = std::shared_ptr<const Unit>;
   const UnitHandle& read(std::u16string_view text) const;
   UnitHandle readIfKnown(std::u16string_view text) const;
+  /// The text with the word that the error names replaced by those spelled like it.
+  std::vector<std::u16string> corrections(std::u16string_view text, const Error& error) const;
   std::pair<UnitHandle, UnitHandle> requireConvertible(std::u16string_view from, std::u16string_view to) const;
 
   UnitTable table_;
