@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 
 namespace kavra::standalone {
@@ -125,6 +126,19 @@ TEST(UnitsRandomTest, WhatIsWrittenIsReadAsTheSameUnit) {
     }
   }
   EXPECT_GT(read, 3000);
+}
+
+TEST(UnitsRandomTest, FractionsRoundAsTheProcessorRounds) {
+  Dice dice(1);
+  auto number = [&] {
+    return std::ldexp(static_cast<double>(1 + dice.below(1ull << 53)), static_cast<int>(dice.below(200)) - 100);
+  };
+  for (int i = 0; i < 20000; ++i) {
+    double a = number(), b = dice.oneIn(2) ? number() : a + static_cast<double>(dice.below(9));
+    ASSERT_EQ(roundToDouble(Fraction(a) / Fraction(b)), a / b) << a << " " << b;
+    ASSERT_EQ(roundToDouble(Fraction(a) * Fraction(b)), a * b) << a << " " << b;
+    ASSERT_EQ(roundToDouble(Fraction(a) - Fraction(b)), a - b) << a << " " << b;
+  }
 }
 
 TEST(UnitsRandomTest, GarbageIsRefusedWithAPositionWithinTheText) {

@@ -117,7 +117,7 @@ Unit UnitReader::readFactor() {
     if (text_.substr(start, position_ - start) == u"1")
       return {};
     position_ = start;
-    failHere("the only number that is a unit is 1; numbers belong into the value, and powers are written with '^'");
+    failHere("the only number that is a unit is 1; numbers belong in the value, and powers are written with '^'");
   }
   if (!isWordStart(peek()))
     failUnexpected("a unit");
