@@ -168,89 +168,55 @@ std::string reasonOf(const std::system_error& error) {
   }
 }
 
-/// A folder that stays open, and once locked stays locked, as long as this lives.
-class OpenFolder {
-public:
-  OpenFolder(FileSystem& fileSystem, const FileSystem::Path& folder)
-      : fileSystem_(fileSystem), handle_(fileSystem.openFolder(folder)) {}
-  OpenFolder(const OpenFolder&) = delete;
-  OpenFolder& operator=(const OpenFolder&) = delete;
-  ~OpenFolder() {
-    try {
-      fileSystem_.close(handle_);
-    } catch (const std::exception&) {
-      // Nothing was written through it.
-    }
-  }
-
-  void lock() noexcept { fileSystem_.lock(handle_); }
-  void sync() { fileSystem_.sync(handle_); }
-
-private:
-  FileSystem& fileSystem_;
-  FileSystem::Handle handle_;
-};
-
 /// A file beside its target that takes the new content; removed by the destructor unless it has taken the target's
 /// place.
 class Temporary {
 public:
   Temporary(FileSystem& fileSystem, const FileSystem::Path& target, const std::optional<FileInfo>& old)
-      : fileSystem_(fileSystem) {
-    // A file that is replaced may be private: nobody else gets to open its successor before it has the right mode.
-    const std::uint32_t mode = old ? 0600 : 0666;
-    path_ = target.parent_path() / (".tavo-" + toText(randomUuid()) + ".tmp");
-    handle_ = fileSystem_.create(path_, mode);
-    if (!old)
-      return;
-    try {
-      fileSystem_.copyAccess(handle_, *old);
-    } catch (...) {
-      discard();
-      throw;
-    }
+      : name_{fileSystem, target.parent_path() / (".tavo-" + toText(randomUuid()) + ".tmp")},
+        // A file that is replaced may be private: nobody else gets to open its successor before it has the right mode.
+        file_(fileSystem, fileSystem.create(name_.path, old ? 0600 : 0666)) {
+    name_.exists = true;
+    if (old)
+      fileSystem.copyAccess(file_.get(), *old);
   }
-  Temporary(const Temporary&) = delete;
-  Temporary& operator=(const Temporary&) = delete;
-  ~Temporary() { discard(); }
 
   void write(std::string_view bytes) {
     while (!bytes.empty())
-      bytes.remove_prefix(fileSystem_.write(handle_, bytes));
+      bytes.remove_prefix(name_.fileSystem.write(file_.get(), bytes));
   }
 
   /// Brings the content to the disk and returns what the file is like.
   Fingerprint finish() {
-    fileSystem_.sync(handle_);
-    const auto fingerprint = fileSystem_.info(handle_).fingerprint;
-    fileSystem_.close(std::exchange(handle_, closed));
+    name_.fileSystem.sync(file_.get());
+    const auto fingerprint = name_.fileSystem.info(file_.get()).fingerprint;
+    file_.close();
     return fingerprint;
   }
 
   void moveTo(const FileSystem::Path& target) {
-    fileSystem_.rename(path_, target);
-    path_.clear();
+    name_.fileSystem.rename(name_.path, target);
+    name_.exists = false;
   }
 
 private:
-  /// What goes wrong here is not reported: the error that led here says more.
-  void discard() noexcept {
-    try {
-      if (handle_ != closed)
-        fileSystem_.close(std::exchange(handle_, closed));
-    } catch (const std::exception&) {
-    }
-    try {
-      if (!path_.empty())
-        fileSystem_.remove(std::exchange(path_, {}));
-    } catch (const std::exception&) {
-    }
-  }
+  /// Stands apart so that it also cleans up after a constructor that fails half-way.
+  struct Name {
+    FileSystem& fileSystem;
+    FileSystem::Path path;
+    bool exists = false;
 
-  static constexpr FileSystem::Handle closed = -1;
-  FileSystem& fileSystem_;
-  FileSystem::Path path_;
-  FileSystem::Handle handle_ = closed;
+    ~Name() {
+      try {
+        if (exists)
+          fileSystem.remove(path);
+      } catch (const std::exception&) {
+        // The error that led here says more.
+      }
+    }
+  };
+  Name name_;
+  FileHandle file_;
 };
 
 /// Hands the bytes on; failures of the file system become CannotWrite here, so that they are told from other errors.
@@ -296,8 +262,23 @@ FileSystem& FileSystem::current() {
 ScopedFileSystem::ScopedFileSystem(FileSystem& fileSystem) : before_(installed().exchange(&fileSystem)) {}
 ScopedFileSystem::~ScopedFileSystem() { installed() = before_; }
 
+FileHandle::~FileHandle() {
+  try {
+    close();
+  } catch (const std::exception&) {
+    // Who needs to know has closed it before.
+  }
+}
+
+void FileHandle::close() {
+  if (handle_ != closed)
+    fileSystem_->close(std::exchange(handle_, closed));
+}
+
 InputFile::InputFile(std::filesystem::path path)
-    : path_(std::move(path)), fileSystem_(FileSystem::current()), handle_(-1) {
+    : path_(std::move(path)), fileSystem_(FileSystem::current()), file_(open()) {}
+
+FileHandle InputFile::open() {
   try {
     // Looked at before it is opened, since opening a device can do something; and after, since it may have been
     // replaced.
@@ -306,16 +287,12 @@ InputFile::InputFile(std::filesystem::path path)
       raise(FrameworkError::FileNotFound, path_);
     if (!found->regular)
       raise(FrameworkError::NotARegularFile, path_);
-    handle_ = fileSystem_.open(path_);
-    try {
-      const auto info = fileSystem_.info(handle_);
-      if (!info.regular)
-        raise(FrameworkError::NotARegularFile, path_);
-      fingerprint_ = info.fingerprint;
-    } catch (...) {
-      fileSystem_.close(handle_);
-      throw;
-    }
+    FileHandle file(fileSystem_, fileSystem_.open(path_));
+    const auto info = fileSystem_.info(file.get());
+    if (!info.regular)
+      raise(FrameworkError::NotARegularFile, path_);
+    fingerprint_ = info.fingerprint;
+    return file;
   } catch (const std::system_error& error) {
     if (error.code() == std::errc::no_such_file_or_directory)
       raise(FrameworkError::FileNotFound, path_);
@@ -323,17 +300,9 @@ InputFile::InputFile(std::filesystem::path path)
   }
 }
 
-InputFile::~InputFile() {
-  try {
-    fileSystem_.close(handle_);
-  } catch (const std::exception&) {
-    // Everything that was wanted has been read.
-  }
-}
-
 std::size_t InputFile::read(char* to, std::size_t size) {
   try {
-    return fileSystem_.read(handle_, to, size);
+    return fileSystem_.read(file_.get(), to, size);
   } catch (const std::system_error& error) {
     raise(FrameworkError::CannotRead, path_, reasonOf(error));
   }
@@ -343,13 +312,13 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
                            const Expectation& expected) {
   FileSystem& fileSystem = FileSystem::current();
   FileSystem::Path target;
-  std::optional<OpenFolder> folder;
+  std::optional<FileHandle> folder;
   std::optional<Temporary> temporary;
   Fingerprint fingerprint;
   try {
     target = fileSystem.followLinks(path);
     const auto old = requireReplaceable(fileSystem, target, path, expected);
-    folder.emplace(fileSystem, target.has_parent_path() ? target.parent_path() : ".");
+    folder.emplace(fileSystem, fileSystem.openFolder(target.has_parent_path() ? target.parent_path() : "."));
     temporary.emplace(fileSystem, target, old);
   } catch (const std::system_error& error) {
     raise(FrameworkError::CannotWrite, path, reasonOf(error));
@@ -360,14 +329,14 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
 
   try {
     fingerprint = temporary->finish();
-    folder->lock();
+    fileSystem.lock(folder->get());
     requireReplaceable(fileSystem, target, path, expected);
     temporary->moveTo(target);
   } catch (const std::system_error& error) {
     raise(FrameworkError::CannotWrite, path, reasonOf(error));
   }
   try {
-    folder->sync();
+    fileSystem.sync(folder->get());
   } catch (const std::system_error& error) {
     raise(FrameworkError::SavedButNotSynced, path, reasonOf(error));
   }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace tavo {
 
@@ -87,14 +88,30 @@ private:
   FileSystem* before_;
 };
 
-/// A regular file that is being read; closed by the destructor.
+/// Something open, that the destructor closes; what goes wrong with that is not reported.
+class TAVO_EXPORT FileHandle {
+public:
+  FileHandle(FileSystem& fileSystem, FileSystem::Handle open) : fileSystem_(&fileSystem), handle_(open) {}
+  FileHandle(FileHandle&& other) noexcept
+      : fileSystem_(other.fileSystem_), handle_(std::exchange(other.handle_, closed)) {}
+  FileHandle& operator=(FileHandle&&) = delete;
+  ~FileHandle();
+
+  FileSystem::Handle get() const { return handle_; }
+  /// Closes now and raises std::system_error when that fails, which can mean that what was written is lost.
+  void close();
+
+private:
+  static constexpr FileSystem::Handle closed = -1;
+  FileSystem* fileSystem_;
+  FileSystem::Handle handle_;
+};
+
+/// A regular file that is being read.
 class TAVO_EXPORT InputFile final : public ByteSource {
 public:
   /// Raises FileNotFound, NotARegularFile (a folder, a device, a pipe; without waiting for one) or CannotRead.
   explicit InputFile(std::filesystem::path path);
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-  ~InputFile() override;
 
   /// Raises CannotRead.
   std::size_t read(char* to, std::size_t size) override;
@@ -104,10 +121,12 @@ public:
   const Fingerprint& fingerprint() const { return fingerprint_; }
 
 private:
+  FileHandle open();
+
   std::filesystem::path path_;
   FileSystem& fileSystem_;
-  FileSystem::Handle handle_;
   Fingerprint fingerprint_;
+  FileHandle file_;
 };
 
 /// What may stand where a file is to be saved.
@@ -121,14 +140,9 @@ public:
   static Expectation unchanged(const Fingerprint& since) { return Expectation(Kind::unchanged, since); }
 
   bool holdsFor(const std::optional<FileInfo>& present) const {
-    switch (kind_) {
-    case Kind::nothing:
-      return !present;
-    case Kind::unchanged:
-      return present && present->fingerprint == since_;
-    default:
+    if (kind_ == Kind::anything)
       return true;
-    }
+    return kind_ == Kind::nothing ? !present : present && present->fingerprint == since_;
   }
 
 private:
@@ -143,11 +157,14 @@ private:
 ///
 /// The bytes go to a temporary file in the same folder, which has the old file's mode; it is synced, renamed over the
 /// old file, and the folder is synced. Links are followed, so a link stays a link. When anything fails before the
-/// renaming, the old file is as it was and the temporary one is gone: what `write` raises passes through, failures of
-/// the file system are CannotWrite (a full disk says so), and what is no regular file is NotARegularFile.
-/// FileChangedOnDisk is raised when the expectation does not hold, before writing or directly before renaming; between
-/// that last look and the renaming another program can still slip in. SavedButNotSynced is raised when the folder could
-/// not be synced: the new file is in place then.
+/// renaming, the old file is as it was and the temporary one is gone (a process that is killed leaves ".tavo-*.tmp"):
+/// what `write` raises passes through, failures of the file system are CannotWrite (a full disk says so), and what is
+/// no regular file is NotARegularFile. SavedButNotSynced means that the new file is in place, but the folder could not
+/// be synced.
+///
+/// FileChangedOnDisk is raised when the expectation does not hold, before writing or directly before renaming. The
+/// folder is locked from that last look to the renaming: of two that save by this function, one comes first and the
+/// other one notices. A program that knows nothing of the lock can still slip in.
 TAVO_EXPORT Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
                                        const Expectation& expected = Expectation::anything());
 
