@@ -16,7 +16,6 @@ struct Place {
   Impl* container;
   PropertyIndex property;
   bool alive;
-  friend bool operator==(const Place&, const Place&) = default;
 };
 
 /// What a record says about the time before it (going forward in the direction of the announcement).

@@ -16,6 +16,12 @@ struct Placement {
   bool placed = false; ///< false: in no list (an object that does not exist yet, or no longer)
 };
 
+/// Internal. Where a link stands in the lists of both ends.
+struct LinkPosition {
+  void* previous;     ///< of the link in the source's list
+  void* twinPrevious; ///< of the twin in the target's
+};
+
 /// Internal. One change. It holds the *other* value, and applying it swaps: so undo, redo and rollback are one
 /// operation, which allocates nothing and cannot raise.
 struct Record {
@@ -37,10 +43,7 @@ struct Record {
   union {
     alignas(8) std::byte value[maxDatatypeSize];
     Placement place;
-    struct {
-      void* previous;     ///< of the link in the source's list
-      void* twinPrevious; ///< of the twin in the target's
-    } position;
+    LinkPosition position;
   };
 
   Record(Kind k, ModelElement::Impl* o) : kind(k), object(o), place() {}
