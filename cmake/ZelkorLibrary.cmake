@@ -33,7 +33,8 @@ function(zelkor_add_library name)
   zelkor_compile_options(${name})
 endfunction()
 
-# A test executable NAME of the given sources, linked with LIBS, each of its cases a CTest test.
+# A test executable NAME of the given sources, linked with LIBS. It is one CTest test with the label of its folder
+# (tavo, kavra, ...); its cases run in one process, so that what one leaves behind shows in the next.
 function(zelkor_add_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
@@ -42,4 +43,6 @@ function(zelkor_add_test name)
   target_compile_definitions(${name} PRIVATE ZELKOR_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data")
   zelkor_compile_options(${name})
   add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+  cmake_path(GET CMAKE_CURRENT_SOURCE_DIR FILENAME layer)
+  set_tests_properties(${name} PROPERTIES LABELS ${layer})
 endfunction()
