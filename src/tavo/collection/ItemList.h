@@ -81,6 +81,8 @@ public:
   /// Puts an item behind `previous` (null: first).
   void insertAfter(void* item, void* previous) noexcept;
   void append(void* item) noexcept { insertAfter(item, tail_ == none ? nullptr : nodes_[tail_].item); }
+  /// Forgets all items at once; they keep their slots.
+  void clear() noexcept { *this = ItemList(property_); }
   /// Takes an item out and returns its predecessor.
   void* take(void* item) noexcept;
 

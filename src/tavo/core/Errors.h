@@ -66,6 +66,9 @@ struct FrameworkError {
   static constexpr ErrorId NoSuchType{"tavo:messages:NoSuchType"};
   /// (path) What is to be read or replaced is a folder, a device or a pipe.
   static constexpr ErrorId NotARegularFile{"tavo:io:NotARegularFile"};
+  /// (version found, family, version supported) A file was written by an older version of a schema than this build
+  /// reads.
+  static constexpr ErrorId OldFamilyVersion{"tavo_evo:messages:OldFamilyVersion"};
   /// (path, reason) A file has been saved, but its folder could not be synced.
   static constexpr ErrorId SavedButNotSynced{"tavo:io:SavedButNotSynced"};
   /// (rounds) Listeners kept changing the model in answer to their own changes.

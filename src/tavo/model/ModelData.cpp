@@ -53,6 +53,14 @@ private:
 
 String keyText(const MetaProperty& key, const void* value) { return errorArgument(valueText(*key.datatype(), value)); }
 
+/// What must hold before an object comes into a map.
+void requireFreeKeys(const ItemList& list, const Impl& object) {
+  for (std::size_t which = 0; which < 2; ++which)
+    if (const MetaProperty* key = list.property() ? list.property()->key(which) : nullptr)
+      if (list.findKey(which, object.field(*key)))
+        raise(FrameworkError::UniquenessConstraint, list.property()->name(), keyText(*key, object.field(*key)));
+}
+
 LinkField& linkField(Impl& object, const MetaProperty& property) {
   return *static_cast<LinkField*>(object.field(property));
 }
@@ -119,6 +127,12 @@ void LinkPool::release(Link* link) noexcept {
   free_ = link;
 }
 
+void LinkPool::clear() noexcept {
+  chunks_.clear();
+  chunkSize_ = smallestLinkChunk;
+  free_ = nullptr;
+}
+
 void LinkPool::adopt(LinkPool& other) noexcept {
   for (auto& chunk : other.chunks_)
     chunks_.push_back(std::move(chunk));
@@ -149,6 +163,10 @@ void ModelData::close() noexcept {
   constellation = nullptr;
   for (const auto& entry : listeners_)
     entry->active = false;
+  dropContents();
+}
+
+void ModelData::dropContents() noexcept {
   log_.rollbackTo(0);
   log_.clear();
   identities_.clear();
@@ -156,6 +174,8 @@ void ModelData::close() noexcept {
     Extent::orphan(std::move(extent));
   extents_.clear();
   lastExtent_ = nullptr;
+  topLevel_.clear();
+  links_.clear();
   alive_ = 0;
 }
 
@@ -177,6 +197,11 @@ Extent& ModelData::extentFor(const MetaClass& metaClass) {
   if (!extent)
     extent = std::make_unique<Extent>(this, metaClass);
   return *(lastExtent_ = extent.get());
+}
+
+void ModelData::reserveIdentities(std::size_t more) {
+  identities_.reserve(identities_.size() + more,
+                      [this](const auto& insert) { forEachExtent([&](const Extent& each) { each.forEach(insert); }); });
 }
 
 ItemList& ModelData::listFor(Impl& owner, const MetaProperty& property) {
@@ -367,6 +392,27 @@ Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* co
   return object;
 }
 
+Impl* ModelData::createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
+  assert(unlogged);
+  Extent& extent = extentFor(metaClass);
+  reserveIdentities(1);
+  Impl* object = extent.create(uuid);
+  identities_.insert(*object);
+  object->isProxy_ = proxy;
+  ++alive_;
+  return object;
+}
+
+void ModelData::placeLast(Impl& object, Impl* container, const MetaProperty* property) {
+  ItemList* list = !container ? &topLevel_ : property->isMany() ? &listFor(*container, *property) : nullptr;
+  if (list) {
+    requireFreeKeys(*list, object);
+    list->reserveOne();
+  }
+  void* last = list ? list->last() : nullptr;
+  place(object, {container, static_cast<Impl*>(last), property ? property->index() : PropertyIndex(0), true});
+}
+
 void ModelData::writeAttribute(Impl& object, const MetaProperty& property, void* value) {
   requireWritable();
   if (object.isProxy())
@@ -401,10 +447,7 @@ void ModelData::attach(Impl& child, Impl* container, const MetaProperty* propert
     topLevel_.reserveOne();
   else if (property->kind() == FeatureKind::containsMany) {
     ItemList& list = listFor(*container, *property);
-    for (std::size_t which = 0; which < 2; ++which)
-      if (const MetaProperty* key = property->key(which))
-        if (list.findKey(which, child.field(*key)))
-          raise(FrameworkError::UniquenessConstraint, property->name(), keyText(*key, child.field(*key)));
+    requireFreeKeys(list, child);
     list.reserveOne();
   }
   reserveRecord();
@@ -427,10 +470,7 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
     if (!feature.isMany())
       return nullptr;
     ItemList& prepared = listFor(owner, feature);
-    for (std::size_t which = 0; which < 2; ++which)
-      if (const MetaProperty* key = feature.key(which))
-        if (prepared.findKey(which, item.field(*key)))
-          raise(FrameworkError::UniquenessConstraint, feature.name(), keyText(*key, item.field(*key)));
+    requireFreeKeys(prepared, item);
     if (!feature.key(0) && (feature.collection() == CollectionKind::set || feature.opposite()) && prepared.find(item))
       raise(FrameworkError::UniquenessConstraint, feature.name(), toText(item.uuid()));
     prepared.reserveOne();

@@ -16,13 +16,15 @@ class LinkPool {
 public:
   Link* create();
   void release(Link* link) noexcept;
+  void clear() noexcept;
   /// Takes over all links of another pool; `reserveAdoption` has made the room.
   void adopt(LinkPool& other) noexcept;
   void reserveAdoption(const LinkPool& other) { chunks_.reserve(chunks_.size() + other.chunks_.size()); }
 
 private:
   std::vector<std::unique_ptr<Link[]>> chunks_;
-  std::size_t chunkSize_ = 8;
+  static constexpr std::size_t smallestLinkChunk = 8;
+  std::size_t chunkSize_ = smallestLinkChunk;
   Link* free_ = nullptr;
 };
 
@@ -58,6 +60,13 @@ public:
   ItemList& topLevel() { return topLevel_; }
   std::size_t objectCount() const { return alive_; }
   void adoptContents(ModelData& other);
+
+  // Reading a file, with `unlogged` set: an object is made, gets its values, and then its place.
+
+  ModelElement::Impl* createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
+  void placeLast(ModelElement::Impl& object, ModelElement::Impl* container, const MetaProperty* property);
+  /// Empties a model whose reading failed.
+  void dropContents() noexcept;
 
   // Changes; each checks, reserves and records what it needs, or changes nothing.
 
@@ -110,6 +119,7 @@ private:
   friend void checkInvariants(const Model& model);
 
   Extent& extentFor(const MetaClass& metaClass);
+  void reserveIdentities(std::size_t count);
   ItemList& listFor(ModelElement::Impl& owner, const MetaProperty& property);
   template <class Visit>
   void forEachKeyedHolder(ModelElement::Impl& object, const MetaProperty& key, const Visit& visit);

@@ -1,0 +1,597 @@
+#include "tavo/collection/ItemList.h"
+#include "tavo/core/Errors.h"
+#include "tavo/core/Utf.h"
+#include "tavo/model/ModelData.h"
+#include "tavo/model/Transaction.h"
+#include "tavo/xml/ModelXml.h"
+#include "tavo/xml/XmlFormat.h"
+#include "tavo/xml/XmlReader.h"
+#include "tavo/xml/XmlText.h"
+
+#include <boost/unordered/unordered_flat_map.hpp>
+
+#include <algorithm>
+#include <charconv>
+
+namespace tavo {
+namespace {
+
+using Impl = ModelElement::Impl;
+namespace xf = xmlformat;
+
+/// Whether version `a` comes before `b`: numbers part by part; what is no number is older than every number.
+bool isOlder(std::string_view a, std::string_view b) {
+  const auto part = [](std::string_view& text) {
+    int number = -1;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    const std::size_t dot = text.find('.');
+    text = dot == std::string_view::npos ? std::string_view() : text.substr(dot + 1);
+    return number;
+  };
+  while (!a.empty() || !b.empty()) {
+    const int left = part(a);
+    const int right = part(b);
+    if (left != right)
+      return left < right;
+  }
+  return false;
+}
+
+/// A class of the file's dictionary: the features by the names that the file gives them.
+struct ClassEntry {
+  std::string name;
+  const MetaClass* metaClass = nullptr;
+  std::vector<std::pair<std::string, const MetaProperty*>> features;
+
+  const MetaProperty* find(std::string_view feature) const {
+    for (const auto& [known, property] : features)
+      if (known == feature)
+        return property;
+    return nullptr;
+  }
+};
+
+class Reader final : public XmlHandler {
+public:
+  Reader(const Model& model, const ReadOptions& options) : data_(model.data()), options_(options) {}
+
+  void startElement(const XmlReader& reader, std::string_view name, std::span<const XmlAttribute> attributes) override {
+    reader_ = &reader;
+    const std::size_t depth = depth_++;
+    if (depth == 0)
+      return startDocument(name, attributes);
+    if (depth == 1)
+      return startSection(name);
+    switch (section_) {
+    case Section::families:
+      return readFamily(name, attributes);
+    case Section::dictionary:
+      return depth == 2 ? readClass(name, attributes) : readFeature(name, attributes);
+    case Section::outside:
+      return readOutside(name, attributes);
+    case Section::objects:
+      return startInObjects(name, attributes);
+    case Section::none:
+      break;
+    }
+    unexpected(name);
+  }
+
+  void endElement(const XmlReader& reader, std::string_view) override {
+    reader_ = &reader;
+    --depth_;
+    if (depth_ == 1)
+      section_ = Section::none;
+    else if (section_ == Section::objects)
+      frames_.pop_back();
+  }
+
+  void text(const XmlReader& reader, std::string_view text) override {
+    reader_ = &reader;
+    if (text.find_first_not_of(" \t\r\n") != std::string_view::npos)
+      raise(FrameworkError::InvalidText, place(), "there is text between the elements");
+  }
+
+  /// References may lead forward, so they are made when every object is there.
+  void finish(const std::string& document) {
+    for (const Pending& pending : pending_) {
+      const auto at = [&] { return document + ":" + std::to_string(pending.line); };
+      Impl* target = pending.anchor == noAnchor ? findTarget(pending.uuid) : anchors_[pending.anchor].object;
+      if (!target)
+        raise(FrameworkError::DanglingReference, at(), pending.property->name(),
+              pending.anchor == noAnchor ? toText(pending.uuid) : anchors_[pending.anchor].name);
+      makeReference(*pending.source, *pending.property, *target, at);
+    }
+  }
+
+private:
+  enum class Section { none, families, dictionary, outside, objects };
+  static constexpr std::uint32_t noAnchor = 0xffffffffu;
+
+  /// An open element below <objects>.
+  struct Frame {
+    Impl* object = nullptr; ///< of an object's element, and of the elements of its values
+    const ClassEntry* entry = nullptr;
+    const MetaProperty* property = nullptr; ///< of a value's element
+    bool leaf = false;                      ///< nothing may stand in it
+  };
+
+  struct Pending {
+    Impl* source;
+    const MetaProperty* property;
+    Uuid uuid;
+    std::uint32_t anchor;
+    std::uint64_t line;
+  };
+
+  struct Anchor {
+    std::string name;
+    Impl* object = nullptr;
+  };
+
+  // The head
+
+  void startDocument(std::string_view name, std::span<const XmlAttribute> attributes) {
+    if (name != xf::root)
+      raise(FrameworkError::InvalidText, place(),
+            "this is no model file: it starts with \"" + std::string(name) + "\" instead of \"tavo\"");
+    const std::string_view format = require(attributes, xf::format);
+    if (format != xf::formatVersion)
+      raise(FrameworkError::InvalidFamilyVersion, format, xf::root, xf::formatVersion);
+  }
+
+  void startSection(std::string_view name) {
+    static constexpr std::pair<std::string_view, Section> sections[] = {{xf::families, Section::families},
+                                                                        {xf::dictionary, Section::dictionary},
+                                                                        {xf::outside, Section::outside},
+                                                                        {xf::objects, Section::objects}};
+    for (const auto& [known, section] : sections)
+      if (known == name) {
+        if (section <= lastSection_)
+          unexpected(name);
+        section_ = lastSection_ = section;
+        return;
+      }
+    unexpected(name);
+  }
+
+  void readFamily(std::string_view element, std::span<const XmlAttribute> attributes) {
+    if (element != xf::family || depth_ != 3)
+      unexpected(element);
+    const std::string_view name = require(attributes, xf::name);
+    const std::string_view version = require(attributes, xf::version);
+    const MetaPackage* package = MetaRegistry::instance().findPackage(name);
+    if (!package)
+      raise(FrameworkError::UnknownFamily, place(), name);
+    if (version == package->version())
+      return;
+    if (isOlder(version, package->version()))
+      raise(FrameworkError::OldFamilyVersion, version, name, package->version());
+    raise(FrameworkError::InvalidFamilyVersion, version, name, package->version());
+  }
+
+  void readClass(std::string_view element, std::span<const XmlAttribute> attributes) {
+    if (element != xf::classEntry)
+      unexpected(element);
+    auto entry = std::make_unique<ClassEntry>();
+    entry->name = require(attributes, xf::name);
+    const Uuid id = readUuid(require(attributes, xf::id));
+    entry->metaClass = MetaRegistry::instance().findClass(id);
+    if (!entry->metaClass)
+      raise(FrameworkError::UnknownClass, place(), entry->name, require(attributes, xf::family));
+    if (!classesByName_.emplace(entry->name, entry.get()).second ||
+        !classes_.emplace(entry->metaClass, entry.get()).second)
+      raise(FrameworkError::InvalidText, place(), "the class \"" + entry->name + "\" is listed twice");
+    dictionary_.push_back(std::move(entry));
+  }
+
+  void readFeature(std::string_view element, std::span<const XmlAttribute> attributes) {
+    if (element != xf::feature || depth_ != 4)
+      unexpected(element);
+    ClassEntry& entry = *dictionary_.back();
+    std::string name(require(attributes, xf::name));
+    const MetaProperty* property = entry.metaClass->findProperty(readUuid(require(attributes, xf::id)));
+    if (!property || !property->isSaved())
+      raise(FrameworkError::UnknownFeature, place(), name, entry.name);
+    if (entry.find(name))
+      raise(FrameworkError::InvalidText, place(), "the feature \"" + name + "\" is listed twice");
+    entry.features.emplace_back(std::move(name), property);
+  }
+
+  void readOutside(std::string_view element, std::span<const XmlAttribute> attributes) {
+    if (element != xf::element || depth_ != 3)
+      unexpected(element);
+    const ClassEntry& entry = classNamed(require(attributes, xf::classAttribute));
+    const Uuid uuid = readUuid(require(attributes, xf::uuid));
+    if (data_.find(uuid))
+      raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
+    identities_.emplace(uuid, data_.createUnplaced(*concrete(entry).metaClass, uuid, true));
+    data_.placeLast(*identities_.find(uuid)->second, nullptr, nullptr);
+  }
+
+  // The objects
+
+  void startInObjects(std::string_view name, std::span<const XmlAttribute> attributes) {
+    if (depth_ == 3) {
+      startObject(concrete(classNamed(name)), nullptr, nullptr, attributes);
+      return;
+    }
+    const Frame frame = frames_.back();
+    if (frame.leaf)
+      unexpected(name);
+    if (frame.property)
+      return readItem(frame, name, attributes);
+    const MetaProperty* property = frame.entry->find(name);
+    if (!property)
+      raise(FrameworkError::UnknownFeature, place(), name, frame.entry->name);
+    switch (property->kind()) {
+    case FeatureKind::containsOne:
+    case FeatureKind::containsMany:
+      startObject(childClass(*property, attributes), frame.object, property, attributes);
+      return;
+    case FeatureKind::refersMany:
+      require(attributes, xf::ref);
+      onlyAttributes(attributes, {xf::ref});
+      refer(*frame.object, *property, require(attributes, xf::ref));
+      frames_.push_back({.leaf = true});
+      return;
+    case FeatureKind::attribute:
+      startValue(frame, *property, attributes);
+      return;
+    default:
+      unexpected(name);
+    }
+  }
+
+  const ClassEntry& childClass(const MetaProperty& property, std::span<const XmlAttribute> attributes) {
+    const XmlAttribute* named = find(attributes, xf::classAttribute);
+    const ClassEntry* entry = nullptr;
+    if (named)
+      entry = &classNamed(named->value);
+    else if (const auto found = classes_.find(property.target()); found != classes_.end())
+      entry = found->second;
+    else
+      raise(FrameworkError::UnknownClass, place(), property.target()->name(), property.target()->package().name());
+    if (!entry->metaClass->isA(*property.target()))
+      raise(FrameworkError::InvalidText, place(),
+            "\"" + std::string(property.name()) + "\" cannot hold an object of class \"" + entry->name + "\"");
+    return concrete(*entry);
+  }
+
+  void startObject(const ClassEntry& entry, Impl* container, const MetaProperty* property,
+                   std::span<const XmlAttribute> attributes) {
+    if (container && property->kind() == FeatureKind::containsOne && container->one(*property))
+      raise(FrameworkError::InvalidText, place(), "\"" + std::string(property->name()) + "\" holds one object only");
+    Uuid uuid{};
+    if (const XmlAttribute* given = find(attributes, xf::uuid))
+      uuid = readUuid(given->value);
+    else if (container && property->kind() == FeatureKind::containsOne &&
+             entry.metaClass->has(ClassFlag::derivedIdentity))
+      uuid = derivedUuid(options_.freshIdentities ? originals_[container] : container->uuid(), *property);
+    else
+      raise(FrameworkError::InvalidText, place(), "the object has no identity");
+    if (uuid.is_nil())
+      raise(FrameworkError::InvalidText, place(), "the identity of the object is nil");
+
+    Impl* object = createObject(entry, container, property, uuid);
+    for (const XmlAttribute& attribute : attributes) {
+      if (attribute.name == xf::uuid || attribute.name == xf::classAttribute)
+        continue;
+      if (attribute.name == xf::anchor) {
+        Anchor& anchor = anchors_[anchorOf(attribute.value)];
+        if (anchor.object)
+          raise(FrameworkError::InvalidText, place(), "two objects are called \"" + anchor.name + "\"");
+        anchor.object = object;
+        continue;
+      }
+      readAttribute(*object, entry, attribute);
+    }
+    try {
+      data_.placeLast(*object, container, property);
+    } catch (const Error& error) { // a key that is taken: the model knows which, the file knows where
+      raiseBecause(error, FrameworkError::InvalidText, place(), "the object clashes with another");
+    }
+    frames_.push_back({object, &entry, nullptr, false});
+  }
+
+  Impl* createObject(const ClassEntry& entry, Impl* container, const MetaProperty* property, const Uuid& uuid) {
+    if (!options_.freshIdentities) {
+      if (data_.find(uuid))
+        raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
+      return data_.createUnplaced(*entry.metaClass, uuid, false);
+    }
+    if (identities_.contains(uuid))
+      raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
+    const bool derived =
+        container && property->kind() == FeatureKind::containsOne && entry.metaClass->has(ClassFlag::derivedIdentity);
+    const Uuid fresh = derived ? derivedUuid(container->uuid(), *property) : randomUuid();
+    Impl* object = data_.createUnplaced(*entry.metaClass, fresh, false);
+    identities_.emplace(uuid, object);
+    originals_.emplace(object, uuid);
+    options_.freshIdentities(uuid, fresh);
+    return object;
+  }
+
+  void readAttribute(Impl& object, const ClassEntry& entry, const XmlAttribute& attribute) {
+    const MetaProperty* property = entry.find(attribute.name);
+    if (!property)
+      raise(FrameworkError::UnknownFeature, place(), attribute.name, entry.name);
+    if (property->kind() == FeatureKind::refersOne)
+      refer(object, *property, attribute.value);
+    else if (property->kind() == FeatureKind::attribute)
+      // The object is in no collection yet, so no index has to know.
+      readPlain(*property, *property->datatype(), object.field(*property), attribute.value);
+    else
+      raise(FrameworkError::InvalidText, place(), "\"" + std::string(attribute.name) + "\" is no attribute");
+  }
+
+  void readPlain(const MetaProperty& property, const Datatype& type, void* to, std::string_view text) {
+    switch (type.kind) {
+    case Datatype::Kind::string:
+      *static_cast<String*>(to) = toString(text);
+      return;
+    case Datatype::Kind::optional:
+      return readPlain(property, type.element(), type.emplace(to), text);
+    case Datatype::Kind::sequence: {
+      if (!type.element().read)
+        break;
+      Value empty(type);
+      type.swap(to, empty.data());
+      while (!text.empty()) {
+        const std::size_t blank = std::min(text.find(' '), text.size());
+        Value element(type.element());
+        readPlain(property, type.element(), element.data(), text.substr(0, blank));
+        type.append(to, element.data());
+        text.remove_prefix(std::min(blank + 1, text.size()));
+      }
+      return;
+    }
+    default:
+      if (type.read && type.read(to, text))
+        return;
+    }
+    raise(FrameworkError::InvalidText, place(),
+          "\"" + std::string(text) + "\" is no " + std::string(type.name) + " for \"" + std::string(property.name()) +
+              "\"");
+  }
+
+  // Values that are elements. They are put together aside and then written, so that indexes learn of keys.
+
+  void startValue(const Frame& owner, const MetaProperty& property, std::span<const XmlAttribute> attributes) {
+    const Datatype& type = *property.datatype();
+    const Datatype& inner = type.kind == Datatype::Kind::optional ? type.element() : type;
+    Value value(type);
+    if (find(attributes, xf::none)) {
+      if (type.kind != Datatype::Kind::optional)
+        raise(FrameworkError::InvalidText, place(), "\"" + std::string(property.name()) + "\" cannot be absent");
+    } else {
+      void* to = type.kind == Datatype::Kind::optional ? type.emplace(value.data()) : value.data();
+      if (inner.kind != Datatype::Kind::sequence)
+        readElementValue(property, inner, to, attributes);
+      else
+        onlyAttributes(attributes, {});
+    }
+    try {
+      data_.writeAttribute(*owner.object, property, value.data());
+    } catch (const Error& error) {
+      raiseBecause(error, FrameworkError::InvalidText, place(), "the object clashes with another");
+    }
+    const bool isSequence = inner.kind == Datatype::Kind::sequence;
+    frames_.push_back({owner.object, owner.entry, &property, !isSequence});
+  }
+
+  void readElementValue(const MetaProperty& property, const Datatype& type, void* to,
+                        std::span<const XmlAttribute> attributes) {
+    const bool escaped = find(attributes, xf::escaped) != nullptr;
+    if (type.kind != Datatype::Kind::structure) {
+      onlyAttributes(attributes, {xf::value, xf::escaped});
+      const std::string_view text = require(attributes, xf::value);
+      if (escaped && type.kind == Datatype::Kind::string)
+        *static_cast<String*>(to) = unescaped(text);
+      else
+        readPlain(property, type, to, text);
+      return;
+    }
+    std::size_t known = escaped ? 1 : 0;
+    for (const DatatypeField& field : type.fields)
+      if (const XmlAttribute* attribute = find(attributes, field.name)) {
+        ++known;
+        void* at = static_cast<std::byte*>(to) + field.offset;
+        if (escaped && field.datatype().kind == Datatype::Kind::string)
+          *static_cast<String*>(at) = unescaped(attribute->value);
+        else
+          readPlain(property, field.datatype(), at, attribute->value);
+      }
+    if (known != attributes.size())
+      raise(FrameworkError::UnknownFeature, place(), property.name(), type.name);
+  }
+
+  void readItem(const Frame& frame, std::string_view name, std::span<const XmlAttribute> attributes) {
+    if (name != xf::item)
+      unexpected(name);
+    const MetaProperty& property = *frame.property;
+    const Datatype& declared = *property.datatype();
+    const Datatype& type = declared.kind == Datatype::Kind::optional ? declared.element() : declared;
+    Value element(type.element());
+    readElementValue(property, type.element(), element.data(), attributes);
+    // An attribute that is a list is no key, so it may grow where it is.
+    void* field = frame.object->field(property);
+    void* list = declared.kind == Datatype::Kind::optional ? const_cast<void*>(declared.contained(field)) : field;
+    type.append(list, element.data());
+    frames_.push_back({.leaf = true});
+  }
+
+  // References
+
+  void refer(Impl& source, const MetaProperty& property, std::string_view text) {
+    if (property.kind() == FeatureKind::refersOne && source.one(property))
+      raise(FrameworkError::InvalidText, place(), "\"" + std::string(property.name()) + "\" holds one object only");
+    Pending pending{&source, &property, {}, noAnchor, reader_->position().line};
+    if (text.size() == 36)
+      pending.uuid = readUuid(text);
+    else
+      pending.anchor = anchorOf(text);
+    if (property.kind() == FeatureKind::refersOne && !property.opposite()) {
+      Impl* known = pending.anchor == noAnchor ? findTarget(pending.uuid) : anchors_[pending.anchor].object;
+      if (known)
+        return makeReference(source, property, *known, [this] { return place(); });
+    }
+    pending_.push_back(pending);
+  }
+
+  template <class Place>
+  void makeReference(Impl& source, const MetaProperty& property, Impl& target, const Place& at) {
+    if (!target.isA(*property.target()))
+      raise(FrameworkError::InvalidText, at(),
+            "\"" + std::string(property.name()) + "\" cannot refer to an object of class \"" +
+                std::string(target.objectClass().name()) + "\"");
+    data_.link(source, property, target, ModelData::atEnd);
+  }
+
+  Impl* findTarget(const Uuid& uuid) const {
+    if (const auto found = identities_.find(uuid); found != identities_.end())
+      return found->second;
+    return options_.freshIdentities ? nullptr : data_.find(uuid);
+  }
+
+  std::uint32_t anchorOf(std::string_view name) {
+    const auto [found, isNew] =
+        anchorIndex_.try_emplace(std::string(name), static_cast<std::uint32_t>(anchors_.size()));
+    if (isNew)
+      anchors_.push_back({std::string(name)});
+    return found->second;
+  }
+
+  // Small things
+
+  std::string place() const { return reader_->place(); }
+
+  [[noreturn]] void unexpected(std::string_view name) const {
+    raise(FrameworkError::InvalidText, place(), "the element \"" + std::string(name) + "\" has no place here");
+  }
+
+  static const XmlAttribute* find(std::span<const XmlAttribute> attributes, std::string_view name) {
+    for (const XmlAttribute& attribute : attributes)
+      if (attribute.name == name)
+        return &attribute;
+    return nullptr;
+  }
+
+  std::string_view require(std::span<const XmlAttribute> attributes, std::string_view name) const {
+    if (const XmlAttribute* found = find(attributes, name))
+      return found->value;
+    raise(FrameworkError::InvalidText, place(), "the attribute \"" + std::string(name) + "\" is missing");
+  }
+
+  void onlyAttributes(std::span<const XmlAttribute> attributes, std::initializer_list<std::string_view> known) const {
+    for (const XmlAttribute& attribute : attributes)
+      if (std::find(known.begin(), known.end(), attribute.name) == known.end())
+        raise(FrameworkError::InvalidText, place(), "the attribute \"" + std::string(attribute.name) + "\" is unknown");
+  }
+
+  const ClassEntry& classNamed(std::string_view name) const {
+    const auto found = classesByName_.find(std::string(name));
+    if (found == classesByName_.end())
+      raise(FrameworkError::InvalidText, place(),
+            "the class \"" + std::string(name) + "\" is not in the file's dictionary");
+    return *found->second;
+  }
+
+  const ClassEntry& concrete(const ClassEntry& entry) const {
+    if (entry.metaClass->isAbstract())
+      raise(FrameworkError::InvalidText, place(), "the class \"" + entry.name + "\" is abstract");
+    return entry;
+  }
+
+  Uuid readUuid(std::string_view text) const {
+    if (const auto uuid = parseUuid(text))
+      return *uuid;
+    raise(FrameworkError::InvalidText, place(), "\"" + std::string(text) + "\" is no identity");
+  }
+
+  String toString(std::string_view utf8) const { return String(toUtf16(utf8)); }
+
+  String unescaped(std::string_view utf8) const {
+    if (auto text = unescapeText(toUtf16(utf8)))
+      return *text;
+    raise(FrameworkError::InvalidText, place(), "the text is not escaped as it says");
+  }
+
+  ModelData& data_;
+  const ReadOptions& options_;
+  const XmlReader* reader_ = nullptr;
+  std::size_t depth_ = 0;
+  Section section_ = Section::none;
+  Section lastSection_ = Section::none;
+  std::vector<std::unique_ptr<ClassEntry>> dictionary_;
+  boost::unordered_flat_map<std::string, ClassEntry*> classesByName_;
+  boost::unordered_flat_map<const MetaClass*, ClassEntry*> classes_;
+  std::vector<Frame> frames_;
+  std::vector<Pending> pending_;
+  std::vector<Anchor> anchors_;
+  boost::unordered_flat_map<std::string, std::uint32_t> anchorIndex_;
+  /// Objects by the identities that the file gives them, where the model does not know these.
+  boost::unordered_flat_map<Uuid, Impl*, UuidHash> identities_;
+  boost::unordered_flat_map<Impl*, Uuid> originals_;
+};
+
+/// Marks a model as being read into: nothing is logged and hooks do not run; what was read goes again unless `keep` is
+/// called.
+class Reading {
+public:
+  explicit Reading(const Model& model) : model_(model) {
+    model_.data().unlogged = true;
+    ++model_.data().frameworkUpdates;
+  }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+  ~Reading() {
+    ModelData& data = *model_.get();
+    --data.frameworkUpdates;
+    data.unlogged = false;
+    if (!kept_)
+      data.dropContents();
+  }
+  void keep() { kept_ = true; }
+
+private:
+  Model model_;
+  bool kept_ = false;
+};
+
+void readInto(ByteSource& source, const std::string& name, const Model& model, const ReadOptions& options) {
+  Reading reading(model);
+  Reader handler(model, options);
+  XmlReader reader(name, handler, options.limits);
+  reader.readAll(source);
+  handler.finish(name);
+  reading.keep();
+}
+
+} // namespace
+
+void readModel(ByteSource& source, const std::string& name, const Model& model, const ReadOptions& options) {
+  ModelData& data = model.data();
+  data.requireWritable();
+  const bool untouched =
+      data.objectCount() == 0 && !data.inTransaction() && !data.log().canUndo() && !data.log().canRedo();
+  if (untouched)
+    return readInto(source, name, model, options);
+  const Model aside = Model::create();
+  readInto(source, name, aside, options);
+  aside.moveContentsTo(model);
+}
+
+void readModel(std::u16string_view text, const std::string& name, const Model& model, const ReadOptions& options) {
+  const std::string utf8 = toUtf8(text);
+  MemorySource source(utf8);
+  readModel(source, name, model, options);
+}
+
+Fingerprint loadModel(const std::filesystem::path& path, const Model& model, const ReadOptions& options) {
+  InputFile file(path);
+  readModel(file, path.string(), model, options);
+  return file.fingerprint();
+}
+
+} // namespace tavo

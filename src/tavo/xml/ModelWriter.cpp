@@ -1,0 +1,457 @@
+#include "tavo/collection/ItemList.h"
+#include "tavo/core/Errors.h"
+#include "tavo/core/Utf.h"
+#include "tavo/model/ModelData.h"
+#include "tavo/xml/ModelXml.h"
+#include "tavo/xml/XmlFormat.h"
+#include "tavo/xml/XmlText.h"
+#include "tavo/xml/XmlWriter.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tavo {
+namespace {
+
+using Impl = ModelElement::Impl;
+namespace xf = xmlformat;
+
+/// What the head says about one class, and what the body needs to know of it.
+struct ClassEntry {
+  const MetaClass* metaClass;
+  std::string name;
+  struct Feature {
+    const MetaProperty* property;
+    std::string name;
+    bool used = false;
+    bool skipped = false;
+  };
+  std::vector<Feature> features; ///< all saved ones, in the order of their indexes
+};
+
+/// How a value stands in the body.
+enum class Form { attribute, element };
+
+Form formOf(const Datatype& type, const void* value) {
+  switch (type.kind) {
+  case Datatype::Kind::string:
+    return needsEscape(*static_cast<const String*>(value)) ? Form::element : Form::attribute;
+  case Datatype::Kind::structure:
+    return Form::element;
+  case Datatype::Kind::optional: {
+    const void* inner = type.contained(value);
+    return inner ? formOf(type.element(), inner) : Form::element;
+  }
+  case Datatype::Kind::sequence:
+    return type.element().write ? Form::attribute : Form::element;
+  default:
+    return Form::attribute;
+  }
+}
+
+class Writer {
+public:
+  /// `tree` is the root of the only tree that is written; null for a whole model.
+  Writer(ByteSink& sink, const WriteOptions& options, const Impl* tree) : xml_(sink), options_(options), tree_(tree) {}
+
+  void write(const std::vector<Impl*>& roots) {
+    for (Impl* root : roots)
+      survey(*root, 3);
+    nameAnchors();
+    xml_.start(xf::root).attribute(xf::format, xf::formatVersion);
+    writeHead();
+    writeOutside();
+    xml_.start(xf::objects);
+    for (Impl* root : roots) {
+      const ClassEntry& entry = entryOf(root->objectClass());
+      xml_.start(entry.name);
+      writeObject(*root, entry, nullptr);
+      xml_.end();
+    }
+    xml_.end().end();
+    xml_.finish();
+  }
+
+private:
+  ClassEntry& entryOf(const MetaClass& metaClass) {
+    if (last_ && last_->metaClass == &metaClass)
+      return *last_;
+    auto& entry = entries_[&metaClass];
+    if (!entry) {
+      entry = std::make_unique<ClassEntry>();
+      entry->metaClass = &metaClass;
+      for (const MetaProperty* property : metaClass.properties()) {
+        if (!property->isSaved())
+          continue;
+        ClassEntry::Feature feature{property, std::string(property->name())};
+        if (std::find(xf::reserved.begin(), xf::reserved.end(), property->name()) != xf::reserved.end())
+          feature.name += '_';
+        feature.skipped =
+            std::find(options_.transient.begin(), options_.transient.end(), property) != options_.transient.end() ||
+            (property->isReference() && !options_.associations);
+        entry->features.push_back(std::move(feature));
+      }
+    }
+    return *(last_ = entry.get());
+  }
+
+  /// Goes through the tree once to see which classes, features and targets occur.
+  void survey(Impl& object, std::size_t depth) {
+    if (depth > Limits::current().nesting)
+      raise(FrameworkError::LimitExceeded, object.objectClass().name(), "nesting",
+            static_cast<unsigned long long>(Limits::current().nesting));
+    ClassEntry& entry = entryOf(object.objectClass());
+    for (auto& feature : entry.features) {
+      if (feature.skipped)
+        continue;
+      const MetaProperty& property = *feature.property;
+      switch (property.kind()) {
+      case FeatureKind::attribute:
+        feature.used = feature.used || !property.isDefault(object.field(property));
+        break;
+      case FeatureKind::containsOne:
+        if (Impl* child = object.one(property)) {
+          feature.used = true;
+          survey(*child, depth + 1);
+        }
+        break;
+      case FeatureKind::refersOne:
+        if (Impl* target = object.one(property)) {
+          feature.used = true;
+          ++targets_[target].references;
+        }
+        break;
+      case FeatureKind::containsMany:
+      case FeatureKind::refersMany:
+        if (ItemList* list = object.items(property))
+          for (std::size_t i = 0; i < list->size(); ++i) {
+            feature.used = true;
+            Impl* item = list->objectAt(i);
+            if (property.isContainment())
+              survey(*item, depth + 1);
+            else
+              ++targets_[item].references;
+          }
+        break;
+      default:
+        break;
+      }
+    }
+  }
+
+  bool isInside(const Impl& target) const {
+    if (target.isProxy())
+      return false;
+    if (!tree_)
+      return true;
+    for (const Impl* at = &target; at; at = at->container())
+      if (at == tree_)
+        return true;
+    return false;
+  }
+
+  /// Objects that are referred to more than once get a short anchor: the beginning of their identity, as long as it
+  /// must be. It changes only when they do, so files keep their lines.
+  void nameAnchors() {
+    std::vector<std::pair<std::string, Impl*>> several;
+    for (auto& [target, use] : targets_) {
+      use.inside = isInside(*target);
+      if (!use.inside)
+        outside_.push_back(target);
+      else if (use.references > 1) {
+        std::string text = toText(target->uuid());
+        std::erase(text, '-');
+        several.emplace_back(std::move(text), target);
+      }
+    }
+    std::sort(several.begin(), several.end());
+    for (std::size_t i = 0; i < several.size(); ++i) {
+      const auto shared = [&](std::size_t j) {
+        const auto& [a, b] = std::mismatch(several[i].first.begin(), several[i].first.end(), several[j].first.begin());
+        return static_cast<std::size_t>(a - several[i].first.begin());
+      };
+      const std::size_t length =
+          std::max({std::size_t{7}, i ? shared(i - 1) : 0, i + 1 < several.size() ? shared(i + 1) : 0}) + 1;
+      targets_[several[i].second].anchor = several[i].first.substr(0, length);
+    }
+    std::sort(outside_.begin(), outside_.end(), [](Impl* a, Impl* b) { return a->uuid() < b->uuid(); });
+    for (Impl* object : outside_)
+      entryOf(object->objectClass());
+  }
+
+  void writeHead() {
+    std::vector<ClassEntry*> entries;
+    std::vector<const MetaPackage*> packages;
+    for (const auto& [metaClass, entry] : entries_) {
+      entries.push_back(entry.get());
+      if (std::find(packages.begin(), packages.end(), &metaClass->package()) == packages.end())
+        packages.push_back(&metaClass->package());
+    }
+    std::sort(packages.begin(), packages.end(), [](auto* a, auto* b) { return a->name() < b->name(); });
+    std::sort(entries.begin(), entries.end(),
+              [](auto* a, auto* b) { return a->metaClass->qualifiedName() < b->metaClass->qualifiedName(); });
+    // Two classes of one short name are told apart by their full names.
+    for (ClassEntry* entry : entries) {
+      const auto sameName = [&](const ClassEntry* other) {
+        return other->metaClass->name() == entry->metaClass->name();
+      };
+      entry->name = std::count_if(entries.begin(), entries.end(), sameName) > 1 ? entry->metaClass->qualifiedName()
+                                                                                : entry->metaClass->name();
+    }
+    xml_.start(xf::families);
+    for (const MetaPackage* package : packages)
+      xml_.start(xf::family)
+          .attribute(xf::name, package->name())
+          .attribute(xf::version, package->version())
+          .attribute(xf::uri, package->uri())
+          .end();
+    xml_.end().start(xf::dictionary);
+    for (const ClassEntry* entry : entries) {
+      xml_.start(xf::classEntry)
+          .attribute(xf::name, entry->name)
+          .attribute(xf::family, entry->metaClass->package().name())
+          .attribute(xf::id, toText(entry->metaClass->id()));
+      for (const auto& feature : entry->features)
+        if (feature.used)
+          xml_.start(xf::feature)
+              .attribute(xf::name, feature.name)
+              .attribute(xf::id, toText(feature.property->id()))
+              .end();
+      xml_.end();
+    }
+    xml_.end();
+  }
+
+  void writeOutside() {
+    if (outside_.empty())
+      return;
+    xml_.start(xf::outside);
+    for (const Impl* object : outside_)
+      xml_.start(xf::element)
+          .attribute(xf::classAttribute, entryOf(object->objectClass()).name)
+          .attribute(xf::uuid, toText(object->uuid()))
+          .end();
+    xml_.end();
+  }
+
+  /// The attributes and elements of an object whose element has been started; `in` is the feature that contains it.
+  void writeObject(Impl& object, const ClassEntry& entry, const MetaProperty* in) {
+    if (in && in->target() != &object.objectClass())
+      xml_.attribute(xf::classAttribute, entry.name);
+    const bool derived = in && in->kind() == FeatureKind::containsOne &&
+                         object.objectClass().has(ClassFlag::derivedIdentity) &&
+                         object.uuid() == derivedUuid(object.container()->uuid(), *in);
+    if (!derived) {
+      char text[36];
+      toText(object.uuid(), text);
+      xml_.attribute(xf::uuid, std::string_view(text, sizeof text));
+    }
+    if (const auto use = targets_.find(&object); use != targets_.end() && !use->second.anchor.empty())
+      xml_.attribute(xf::anchor, use->second.anchor);
+    for (const auto& feature : entry.features)
+      if (feature.used && !feature.skipped)
+        writeAsAttribute(object, feature);
+    for (const auto& feature : entry.features)
+      if (feature.used && !feature.skipped)
+        writeAsElement(object, feature);
+  }
+
+  void writeAsAttribute(Impl& object, const ClassEntry::Feature& feature) {
+    const MetaProperty& property = *feature.property;
+    if (property.kind() == FeatureKind::refersOne) {
+      if (Impl* target = object.one(property))
+        xml_.attribute(feature.name, reference(*target));
+      return;
+    }
+    if (property.kind() != FeatureKind::attribute)
+      return;
+    const void* value = object.field(property);
+    const Datatype& type = *property.datatype();
+    if (!property.isDefault(value) && formOf(type, value) == Form::attribute)
+      writePlain(feature.name, type, value);
+  }
+
+  void writePlain(std::string_view name, const Datatype& type, const void* value) {
+    switch (type.kind) {
+    case Datatype::Kind::string:
+      xml_.attribute(name, static_cast<const String*>(value)->view());
+      return;
+    case Datatype::Kind::optional:
+      writePlain(name, type.element(), type.contained(value));
+      return;
+    default:
+      break;
+    }
+    text_.clear();
+    if (type.kind == Datatype::Kind::sequence)
+      for (std::size_t i = 0; i < type.length(value); ++i) {
+        if (i)
+          text_ += ' ';
+        type.element().write(type.at(value, i), text_);
+      }
+    else
+      type.write(value, text_);
+    xml_.attribute(name, text_);
+  }
+
+  void writeAsElement(Impl& object, const ClassEntry::Feature& feature) {
+    const MetaProperty& property = *feature.property;
+    switch (property.kind()) {
+    case FeatureKind::attribute: {
+      const void* value = object.field(property);
+      if (!property.isDefault(value) && formOf(*property.datatype(), value) == Form::element)
+        writeValueElement(feature.name, *property.datatype(), value);
+      return;
+    }
+    case FeatureKind::containsOne:
+      if (Impl* child = object.one(property))
+        writeChild(feature, *child);
+      return;
+    case FeatureKind::containsMany:
+    case FeatureKind::refersMany:
+      if (ItemList* list = object.items(property))
+        for (std::size_t i = 0; i < list->size(); ++i) {
+          Impl& item = *list->objectAt(i);
+          if (property.isContainment())
+            writeChild(feature, item);
+          else
+            xml_.start(feature.name).attribute(xf::ref, reference(item)).end();
+        }
+      return;
+    default:
+      return;
+    }
+  }
+
+  void writeChild(const ClassEntry::Feature& feature, Impl& child) {
+    xml_.start(feature.name);
+    writeObject(child, entryOf(child.objectClass()), feature.property);
+    xml_.end();
+  }
+
+  void writeValueElement(std::string_view name, const Datatype& type, const void* value) {
+    switch (type.kind) {
+    case Datatype::Kind::optional:
+      if (const void* inner = type.contained(value))
+        writeValueElement(name, type.element(), inner);
+      else
+        xml_.start(name).attribute(xf::none, true).end();
+      return;
+    case Datatype::Kind::sequence:
+      xml_.start(name);
+      for (std::size_t i = 0; i < type.length(value); ++i)
+        writeValueElement(xf::item, type.element(), type.at(value, i));
+      xml_.end();
+      return;
+    case Datatype::Kind::structure:
+      writeStruct(name, type, value);
+      return;
+    case Datatype::Kind::string: {
+      const auto& text = *static_cast<const String*>(value);
+      xml_.start(name);
+      if (needsEscape(text))
+        xml_.attribute(xf::escaped, true).attribute(xf::value, escapeText(text).view());
+      else
+        xml_.attribute(xf::value, text.view());
+      xml_.end();
+      return;
+    }
+    default:
+      xml_.start(name);
+      writePlain(xf::value, type, value);
+      xml_.end();
+    }
+  }
+
+  void writeStruct(std::string_view name, const Datatype& type, const void* value) {
+    const auto at = [&](const DatatypeField& field) { return static_cast<const std::byte*>(value) + field.offset; };
+    const bool escape = std::any_of(type.fields.begin(), type.fields.end(), [&](const DatatypeField& field) {
+      return field.datatype().kind == Datatype::Kind::string &&
+             needsEscape(*reinterpret_cast<const String*>(at(field)));
+    });
+    xml_.start(name);
+    if (escape)
+      xml_.attribute(xf::escaped, true);
+    for (const auto& field : type.fields)
+      if (escape && field.datatype().kind == Datatype::Kind::string)
+        xml_.attribute(field.name, escapeText(*reinterpret_cast<const String*>(at(field))).view());
+      else
+        writePlain(field.name, field.datatype(), at(field));
+    xml_.end();
+  }
+
+  std::string_view reference(const Impl& target) {
+    const auto& use = targets_.find(const_cast<Impl*>(&target))->second;
+    if (!use.anchor.empty())
+      return use.anchor;
+    toText(target.uuid(), uuidText_);
+    return {uuidText_, sizeof uuidText_};
+  }
+
+  struct Use {
+    std::uint32_t references = 0;
+    bool inside = true;
+    std::string anchor;
+  };
+
+  XmlWriter xml_;
+  const WriteOptions& options_;
+  const Impl* tree_;
+  boost::unordered_flat_map<const MetaClass*, std::unique_ptr<ClassEntry>> entries_;
+  ClassEntry* last_ = nullptr;
+  boost::unordered_flat_map<Impl*, Use> targets_;
+  std::vector<Impl*> outside_;
+  std::string text_;
+  char uuidText_[36];
+};
+
+template <class Write>
+String textOf(const Write& write) {
+  std::string bytes;
+  MemorySink sink(bytes);
+  write(sink);
+  return String(toUtf16(bytes));
+}
+
+} // namespace
+
+Uuid derivedUuid(const Uuid& owner, const MetaProperty& property) {
+  // Both identities are as good as random, so mixing them is: version 8, a form of our own.
+  Uuid mixed;
+  for (std::size_t i = 0; i < 16; ++i)
+    mixed.data[i] = static_cast<std::uint8_t>(owner.data[i] ^ property.id().data[(i + 5) % 16]);
+  mixed.data[6] = static_cast<std::uint8_t>((mixed.data[6] & 0x0f) | 0x80);
+  mixed.data[8] = static_cast<std::uint8_t>((mixed.data[8] & 0x3f) | 0x80);
+  return mixed;
+}
+
+void writeModel(const Model& model, ByteSink& sink, const WriteOptions& options) {
+  std::vector<Impl*> roots;
+  for (const ModelElement& element : model.topLevel()) {
+    if (element.isProxy())
+      continue; // written with those who refer to it
+    if (!element.objectClass().has(ClassFlag::isRoot))
+      raise(FrameworkError::UncontainedObject, toText(element.Uuid()), element.objectClass().name());
+    roots.push_back(element.get());
+  }
+  Writer(sink, options, nullptr).write(roots);
+}
+
+void writeTree(const ModelElement& root, ByteSink& sink, const WriteOptions& options) {
+  Writer(sink, options, &root.object()).write({&root.object()});
+}
+
+String modelText(const Model& model, const WriteOptions& options) {
+  return textOf([&](ByteSink& sink) { writeModel(model, sink, options); });
+}
+
+String treeText(const ModelElement& root, const WriteOptions& options) {
+  return textOf([&](ByteSink& sink) { writeTree(root, sink, options); });
+}
+
+Fingerprint saveModel(const Model& model, const std::filesystem::path& path, const Expectation& expected) {
+  return saveAtomically(
+      path, [&](ByteSink& sink) { writeModel(model, sink); }, expected);
+}
+
+} // namespace tavo

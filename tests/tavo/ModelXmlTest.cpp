@@ -1,0 +1,162 @@
+#include "tests/support/ErrorMatchers.h"
+#include "tests/tavo/handwritten/Shelf.impl.h"
+
+#include "tavo/core/Utf.h"
+#include "tavo/xml/ModelXml.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+
+namespace {
+
+using namespace library;
+
+template <class Facade>
+auto& impl(const Facade& facade) {
+  return static_cast<typename Facade::Impl&>(facade.object());
+}
+
+class ModelXmlTest : public testing::Test {
+protected:
+  Book book(const Shelf& shelf, std::u16string_view name, std::uint32_t index) {
+    auto made = Book::create(model);
+    made.setName(name);
+    impl(made).setP_Index(index);
+    impl(made).setShelf(shelf);
+    return made;
+  }
+
+  /// A shelf with something of every kind in it.
+  Shelf fill() {
+    auto shelf = Shelf::create(model);
+    shelf.setName(u"S\u00FC\u00DF & <sour>\r\n\t\" ");
+    auto first = book(shelf, u"Zebra", 0);
+    auto second = book(shelf, std::u16string_view(u"a\0b\xD800", 4), 1);
+    impl(first).setEditions({1, 0, 18446744073709551615ull});
+    impl(first).setPrice(1e-9);
+    impl(second).setPrice(std::nan(""));
+    impl(second).setNote(tavo::String(u""));
+    auto writer = Author::create(model);
+    impl(shelf).getAuthorsMutable().add(writer);
+    writer.setName(u"W");
+    impl(first).getWritersMutable().add(writer);
+    impl(second).getWritersMutable().add(writer);
+    impl(first).setSequel(second);
+    impl(shelf).getDisplayMutable().add(Book::create(model));
+    return shelf;
+  }
+
+  tavo::Model model = tavo::Model::create();
+};
+
+TEST_F(ModelXmlTest, AModelComesBackAsItWasAndGivesTheSameBytesAgain) {
+  fill();
+  const auto text = tavo::modelText(model);
+  auto again = tavo::Model::create();
+  tavo::readModel(text, "again.xml", again);
+  tavo::checkInvariants(again);
+  EXPECT_FALSE(again.canUndo());
+  EXPECT_EQ(tavo::modelText(again), text) << text;
+  EXPECT_EQ(again.objectCount(), model.objectCount());
+  const auto shelf = again.findTopLevel<Shelf>();
+  const auto zebra = shelf.books().find(u"Zebra");
+  EXPECT_EQ(zebra.price(), 1e-9);
+  EXPECT_EQ(zebra.editions().back(), 18446744073709551615ull);
+  EXPECT_EQ(zebra.sequel(), shelf.books().findSecond(1));
+  EXPECT_EQ(zebra.sequel().p_Name().size(), 4u);
+  EXPECT_TRUE(zebra.sequel().note().has_value());
+  EXPECT_FALSE(zebra.note().has_value());
+}
+
+TEST_F(ModelXmlTest, ATreeReadWithFreshIdentitiesIsACopyThatRefersToWhatIsOutside) {
+  auto shelf = fill();
+  auto other = Shelf::create(model);
+  auto zebra = shelf.books().find(u"Zebra");
+  impl(zebra).setSequel(book(other, u"outside", 3));
+  const auto before = tavo::modelText(model);
+
+  std::map<tavo::Uuid, tavo::Uuid> identities;
+  tavo::readModel(tavo::treeText(zebra), "copy", model,
+                  {.freshIdentities = [&](const auto& old, const auto& fresh) { identities[old] = fresh; }});
+  tavo::checkInvariants(model);
+  const auto copy = model.find<Book>(identities.at(zebra.Uuid()));
+  ASSERT_TRUE(copy);
+  EXPECT_EQ(copy.p_Name(), u"Zebra");
+  EXPECT_EQ(copy.sequel(), zebra.sequel());
+  EXPECT_EQ(copy.writers().toVector(), zebra.writers().toVector());
+  model.undo();
+  EXPECT_EQ(tavo::modelText(model), before);
+}
+
+/// Replaces text in a good document and expects the error, with nothing left in the model.
+TEST_F(ModelXmlTest, FaultyDocumentsAreRefusedWhole) {
+  auto shelf = Shelf::create(model, *tavo::parseUuid("11111111-1111-4111-8111-111111111111"));
+  auto first = book(shelf, u"A", 0);
+  impl(first).setSequel(book(shelf, u"B", 1));
+  impl(first).setPrice(2);
+  const std::string good = tavo::toUtf8(tavo::modelText(model));
+  struct Fault {
+    std::string what, with, id;
+  };
+  const Fault faults[] = {
+      {"<tavo format=\"1\">", "<tavo format=\"2\">", "tavo_evo:messages:InvalidFamilyVersion"},
+      {"<tavo format", "<other format", "tavo:messages:InvalidText"},
+      {"</tavo>", "", "tavo:messages:MalformedXml"},
+      {"version=\"1.0\" uri", "version=\"1.1\" uri", "tavo_evo:messages:InvalidFamilyVersion"},
+      {"version=\"1.0\" uri", "version=\"0.9\" uri", "tavo_evo:messages:OldFamilyVersion"},
+      {"<family name=\"library\"", "<family name=\"archive\"", "tavo:messages:UnknownFamily"},
+      {"id=\"00000000-0000-3000-8000-000000000030\"", "id=\"00000000-0000-3000-8000-000000000099\"",
+       "tavo:messages:UnknownClass"},
+      {"id=\"00000000-0000-3000-8000-000000000033\"", "id=\"00000000-0000-3000-8000-000000000099\"",
+       "tavo:messages:UnknownFeature"},
+      {"price=\"2\"", "price=\"two\"", "tavo:messages:InvalidText"},
+      {"price=\"2\"", "prize=\"2\"", "tavo:messages:UnknownFeature"},
+      {"Name=\"B\"", "Name=\"A\"", "tavo:messages:InvalidText"},
+      {"uuid=\"11111111-1111-4111-8111-111111111111\"", "uuid=\"11111111\"", "tavo:messages:InvalidText"},
+      {"uuid=\"11111111-1111-4111-8111-111111111111\"", "", "tavo:messages:InvalidText"},
+      {"sequel=\"", "sequel=\"11111111-1111-4111-8111-111111111111\" was=\"", "tavo:messages:InvalidText"},
+      {"<books ", "<books class=\"Shelf\" ", "tavo:messages:InvalidText"},
+      {"<objects>", "<objects>text", "tavo:messages:InvalidText"},
+      {"<objects>", "<objects><Ghost/>", "tavo:messages:InvalidText"},
+      {"<families>", "<!DOCTYPE x><families>", "tavo:messages:MalformedXml"},
+  };
+  for (const auto& fault : faults) {
+    const auto at = good.find(fault.what);
+    ASSERT_NE(at, std::string::npos) << fault.what << " in " << good;
+    std::string bad = good;
+    bad.replace(at, fault.what.size(), fault.with);
+    auto target = tavo::Model::create();
+    tavo::MemorySource source(bad);
+    EXPECT_ERROR(tavo::readModel(source, "bad.xml", target), fault.id) << fault.with;
+    EXPECT_EQ(target.objectCount(), 0u);
+    EXPECT_TRUE(target.topLevel().empty());
+    tavo::checkInvariants(target);
+    // The model is as good as new.
+    tavo::MemorySource again(good);
+    tavo::readModel(again, "good.xml", target);
+    EXPECT_EQ(tavo::toUtf8(tavo::modelText(target)), good);
+  }
+}
+
+TEST_F(ModelXmlTest, EveryCutAndEveryChangedByteIsRefusedOrGivesASoundModel) {
+  fill();
+  const std::string good = tavo::toUtf8(tavo::modelText(model));
+  for (std::size_t i = 0; i < good.size(); ++i)
+    for (const bool cut : {true, false}) {
+      std::string bad = cut ? good.substr(0, i) : good;
+      if (!cut)
+        bad[i] = static_cast<char>(bad[i] ^ (1 + i % 7));
+      auto target = tavo::Model::create();
+      tavo::MemorySource source(bad);
+      try {
+        tavo::readModel(source, "bad.xml", target);
+      } catch (const tavo::Error&) {
+        EXPECT_EQ(target.objectCount(), 0u);
+      }
+      tavo::checkInvariants(target);
+    }
+}
+
+} // namespace
