@@ -79,11 +79,13 @@ private:
   struct Word {
     std::uint16_t unit;
     std::int16_t prefix; // -1 for none
-    bool isSymbol;
   };
   static const std::string_view builtInToml;
 
   class Loader;
+
+  /// The word with letters that have a second code point of the same look brought to one.
+  static std::u16string unified(std::u16string_view word);
 
   std::vector<Prefix> prefixes_;
   std::vector<UnitEntry> units_;
