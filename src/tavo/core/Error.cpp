@@ -96,6 +96,10 @@ std::shared_ptr<const Error> Error::asCause(const std::exception& cause) {
                                        std::vector<String>{errorArgument(std::string_view(cause.what()))});
 }
 
+void throwError(ErrorId id, std::initializer_list<String> arguments, const std::exception* cause) {
+  throw Error(id, arguments, cause ? Error::asCause(*cause) : nullptr);
+}
+
 String errorArgument(long long number) { return numberText(number); }
 String errorArgument(unsigned long long number) { return numberText(number); }
 String errorArgument(double number) { return numberText(number, std::chars_format::fixed, 6); }

@@ -6,10 +6,10 @@
 
 #include <concepts>
 #include <exception>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <vector>
 
 namespace tavo {
@@ -69,7 +69,6 @@ TAVO_EXPORT String errorArgument(long long number);
 TAVO_EXPORT String errorArgument(unsigned long long number);
 TAVO_EXPORT String errorArgument(double number);
 TAVO_EXPORT String errorArgument(std::string_view utf8);
-inline String errorArgument(const String& text) { return text; }
 
 /// What can be an argument of an error.
 template <class T>
@@ -92,16 +91,19 @@ String toErrorArgument(const T& value) {
     return errorArgument(static_cast<long long>(value));
 }
 
+[[noreturn]] TAVO_EXPORT void throwError(ErrorId id, std::initializer_list<String> arguments,
+                                         const std::exception* cause);
+
 /// Throws an Error.
 template <ErrorArgument... Args>
 [[noreturn]] void raise(ErrorId id, const Args&... args) {
-  throw Error(id, std::vector<String>{toErrorArgument(args)...});
+  throwError(id, {toErrorArgument(args)...}, nullptr);
 }
 
 /// Throws an Error that was caused by another exception.
 template <ErrorArgument... Args>
 [[noreturn]] void raiseBecause(const std::exception& cause, ErrorId id, const Args&... args) {
-  throw Error(id, std::vector<String>{toErrorArgument(args)...}, Error::asCause(cause));
+  throwError(id, {toErrorArgument(args)...}, &cause);
 }
 
 } // namespace tavo

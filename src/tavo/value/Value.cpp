@@ -8,7 +8,7 @@ namespace tavo {
 namespace detail {
 
 void raiseWrongType(std::string_view wanted, std::string_view found) {
-  raise(FrameworkError::InvalidValue, std::string(found), std::string(wanted));
+  raise(FrameworkError::InvalidValue, "of type " + std::string(found), "the variable it is read into", wanted);
 }
 
 } // namespace detail

@@ -1,0 +1,85 @@
+"""Every error is raised with the arguments that its identifier declares.
+
+The compiler cannot see it: an argument too few leaves a placeholder in the message, one too many says nothing.
+"""
+
+import pathlib
+import re
+import sys
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(ROOT / "tools"))
+import messages  # noqa: E402  (the path must be set first)
+
+CALL = re.compile(r"\braise(?P<because>Because)?\(")
+TOKEN = re.compile(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])*\'|//[^\n]*|[()\[\]{},]|[^"\'()\[\]{},/]+|/')
+
+
+def declared():
+    """The number of arguments by "Struct::Name"."""
+    counts = {}
+    for header in sorted((ROOT / "src").rglob("Errors.h")):
+        struct = re.search(r"\bstruct (\w+) \{", header.read_text(encoding="utf-8"))
+        if struct:
+            for identifier, count in messages.read_identifiers(header)[0].items():
+                counts[f"{struct[1]}::{identifier.rsplit(':', 1)[1]}"] = count
+    return counts
+
+
+def arguments(text, start):
+    """The arguments of a call whose opening parenthesis ends at `start`."""
+    found, depth, current = [], 1, ""
+    for token in TOKEN.finditer(text, start):
+        piece = token[0]
+        if piece.startswith("//"):
+            continue
+        depth += (piece in "([{") - (piece in ")]}")
+        if depth == 0 or (depth == 1 and piece == ","):
+            found.append(current.strip())
+            current = ""
+            if depth == 0:
+                break
+        else:
+            current += piece
+    return [argument for argument in found if argument]
+
+
+def faults(name, text, counts):
+    """What is wrong with the raise calls of a source, and how many there are with identifiers that are declared."""
+    wrong, seen = [], 0
+    for call in CALL.finditer(text):
+        given = arguments(text, call.end())[1 if call["because"] else 0 :]
+        identifier = re.sub(r"^(\w+::)*(?=\w+::\w+$)", "", given[0]) if given else ""
+        if identifier not in counts:
+            continue
+        seen += 1
+        if len(given) - 1 != counts[identifier]:
+            line = text.count("\n", 0, call.start()) + 1
+            wrong.append(f"{name}:{line}: {identifier} takes {counts[identifier]} arguments, not {len(given) - 1}")
+    return wrong, seen
+
+
+class RaiseSitesTest(unittest.TestCase):
+    def test_every_call_gives_what_is_declared(self):
+        counts, wrong, seen = declared(), [], 0
+        for source in sorted((ROOT / "src").rglob("*")):
+            if source.suffix in (".h", ".cpp"):
+                more, calls = faults(source.relative_to(ROOT), source.read_text(encoding="utf-8"), counts)
+                wrong += more
+                seen += calls
+        self.assertGreater(seen, 40, "the calls are not found any more")
+        self.assertEqual(wrong, [])
+
+    def test_counts_arguments_as_the_compiler_does(self):
+        counts = {"E::Two": 2}
+        good = 'raise(tavo::E::Two, f(a, b), "x, )");  raiseBecause(error, E::Two, u"a", list{1, 2}[0]); raise(other, 1);'
+        self.assertEqual(faults("file", good, counts), ([], 2))
+        bad = "raise(E::Two);\nraise(E::Two, a, b, // why, though\n c);\nraiseBecause(error, E::Two, f(a, b));"
+        wrong, _ = faults("file", bad, counts)
+        self.assertEqual([fault.split(":")[1] for fault in wrong], ["1", "2", "4"])
+
+
+if __name__ == "__main__":
+    unittest.main()
