@@ -15,6 +15,8 @@ public:
   ~StandaloneWorkspace() override;
 
   HostArray evaluate(std::u16string_view expression, EvaluationFailure* failure = nullptr) override;
+  /// What `evaluate` answers, always the long way; for tests of the short one.
+  HostArray evaluateWithoutShortcut(std::u16string_view expression, EvaluationFailure* failure = nullptr);
   void setVariable(std::u16string_view name, HostArray value) override;
   HostArray variable(std::u16string_view name) const override;
   void clearVariable(std::u16string_view name) override;
@@ -27,6 +29,7 @@ private:
   Variables variables_;
   std::shared_ptr<ClassRegistry> classes_;
   EvaluationLimits limits_;
+  std::uint64_t safeLiteralLength_;
 };
 
 class KAVRA_EXPORT StandaloneWorkspaces final : public Workspaces {
