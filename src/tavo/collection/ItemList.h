@@ -130,6 +130,7 @@ private:
   void* search(std::size_t which, std::uint32_t hash, const Matches& matches) const;
   std::size_t indexCount() const;
   void makeOrder();
+  void sortByKey();
 
   const MetaProperty* property_;
   std::vector<Node> nodes_;
