@@ -293,7 +293,8 @@ struct Node {
 };
 
 Node anyNode(int depth) {
-  const auto anyText = rc::gen::element<std::string>("", " ", "\n", "1 < 2", "\r\n", "\u20AC");
+  const auto anyText = rc::gen::element<std::string>("", " ", "\n", "1 < 2", "\r\n", "\u20AC", "&&&&&&&&&&&&&&&&",
+                                                     "a text, 30 or \u20AC 31 bytes long");
   Node node{*rc::gen::element<std::string>("a", "b", "longer-name"), *anyText, "", {}};
   for (int i = depth > 0 ? *rc::gen::inRange(0, 4) : 0; i > 0; --i)
     node.children.push_back(anyNode(depth - 1));
@@ -335,6 +336,29 @@ RC_GTEST_PROP(XmlTest, AnyTreeComesBack, ()) {
   Builder builder;
   readXml(write([&](XmlWriter& to) { writeNode(to, root); }), "doc", builder);
   RC_ASSERT(builder.root.children == std::vector<Node>{root});
+}
+
+RC_GTEST_PROP(XmlTest, WritesExactlyWhatCanBeReadWithTheSameLimits, ()) {
+  const auto root = anyNode(3);
+  const auto document = write([&](XmlWriter& to) { writeNode(to, root); });
+  Limits limits{.nesting = *rc::gen::inRange<std::size_t>(1, 5),
+                .attributes = *rc::gen::element<std::size_t>(0, 1, 1, 1, 1)};
+  limits.tokenBytes = *rc::gen::inRange<std::size_t>(20, 110);
+  limits.fileBytes = document.size() + *rc::gen::inRange<std::size_t>(0, 3) - 1;
+  bool writes = true;
+  try {
+    std::string again;
+    MemorySink sink(again);
+    XmlWriter writer(sink, limits);
+    writeNode(writer, root);
+    writer.finish();
+    RC_ASSERT(again == document);
+  } catch (const Error& error) {
+    RC_ASSERT(error.id() == FrameworkError::LimitExceeded);
+    writes = false;
+  }
+  const bool reads = read(document, limits)[0] != FrameworkError::LimitExceeded.text();
+  RC_ASSERT(reads == writes);
 }
 
 RC_GTEST_PROP(XmlTest, BlocksMakeNoDifferenceNotEvenToErrors, ()) {

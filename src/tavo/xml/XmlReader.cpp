@@ -2,6 +2,7 @@
 
 #include "tavo/core/Error.h"
 #include "tavo/core/Errors.h"
+#include "tavo/xml/XmlLimit.h"
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
@@ -84,7 +85,7 @@ private:
   void count(std::size_t size) {
     fed_ += size;
     if (fed_ > limits_.fileBytes)
-      exceed("the size of a file in bytes", limits_.fileBytes);
+      exceed(XmlLimit::file, limits_.fileBytes);
   }
 
   /// What expat holds of a tag or comment that has not ended yet.
@@ -118,18 +119,18 @@ private:
       exceedToken();
   }
 
-  [[noreturn]] void exceedToken() const { exceed("the bytes of one tag, comment or text", limits_.tokenBytes); }
+  [[noreturn]] void exceedToken() const { exceed(XmlLimit::token, limits_.tokenBytes); }
 
   void startElement(const char* name, const char** attributes) {
     checkLast();
     flushText();
     if (++depth_ > limits_.nesting)
-      exceed("the nesting of elements", limits_.nesting);
+      exceed(XmlLimit::nesting, limits_.nesting);
     attributes_.clear();
     for (; *attributes; attributes += 2)
       attributes_.push_back({attributes[0], attributes[1]});
     if (attributes_.size() > limits_.attributes)
-      exceed("the attributes of one element", limits_.attributes);
+      exceed(XmlLimit::attributes, limits_.attributes);
     handler_.startElement(reader_, name, attributes_);
   }
 

@@ -3,6 +3,7 @@
 #include "tavo/core/Error.h"
 #include "tavo/core/Errors.h"
 #include "tavo/core/Utf.h"
+#include "tavo/xml/XmlLimit.h"
 #include "tavo/xml/XmlText.h"
 
 #include <algorithm>
@@ -43,39 +44,41 @@ bool isPlain(std::string_view utf8) {
 
 } // namespace
 
-XmlWriter::XmlWriter(ByteSink& sink) : sink_(sink) {
+XmlWriter::XmlWriter(ByteSink& sink, const Limits& limits) : sink_(sink), limits_(limits) {
   buffer_.reserve(blockSize + 4096);
   buffer_ += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 }
 
 XmlWriter& XmlWriter::start(std::string_view name) {
-  closeTag();
   if (!open_.empty()) {
+    closeTag(">");
     assert(open_.back().content != Content::text && "an element holds either text or elements");
     open_.back().content = Content::elements;
-  }
-  flushIfFull();
-  if (!open_.empty())
+    flushIfFull();
     beginLine();
+  }
+  tagStart_ = buffer_.size();
   buffer_ += '<';
   buffer_ += name;
   open_.push_back({name, Content::none});
+  require(open_.size() <= limits_.nesting, XmlLimit::nesting, limits_.nesting);
+  attributes_ = 0;
   tagOpen_ = true;
   return *this;
 }
 
 XmlWriter& XmlWriter::attribute(std::string_view name, std::u16string_view value) {
-  assert(tagOpen_ && "attributes come before the content");
-  buffer_.append(" ").append(name).append("=\"");
+  beginAttribute(name);
   append(value, true);
   buffer_ += '"';
   return *this;
 }
 
 XmlWriter& XmlWriter::attribute(std::string_view name, std::string_view utf8) {
-  assert(tagOpen_ && "attributes come before the content");
-  buffer_.append(" ").append(name).append("=\"");
-  append(utf8, true);
+  if (!isPlain(utf8))
+    return attribute(name, std::u16string_view(toUtf16(utf8)));
+  beginAttribute(name);
+  buffer_ += utf8;
   buffer_ += '"';
   return *this;
 }
@@ -84,9 +87,9 @@ XmlWriter& XmlWriter::text(std::u16string_view value) {
   if (value.empty())
     return *this;
   assert(!open_.empty() && open_.back().content == Content::none && "an element holds one text or elements");
-  closeTag();
+  closeTag(">");
   open_.back().content = Content::text;
-  append(value, false);
+  require(append(value, false) <= limits_.tokenBytes, XmlLimit::token, limits_.tokenBytes);
   flushIfFull();
   return *this;
 }
@@ -96,15 +99,13 @@ XmlWriter& XmlWriter::text(std::string_view utf8) { return text(toUtf16(utf8)); 
 XmlWriter& XmlWriter::end() {
   assert(!open_.empty() && "nothing is open");
   const Element element = open_.back();
+  if (element.content == Content::none)
+    closeTag("/>");
   open_.pop_back();
-  if (element.content == Content::none) {
-    buffer_ += "/>";
-    tagOpen_ = false;
-  } else {
-    if (element.content == Content::elements)
-      beginLine();
+  if (element.content == Content::elements)
+    beginLine();
+  if (element.content != Content::none)
     buffer_.append("</").append(element.name).append(">");
-  }
   if (open_.empty())
     buffer_ += '\n';
   return *this;
@@ -112,8 +113,7 @@ XmlWriter& XmlWriter::end() {
 
 void XmlWriter::finish() {
   assert(open_.empty() && "an element is still open");
-  sink_.write(buffer_);
-  buffer_.clear();
+  flush();
 }
 
 void XmlWriter::beginLine() {
@@ -121,15 +121,25 @@ void XmlWriter::beginLine() {
   buffer_.append(2 * open_.size(), ' ');
 }
 
-void XmlWriter::closeTag() {
-  if (tagOpen_)
-    buffer_ += '>';
-  tagOpen_ = false;
+void XmlWriter::beginAttribute(std::string_view name) {
+  assert(tagOpen_ && "attributes come before the content");
+  require(++attributes_ <= limits_.attributes, XmlLimit::attributes, limits_.attributes);
+  buffer_.append(" ").append(name).append("=\"");
 }
 
-void XmlWriter::append(std::u16string_view text, bool inAttribute) {
+void XmlWriter::closeTag(std::string_view ending) {
+  if (!tagOpen_)
+    return;
+  buffer_ += ending;
+  tagOpen_ = false;
+  require(buffer_.size() - tagStart_ <= limits_.tokenBytes, XmlLimit::token, limits_.tokenBytes);
+}
+
+std::size_t XmlWriter::append(std::u16string_view text, bool inAttribute) {
   if (needsEscape(text))
     raise(FrameworkError::InvalidText, open_.back().name, "it holds characters that XML cannot carry");
+  const std::size_t before = buffer_.size();
+  std::size_t added = 0; // by the references
   std::size_t runStart = 0;
   for (std::size_t at = 0; at < text.size(); ++at) {
     const auto replacement = reference(text[at], inAttribute);
@@ -137,23 +147,29 @@ void XmlWriter::append(std::u16string_view text, bool inAttribute) {
       continue;
     appendUtf8(buffer_, text.substr(runStart, at - runStart));
     buffer_ += replacement;
+    added += replacement.size() - 1;
     runStart = at + 1;
   }
   appendUtf8(buffer_, text.substr(runStart));
-}
-
-void XmlWriter::append(std::string_view utf8, bool inAttribute) {
-  if (isPlain(utf8))
-    buffer_ += utf8;
-  else
-    append(toUtf16(utf8), inAttribute);
+  return buffer_.size() - before - added;
 }
 
 void XmlWriter::flushIfFull() {
-  if (buffer_.size() < blockSize)
-    return;
+  if (buffer_.size() >= blockSize)
+    flush();
+}
+
+void XmlWriter::flush() {
+  flushed_ += buffer_.size();
+  require(flushed_ <= limits_.fileBytes, XmlLimit::file, limits_.fileBytes);
   sink_.write(buffer_);
   buffer_.clear();
+}
+
+void XmlWriter::require(bool within, std::string_view limit, std::uint64_t value) const {
+  if (!within)
+    raise(FrameworkError::LimitExceeded, open_.empty() ? std::string_view("the document") : open_.back().name, limit,
+          value);
 }
 
 } // namespace tavo

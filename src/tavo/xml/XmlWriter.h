@@ -2,11 +2,13 @@
 #pragma once
 
 #include "tavo/Export.h"
+#include "tavo/core/Limits.h"
 #include "tavo/core/String.h"
 #include "tavo/io/Bytes.h"
 
 #include <charconv>
 #include <concepts>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,12 +19,14 @@ namespace tavo {
 /// the calls. An element holds either text or elements, so that indentation is never part of a text. What is written
 /// comes back from the reader as it was: CR everywhere, and LF and TAB in attributes, are character references.
 ///
-/// Text that XML cannot carry raises InvalidText (where, why); see needsEscape. Names are ASCII and the caller's
-/// responsibility, and so is the nesting of calls. Bytes go to the sink in blocks and, at the end, by `finish`.
+/// Text that XML cannot carry raises InvalidText (where, why); see needsEscape. What the reader would refuse with the
+/// same limits raises LimitExceeded here: a file that cannot be read back is worse than none. Names are ASCII and the
+/// caller's responsibility, and so is the nesting of calls. Bytes go to the sink in blocks and, at the end, by
+/// `finish`.
 class TAVO_EXPORT XmlWriter {
 public:
   /// The sink must outlive the writer. Writes the XML declaration.
-  explicit XmlWriter(ByteSink& sink);
+  explicit XmlWriter(ByteSink& sink, const Limits& limits = Limits::current());
   XmlWriter(const XmlWriter&) = delete;
   XmlWriter& operator=(const XmlWriter&) = delete;
 
@@ -64,14 +68,21 @@ private:
   };
 
   void beginLine();
-  void closeTag();
-  void append(std::u16string_view text, bool inAttribute);
-  void append(std::string_view utf8, bool inAttribute);
+  void closeTag(std::string_view ending);
+  void beginAttribute(std::string_view name);
+  /// Returns the size that the text has for the reader, in UTF-8.
+  std::size_t append(std::u16string_view text, bool inAttribute);
   void flushIfFull();
+  void flush();
+  void require(bool within, std::string_view limit, std::uint64_t value) const;
 
   ByteSink& sink_;
+  Limits limits_;
   std::string buffer_;
+  std::uint64_t flushed_ = 0;
   std::vector<Element> open_;
+  std::size_t tagStart_ = 0; ///< in the buffer; a tag is never split
+  std::size_t attributes_ = 0;
   bool tagOpen_ = false;
 };
 
