@@ -12,6 +12,10 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 REPORTS = ROOT / "build" / "reports"
 
 
+# Of all tests that were run.
+TOTALS = {"passed": 0, "failed": 0}
+
+
 class StepFailed(Exception):
     pass
 
@@ -48,11 +52,34 @@ def build(preset):
     run("cmake", "--build", "--preset", preset, log=f"{preset}-build.log")
 
 
+def count_tests(programs, cases):
+    """How many tests passed and failed: the cases of each test program that reported them, else the program itself."""
+    passed = failed = failed_programs = 0
+    reports = {path.stem: ElementTree.parse(path).getroot() for path in cases.glob("*.xml")}
+    for report in reports.values():
+        failures = int(report.get("failures")) + int(report.get("errors"))
+        failed += failures
+        passed += int(report.get("tests")) - int(report.get("disabled")) - failures
+    for program in ElementTree.parse(programs).getroot().iter("testcase"):
+        if program.get("status") != "run":
+            failed_programs += 1
+        elif program.get("name") not in reports:
+            passed += 1
+    # A program that died has no report of its own, but must count.
+    return passed, max(failed, failed_programs)
+
+
 def test(preset):
-    cases = REPORTS / preset
+    programs, cases = REPORTS / f"{preset}.xml", REPORTS / preset
+    programs.unlink(missing_ok=True)
     shutil.rmtree(cases, ignore_errors=True)
-    run("ctest", "--preset", preset, "--output-junit", REPORTS / f"{preset}.xml",
-        env={**os.environ, "GTEST_OUTPUT": f"xml:{cases}/"})
+    try:
+        run("ctest", "--preset", preset, "--output-junit", programs,
+            env={**os.environ, "GTEST_OUTPUT": f"xml:{cases}/"})
+    finally:
+        if programs.exists():
+            for name, count in zip(TOTALS, count_tests(programs, cases)):
+                TOTALS[name] += count
 
 
 # Name, what to do, and whether the later steps can do without it.
@@ -66,24 +93,6 @@ STEPS = [
 ]
 
 
-def count_tests(preset):
-    """How many tests passed and failed: the cases of each test program that reported them, else the program itself."""
-    passed = failed = failed_programs = 0
-    programs = REPORTS / f"{preset}.xml"
-    reports = {path.stem: ElementTree.parse(path).getroot() for path in (REPORTS / preset).glob("*.xml")}
-    for report in reports.values():
-        failures = int(report.get("failures")) + int(report.get("errors"))
-        failed += failures
-        passed += int(report.get("tests")) - int(report.get("disabled")) - failures
-    for program in ElementTree.parse(programs).getroot().iter("testcase") if programs.exists() else []:
-        if program.get("status") != "run":
-            failed_programs += 1
-        elif program.get("name") not in reports:
-            passed += 1
-    # A program that died has no report of its own, but must count.
-    return passed, max(failed, failed_programs)
-
-
 def main(names):
     unknown = set(names) - {name for name, _, _ in STEPS}
     if unknown:
@@ -92,10 +101,7 @@ def main(names):
     if shutil.which("ccache"):
         os.environ.setdefault("CMAKE_CXX_COMPILER_LAUNCHER", "ccache")
     REPORTS.mkdir(parents=True, exist_ok=True)
-    for old in REPORTS.glob("*.xml"):
-        old.unlink()
 
-    passed = failed = 0
     failed_steps = []
     for name, action, optional in STEPS:
         if names and name not in names:
@@ -109,17 +115,12 @@ def main(names):
         print(f"== {name}: {'failed' if name in failed_steps else 'ok'}, {time.monotonic() - start:.0f} s", flush=True)
         if name in failed_steps and not optional:
             break
-    for preset in ("release", "sanitize"):
-        more_passed, more_failed = count_tests(preset)
-        passed += more_passed
-        failed += more_failed
 
     if failed_steps:
         print(f"Failed: {', '.join(failed_steps)}")
-        # A step that is no test program fails as one test.
-        failed = max(failed, len(failed_steps))
-    print(f"{passed} passed, {failed} failed")
-    return 1 if failed else 0
+    # A step that is no test fails as one test.
+    print(f"{TOTALS['passed']} passed, {max(TOTALS['failed'], len(failed_steps))} failed")
+    return 1 if failed_steps else 0
 
 
 if __name__ == "__main__":

@@ -1,0 +1,47 @@
+# What is installed: the libraries, their headers at the paths they have here, a CMake package and pkg-config files. The
+# installed tree can be moved as a whole.
+
+include(CMakePackageConfigHelpers)
+
+set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set(ZELKOR_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/zelkor)
+
+# Installs the library NAME as the target NAME::NAME of the package. All libraries made by zelkor_add_library take part.
+function(zelkor_install_library name)
+  install(TARGETS ${name} EXPORT ${name}Targets
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(EXPORT ${name}Targets NAMESPACE ${name}:: DESTINATION ${ZELKOR_INSTALL_CMAKEDIR})
+  foreach(root ${PROJECT_SOURCE_DIR}/src ${PROJECT_BINARY_DIR}/gen)
+    install(DIRECTORY ${root}/${name} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+  endforeach()
+  set_property(GLOBAL APPEND PROPERTY ZELKOR_INSTALLED_LIBRARIES ${name})
+endfunction()
+
+# Called once, after the libraries: what describes them to others.
+function(zelkor_install_package)
+  get_property(libraries GLOBAL PROPERTY ZELKOR_INSTALLED_LIBRARIES)
+  set(ZELKOR_LIBRARIES ${libraries})
+  configure_package_config_file(${PROJECT_SOURCE_DIR}/packaging/zelkorConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/package/zelkorConfig.cmake INSTALL_DESTINATION ${ZELKOR_INSTALL_CMAKEDIR})
+  # The version of the schema is in the layout of the objects, so a program fits one minor version.
+  write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/zelkorConfigVersion.cmake
+    COMPATIBILITY SameMinorVersion)
+  install(FILES ${PROJECT_BINARY_DIR}/package/zelkorConfig.cmake ${PROJECT_BINARY_DIR}/package/zelkorConfigVersion.cmake
+    DESTINATION ${ZELKOR_INSTALL_CMAKEDIR})
+
+  set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  file(RELATIVE_PATH PC_PREFIX /prefix/${pkgconfig_dir} /prefix)
+  foreach(library ${libraries})
+    set(PC_NAME ${library})
+    get_target_property(linked ${library} INTERFACE_LINK_LIBRARIES)
+    set(PC_REQUIRES "")
+    foreach(other ${libraries})
+      if("${other}::${other}" IN_LIST linked)
+        string(APPEND PC_REQUIRES " ${other}")
+      endif()
+    endforeach()
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/library.pc.in ${PROJECT_BINARY_DIR}/package/${library}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/package/${library}.pc DESTINATION ${pkgconfig_dir})
+  endforeach()
+endfunction()
