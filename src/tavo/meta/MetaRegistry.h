@@ -190,4 +190,8 @@ private:
   boost::unordered_flat_map<Uuid, const MetaClass*, UuidHash> byId_;
 };
 
+inline void* ModelElement::Impl::field(const MetaProperty& property) {
+  return reinterpret_cast<std::byte*>(this) + sizeof(Impl) + property.offset();
+}
+
 } // namespace tavo

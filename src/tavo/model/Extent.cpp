@@ -33,7 +33,7 @@ public:
 } // namespace
 
 Extent::Extent(ModelData* model, const MetaClass& metaClass)
-    : model_(model), class_(&metaClass),
+    : ObjectHome{model, &metaClass},
       blockSize_(sizeof(ModelElement::Impl) + (metaClass.declaration().storageSize + 7) / 8 * 8),
       nextChunk_(smallestChunk) {}
 
@@ -54,15 +54,15 @@ void Extent::putOnFreeList(void* block) noexcept {
 }
 
 ModelElement::Impl* Extent::create(const Uuid& uuid) {
-  if (!class_->declaration().construct)
-    raise(FrameworkError::NoSuchType, class_->qualifiedName());
+  if (!metaClass().declaration().construct)
+    raise(FrameworkError::NoSuchType, metaClass().qualifiedName());
   if (!free_)
     addChunk();
   ModelElement::Impl* block = free_;
   ModelElement::Impl* next = ObjectAccess::nextFree(*block);
   ModelElement::Impl* object = nullptr;
   try {
-    object = class_->declaration().construct(block, ObjectOrigin{uuid, this});
+    object = metaClass().declaration().construct(block, ObjectOrigin{uuid, this});
   } catch (...) { // a default value that could not be made
     free_ = next;
     putOnFreeList(block);
@@ -74,7 +74,7 @@ ModelElement::Impl* Extent::create(const Uuid& uuid) {
 }
 
 void Extent::release(ModelElement::Impl& object) noexcept {
-  class_->declaration().destroyStorage(object);
+  metaClass().declaration().destroyStorage(object);
   --used_;
   if (object.handles_ == 0) {
     putOnFreeList(&object);
@@ -89,14 +89,14 @@ void Extent::release(ModelElement::Impl& object) noexcept {
 void Extent::releaseZombie(ModelElement::Impl& object) noexcept {
   putOnFreeList(&object);
   --zombies_;
-  if (!model_ && zombies_ == 0)
+  if (!model() && zombies_ == 0)
     delete this;
 }
 
 void Extent::adopt(Extent& other) noexcept {
   for (auto& chunk : other.chunks_) {
     for (std::size_t i = 0; i < chunk.count; ++i)
-      block(chunk, i).extent_ = this;
+      block(chunk, i).home_ = this;
     chunks_.push_back(std::move(chunk));
   }
   other.chunks_.clear();
@@ -114,11 +114,11 @@ void Extent::adopt(Extent& other) noexcept {
 
 void Extent::orphan(std::unique_ptr<Extent> extent) noexcept {
   extent->forEach([&](ModelElement::Impl& object) { extent->release(object); });
-  extent->model_ = nullptr;
+  extent->ObjectHome::model = nullptr;
   if (extent->zombies_ > 0)
     extent.release(); // the last zombie deletes it
 }
 
-void ModelElement::Impl::releaseZombie() noexcept { extent_->releaseZombie(*this); }
+void ModelElement::Impl::releaseZombie() noexcept { Extent::of(*this).releaseZombie(*this); }
 
 } // namespace tavo

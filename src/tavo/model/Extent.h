@@ -10,15 +10,17 @@
 namespace tavo {
 
 /// Internal. Blocks never move. An extent outlives its model for as long as handles count on blocks of it.
-class Extent {
+class Extent : private ObjectHome {
 public:
   Extent(ModelData* model, const MetaClass& metaClass);
   Extent(const Extent&) = delete;
   Extent& operator=(const Extent&) = delete;
 
   /// Null once the model is gone.
-  ModelData* model() const { return model_; }
-  const MetaClass& metaClass() const { return *class_; }
+  ModelData* model() const { return ObjectHome::model; }
+  const MetaClass& metaClass() const { return *ObjectHome::metaClass; }
+  /// The extent that an object belongs to.
+  static Extent& of(const ModelElement::Impl& object) { return *static_cast<Extent*>(object.home_); }
   /// Objects that are alive or dead (kept by the log).
   std::size_t size() const { return used_; }
 
@@ -57,8 +59,6 @@ private:
   void addChunk();
   void putOnFreeList(void* block) noexcept;
 
-  ModelData* model_;
-  const MetaClass* class_;
   std::size_t blockSize_;
   std::vector<Chunk> chunks_;
   std::size_t nextChunk_; ///< blocks of the next chunk

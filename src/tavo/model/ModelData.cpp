@@ -347,7 +347,7 @@ void ModelData::toggle(Link& link, void*& previous, void*& twinPrevious) noexcep
 
 void ModelData::release(Impl& object) noexcept {
   identities_.erase(object);
-  object.extent_->release(object);
+  Extent::of(object).release(object);
 }
 
 void ModelData::release(Link& link) noexcept {

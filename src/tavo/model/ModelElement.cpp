@@ -98,8 +98,6 @@ void ModelElement::raiseBadCast(const MetaClass& wanted) const {
 // Objects
 
 Model ModelElement::Impl::model() const { return Model(&data()); }
-ModelData& ModelElement::Impl::data() const { return *extent_->model(); }
-const MetaClass& ModelElement::Impl::objectClass() const { return extent_->metaClass(); }
 bool ModelElement::Impl::isA(const MetaClass& metaClass) const { return objectClass().isA(metaClass); }
 
 const MetaProperty* ModelElement::Impl::containingProperty() const {
@@ -107,10 +105,6 @@ const MetaProperty* ModelElement::Impl::containingProperty() const {
 }
 
 bool ModelElement::Impl::runsHooks() const { return data().frameworkUpdates == 0; }
-
-void* ModelElement::Impl::field(const MetaProperty& property) {
-  return reinterpret_cast<std::byte*>(this) + sizeof(Impl) + property.offset();
-}
 
 const MetaProperty& ModelElement::Impl::getPropertyByIndex(PropertyIndex index) const {
   return objectClass().property(index);

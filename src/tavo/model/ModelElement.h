@@ -26,10 +26,16 @@ class Value;
 
 using PropertyIndex = std::uint16_t;
 
-/// What a new object is born with: an identity and the extent (model and class) that it belongs to.
+/// Where an object is at home: the part of its extent that every access goes through.
+struct ObjectHome {
+  ModelData* model; ///< null once the model is gone
+  const MetaClass* metaClass;
+};
+
+/// What a new object is born with: an identity and its home.
 struct ObjectOrigin {
   Uuid uuid;
-  Extent* extent;
+  ObjectHome* home;
 };
 
 /// What a proxy to an object has to remember in order to find it again.
@@ -143,7 +149,7 @@ public:
   /// The properties of this class, inherited ones included.
   static constexpr PropertyIndex propertyCount = 0;
 
-  explicit Impl(const ObjectOrigin& origin) noexcept : uuid_(origin.uuid), extent_(origin.extent) {}
+  explicit Impl(const ObjectOrigin& origin) noexcept : uuid_(origin.uuid), home_(origin.home) {}
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
 
@@ -154,8 +160,8 @@ public:
   bool runsHooks() const;
   const tavo::Uuid& uuid() const { return uuid_; }
   Model model() const;
-  ModelData& data() const;
-  const MetaClass& objectClass() const;
+  ModelData& data() const { return *home_->model; }
+  const MetaClass& objectClass() const { return *home_->metaClass; }
   bool isA(const MetaClass& metaClass) const;
   ObjectState state() const { return state_; }
   bool isAlive() const { return state_ == ObjectState::alive; }
@@ -253,7 +259,7 @@ private:
   void releaseZombie() noexcept;
 
   tavo::Uuid uuid_;
-  Extent* extent_;
+  ObjectHome* home_;
   Impl* container_ = nullptr;
   Link* incoming_ = nullptr; ///< references to this object whose feature has no opposite
   std::uint32_t slot_ = 0;   ///< where the container's list (or the model's list of top-level objects) holds it
