@@ -203,7 +203,7 @@ TEST_F(HostTest, AnEnumerationFileNamesTheLineOfItsFault) {
       {"members = [{ name = \"A\" }]\ndefault = 1\n", "2", "default"},
   };
   for (auto& [text, line, word] : faults) {
-    auto error = errorOf([&] { parseEnumeration(u"E", text, "E.enum.toml"); });
+    auto error = errorOf([&, toml = text] { parseEnumeration(u"E", toml, "E.enum.toml"); });
     EXPECT_EQ(error.id(), "kavra:messages:InvalidEnumerationFile") << text;
     std::string_view what = error.what();
     EXPECT_EQ(what.find("E.enum.toml:" + std::string(line) + ": "), 0u) << text << what;
@@ -221,7 +221,7 @@ TEST_F(HostTest, DefinitionsOfEnumerationsAreChecked) {
       {{u"E", {{u"A", 0}}, 0}, u""},
   };
   for (auto& [definition, culprit] : refusals) {
-    auto error = errorOf([&] { EnumerationClass::define(definition); });
+    auto error = errorOf([given = definition] { EnumerationClass::define(given); });
     EXPECT_EQ(error.id(), "kavra:messages:InvalidEnumeration");
     EXPECT_EQ(error.arguments()[1], culprit);
   }
