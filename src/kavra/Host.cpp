@@ -32,10 +32,11 @@ std::vector<double> Host::sizeOf(const HostArray& array) const {
 
 namespace {
 
-/// The standalone host stands in from the start, so that nobody has to install anything.
+/// The standalone host stands in from the start, so that nobody has to install anything. It is never destroyed: objects
+/// that go at the very end of the process may still ask for it.
 std::shared_ptr<Host>& installedHost() {
-  static std::shared_ptr<Host> installed = makeStandaloneHost();
-  return installed;
+  static auto* installed = new std::shared_ptr<Host>(makeStandaloneHost());
+  return *installed;
 }
 
 } // namespace

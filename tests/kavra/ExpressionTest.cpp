@@ -260,6 +260,9 @@ TEST(ExpressionLimits, NestingIsBoundedAndLengthAloneIsNot) {
     EXPECT_FALSE(nested(open, close, 100000)) << toUtf8(open);
   }
   EXPECT_FALSE(workspace.evaluate(u"c" + repeated(u"{1}", 100000)));
+  // The deepest trees that the bound lets through: every kind of operator on the way from bracket to bracket.
+  workspace.evaluate(repeated(u"(0||1&&1|1&1==1:1+1*2^", 199) + u"1" + repeated(u")", 199));
+  workspace.evaluate(repeated(u"[1,2;{0||1&&1|1&1==1:1+1*2^", 99) + u"1" + repeated(u"}]", 99));
 
   EXPECT_EQ(workspace.evaluate(u"1" + repeated(u"+1", 100000)), HostArray::scalar(100001.0));
   EXPECT_EQ(workspace.evaluate(repeated(u"1^-", 100000) + u"1"), HostArray::scalar(1.0));
@@ -284,6 +287,14 @@ TEST(ExpressionLimits, EachStopsTheEvaluation) {
     EXPECT_TRUE(evaluates(text, enough)) << toUtf8(text);
     EXPECT_FALSE(evaluates(text, tooLittle)) << toUtf8(text);
   }
+}
+
+TEST(ExpressionLimits, HugeExtentsOfEmptyArraysCostNothing) {
+  StandaloneWorkspace workspace;
+  for (auto text : {u"sum(zeros(0,2^59,2^59),2)", u"[zeros(0,2^59); zeros(0,2^59)]", u"zeros(0,2^40)*zeros(2^40,0)",
+                    u"[]\\zeros(0,2^59)", u"zeros(0,2^59)'", u"zeros(0,2^59) + 1", u"zeros(0,2^59) == zeros(0,2^59)",
+                    u"\"a\" + string.empty(0,2^59)", u"int8(zeros(0,2^59))"})
+    EXPECT_TRUE(workspace.evaluate(text)) << toUtf8(text);
 }
 
 TEST(ExpressionLimits, GreedyTextsEndWithoutAResult) {

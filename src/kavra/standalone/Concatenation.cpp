@@ -8,6 +8,9 @@
 namespace kavra::standalone {
 namespace {
 
+/// Of an empty array, whose extents nothing else bounds.
+constexpr std::uint64_t longestExtent = std::uint64_t{1} << 60;
+
 bool isNothing(const HostArray& array) {
   auto extents = array.dimensions();
   return extents.size() == 2 && extents[0] == 0 && extents[1] == 0;
@@ -60,6 +63,8 @@ Dimensions resultExtents(std::size_t dimension, std::span<const HostArray> piece
         fail("the dimensions do not match");
     }
     result[dimension] += extentAlong(piece, dimension);
+    if (result[dimension] > longestExtent)
+      fail("an array is too large");
   }
   return result;
 }
@@ -108,8 +113,8 @@ HostArray concatenate(Budget& budget, std::size_t dimension, std::span<const Hos
 
   auto extents = resultExtents(dimension, viewOf(kept));
   auto count = budget.charge(c, extentsOf(extents));
-  bool isOneStretch = std::all_of(extents.begin() + static_cast<std::ptrdiff_t>(dimension) + 1, extents.end(),
-                                  [](auto extent) { return extent == 1; });
+  bool isOneStretch = count == 0 || std::all_of(extents.begin() + static_cast<std::ptrdiff_t>(dimension) + 1,
+                                                extents.end(), [](auto extent) { return extent == 1; });
   if (isOneStretch)
     return HostArray::joined(extentsOf(extents), viewOf(kept));
   budget.reserve(count * (sizeof(std::uint64_t) + elementSize(c)));

@@ -15,6 +15,11 @@ namespace {
 
 constexpr std::uintmax_t largestFile = 16 << 20;
 
+/// A path for messages; one whose bytes are no text cannot be shown.
+std::u16string pathText(const std::filesystem::path& path) {
+  return fromUtf8(path.string()).value_or(u"(unreadable path)");
+}
+
 /// Reads one file; every complaint names the file and the line of the node that it is about.
 class Reader {
 public:
@@ -43,7 +48,7 @@ private:
 
   [[noreturn]] void refuse(std::uint32_t line, std::string_view problem) const {
     throw Error("kavra:messages:InvalidEnumerationFile", "{0}:{1}: {2}.",
-                {file_.u16string(), fromAscii(std::to_string(line)), fromUtf8(problem).value_or(u"bad text")});
+                {pathText(file_), fromAscii(std::to_string(line)), fromUtf8(problem).value_or(u"bad text")});
   }
   [[noreturn]] void refuse(const toml::node& node, std::string_view problem) const {
     refuse(node.source().begin.line, problem);
@@ -109,7 +114,7 @@ private:
 };
 
 [[noreturn]] void refuseFile(std::string_view id, std::string_view text, const std::filesystem::path& file) {
-  throw Error(id, text, {file.u16string()});
+  throw Error(id, text, {pathText(file)});
 }
 
 } // namespace

@@ -42,6 +42,8 @@ HostArray product(Budget& budget, const HostArray& a, const HostArray& b) {
   budget.spend(*steps);
 
   auto result = makeArray(budget, ArrayClass::Double, {rows, columns});
+  if (result.isEmpty())
+    return convert(budget, result, c);
   Operand<double> left(budget, a), right(budget, b);
   auto out = result.mutableData<double>();
   auto n = static_cast<std::size_t>(rows), m = static_cast<std::size_t>(inner);
@@ -94,6 +96,8 @@ HostArray solve(Budget& budget, const HostArray& a, const HostArray& b) {
     fail("only square systems are solved");
   if (n != b.dimensions()[0])
     fail("the dimensions do not match");
+  if (b.isEmpty())
+    return convert(budget, b, c);
   std::uint64_t work[] = {n, n, n + columns};
   auto steps = checkedProduct(work, budget.limits().steps);
   if (!steps)

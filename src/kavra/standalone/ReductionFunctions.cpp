@@ -101,6 +101,8 @@ std::size_t firstRealDimension(const HostArray& array) {
 template <class W, class R>
 HostArray reduceIn(Budget& budget, const HostArray& array, const Layout& layout, W (*function)(Line<W>)) {
   HostArray result = makeArray(budget, classOf<R>, extentsOf(layout.result));
+  if (result.isEmpty())
+    return result; // the other extents may be anything
   Operand<W> operand(budget, array);
   budget.spend(array.count());
   auto out = result.mutableData<R>();

@@ -168,7 +168,7 @@ Token Tokenizer::newLine() {
 Token Tokenizer::symbol() {
   auto rest = text_.substr(position_, 2);
   for (auto& symbol : symbols) {
-    if (!rest.starts_with(symbol.text))
+    if (symbol.text[0] != at(0) || !rest.starts_with(symbol.text))
       continue;
     if (symbol.kind == TokenKind::OpenParen || symbol.kind == TokenKind::OpenBracket ||
         symbol.kind == TokenKind::OpenBrace)
