@@ -147,7 +147,7 @@ TEST_F(ModelXmlTest, EveryCutAndEveryChangedByteIsRefusedOrGivesASoundModel) {
     for (const bool cut : {true, false}) {
       std::string bad = cut ? good.substr(0, i) : good;
       if (!cut)
-        bad[i] = static_cast<char>(bad[i] ^ (1 + i % 7));
+        bad[i] = static_cast<char>(bad[i] ^ static_cast<char>(1 + i % 7));
       auto target = tavo::Model::create();
       tavo::MemorySource source(bad);
       try {
