@@ -53,6 +53,8 @@ struct ElementProxy {
 class TAVO_EXPORT ModelElement {
 public:
   class Impl;
+  /// The builders of query terms; see tavo/query/Query.h.
+  class Constrainables;
 
   ModelElement() noexcept = default;
   explicit ModelElement(Impl* object) noexcept;

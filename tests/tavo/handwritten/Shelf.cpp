@@ -1,5 +1,7 @@
 #include "tests/tavo/handwritten/Shelf.impl.h"
 
+#include "tests/tavo/handwritten/Shelf.query.h"
+
 #include "tavo/core/Errors.h"
 
 #include <cstddef>
@@ -73,6 +75,15 @@ void Labelled::Impl::setNote(const std::optional<tavo::String>& value) {
 }
 
 void Labelled::Impl::setName(const tavo::String& name) { setP_Name(name); }
+
+Labelled::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Labelled::metaClass(), tavo::ClassMatch::withSubclasses) {}
+tavo::AttributeTerms<tavo::String> Labelled::Constrainables::p_Name() const {
+  return tavo::AttributeTerms<tavo::String>(at(Impl::Index::Name));
+}
+tavo::AttributeTerms<std::optional<tavo::String>> Labelled::Constrainables::note() const {
+  return tavo::AttributeTerms<std::optional<tavo::String>>(at(Impl::Index::note));
+}
 
 // Shelf
 
@@ -255,6 +266,21 @@ void Book::Impl::aboutToSetPrice(double value) {
 }
 
 void Book::Impl::aboutToDestroy() { setPrice(0); }
+
+Book::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Book::metaClass(), tavo::ClassMatch::withSubclasses) {}
+tavo::ObjectTerms Book::Constrainables::shelf() const { return tavo::ObjectTerms(at(Impl::Index::shelf)); }
+tavo::AttributeTerms<std::uint32_t> Book::Constrainables::p_Index() const {
+  return tavo::AttributeTerms<std::uint32_t>(at(Impl::Index::p_Index));
+}
+tavo::AttributeTerms<double> Book::Constrainables::price() const {
+  return tavo::AttributeTerms<double>(at(Impl::Index::price));
+}
+tavo::AttributeTerms<std::vector<std::uint64_t>> Book::Constrainables::editions() const {
+  return tavo::AttributeTerms<std::vector<std::uint64_t>>(at(Impl::Index::editions));
+}
+tavo::CollectionTerms Book::Constrainables::writers() const { return tavo::CollectionTerms(at(Impl::Index::writers)); }
+tavo::ObjectTerms Book::Constrainables::sequel() const { return tavo::ObjectTerms(at(Impl::Index::sequel)); }
 
 // Author
 

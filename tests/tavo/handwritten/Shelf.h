@@ -18,6 +18,7 @@ class Shelf;
 class Labelled : public tavo::ModelElement {
 public:
   class Impl;
+  class Constrainables;
 
   Labelled() noexcept = default;
   explicit Labelled(tavo::ModelElement::Impl* object) noexcept : tavo::ModelElement(object) {}
@@ -36,6 +37,7 @@ class Shelf : public Labelled {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Shelf() noexcept = default;
   explicit Shelf(tavo::ModelElement::Impl* object) noexcept : Labelled(object) {}
@@ -53,6 +55,7 @@ class Book : public Labelled {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Book() noexcept = default;
   explicit Book(tavo::ModelElement::Impl* object) noexcept : Labelled(object) {}
@@ -73,6 +76,7 @@ class Author : public Labelled {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Author() noexcept = default;
   explicit Author(tavo::ModelElement::Impl* object) noexcept : Labelled(object) {}
