@@ -6,6 +6,7 @@
 #include "kavra/Text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <new>
 
@@ -47,6 +48,13 @@ void constructAll(void* elements, std::uint64_t count, const T& value) {
 template <class T>
 void destroyAll(void* elements, std::uint64_t count) noexcept {
   std::destroy_n(static_cast<T*>(elements), count);
+}
+
+/// Which bits a NaN has depends on the processor, so they do not count.
+template <class T>
+bool sameNumbers(std::span<const T> a, std::span<const T> b) {
+  return std::equal(a.begin(), a.end(), b.begin(),
+                    [](T x, T y) { return std::memcmp(&x, &y, sizeof x) == 0 || (std::isnan(x) && std::isnan(y)); });
 }
 
 bool isPlain(ArrayClass c) { return c <= ArrayClass::Char || c == ArrayClass::Enumeration; }
@@ -458,6 +466,10 @@ bool HostArray::identical(const HostArray& other) const {
     return a.name() == b.name() &&
            std::equal(memberIndices().begin(), memberIndices().end(), other.memberIndices().begin(), sameMember);
   }
+  case ArrayClass::Double:
+    return sameNumbers(data<double>(), other.data<double>());
+  case ArrayClass::Single:
+    return sameNumbers(data<float>(), other.data<float>());
   default:
     return std::memcmp(elements(), other.elements(), static_cast<std::size_t>(count()) * elementSize(class_)) == 0;
   }

@@ -227,8 +227,8 @@ public:
   /// The elements of all pieces, one piece after the other; they are of one class (and one enumeration).
   static HostArray joined(Extents extents, std::span<const HostArray> pieces);
 
-  /// Same class, dimensions and elements, bit by bit: NaN is itself, 0 is not -0. Members of redefined classes compare
-  /// by class and member name, opaque arrays by object.
+  /// Same class, dimensions and elements, bit by bit: 0 is not -0, but one NaN is as good as another. Members of
+  /// redefined classes compare by class and member name, opaque arrays by object.
   bool identical(const HostArray& other) const;
   friend bool operator==(const HostArray& a, const HostArray& b) { return a.identical(b); }
 

@@ -10,7 +10,6 @@ namespace kavra {
 KAVRA_EXPORT std::u16string displayText(const HostArray& array, std::size_t longest = 200);
 
 /// An expression whose value is identical to the array; nothing for null and for arrays that hold an opaque object.
-/// (Of the NaNs, only the usual one is kept.)
 KAVRA_EXPORT std::optional<std::u16string> expressionText(const HostArray& array);
 
 } // namespace kavra

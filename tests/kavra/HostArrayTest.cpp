@@ -90,9 +90,10 @@ TEST(HostArray, BoundsTheNestingOfCellsAndTheirElementsInAll) {
             "kavra:messages:ArrayTooLarge");
 }
 
-TEST(HostArray, IsIdenticalBitByBit) {
+TEST(HostArray, IsIdenticalBitByBitButForNaN) {
   auto nan = HostArray::scalar(std::nan(""));
   EXPECT_EQ(nan, HostArray::scalar(std::nan("")));
+  EXPECT_EQ(nan, HostArray::scalar(-std::nan("7")));
   EXPECT_NE(HostArray::scalar(0.0), HostArray::scalar(-0.0));
   EXPECT_NE(HostArray::scalar(1.0), HostArray::scalar(std::int8_t{1}));
   EXPECT_NE(HostArray::zeros(ArrayClass::Double, {1, 0}), HostArray::zeros(ArrayClass::Double, {0, 0}));

@@ -70,6 +70,7 @@ HostArray combine(Budget& budget, const HostArray& a, const HostArray& b, Functi
   HostArray result = makeArray(budget, classOf<R>, extentsOf(extents));
   if (result.isEmpty())
     return result;
+  budget.spend(2 * result.count()); // the function may be a slow one
   auto* out = result.mutableData<R>().data();
   expand(extents, left.extents(), right.extents(), [&](std::uint64_t i, std::uint64_t j) {
     *out++ = store<R>(function(x[static_cast<std::size_t>(i)], y[static_cast<std::size_t>(j)]));

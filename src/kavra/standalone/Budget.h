@@ -22,6 +22,9 @@ struct EvaluationError {
 /// Counts down the limits of one evaluation. Arrays are charged before they are made.
 class Budget {
 public:
+  /// What making, copying and destroying one cell or string is worth.
+  static constexpr std::uint64_t stepsPerObject = 8;
+
   explicit Budget(const EvaluationLimits& limits) : limits_(limits), bytes_(limits.bytes), steps_(limits.steps) {}
 
   const EvaluationLimits& limits() const { return limits_; }
@@ -41,7 +44,8 @@ public:
     auto count = checkedProduct(extents, limits_.elements);
     if (!count)
       fail("an array is too large");
-    spend(*count);
+    bool isPlain = arrayClass != ArrayClass::Cell && arrayClass != ArrayClass::String;
+    spend(isPlain ? *count : *count * stepsPerObject);
     reserve(*count * elementSize(arrayClass));
     return *count;
   }
