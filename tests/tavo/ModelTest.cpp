@@ -89,4 +89,55 @@ TEST_F(ModelTest, ReferencesAreKeptAtBothEnds) {
   EXPECT_EQ(dune.sequel(), dune);
 }
 
+TEST_F(ModelTest, WhatWaitsForTheCommitRunsOnceAfterItAndNotWhenItsSavepointIsRolledBack) {
+  auto shelf = Shelf::create(model);
+  std::vector<std::string> log;
+  const auto note = [&](std::string what) {
+    model.afterCommit([&, what] { log.push_back(what + (model.undoSerial() ? " committed" : "")); });
+  };
+  model.clearHistory();
+  {
+    tavo::Transaction outer(model);
+    note("first");
+    {
+      tavo::Transaction inner(model);
+      shelf.setName(u"given up");
+      note("given up");
+    }
+    {
+      tavo::Transaction inner(model);
+      shelf.setName(u"kept");
+      note("second");
+      inner.commit();
+    }
+    EXPECT_TRUE(log.empty());
+    outer.commit();
+  }
+  EXPECT_EQ(log, (std::vector<std::string>{"first committed", "second committed"}));
+  {
+    tavo::Transaction abandoned(model);
+    note("abandoned");
+  }
+  note("outside");
+  EXPECT_EQ(log.back(), "outside committed");
+  EXPECT_EQ(log.size(), 3u);
+}
+
+TEST_F(ModelTest, AnUnloggedUpdateLeavesNoStepAndUndoStaysRightAroundIt) {
+  auto shelf = Shelf::create(model);
+  model.clearHistory();
+  shelf.setName(u"by hand");
+  int heard = 0;
+  const auto token = model.addShallowListener([&] { ++heard; });
+  {
+    const tavo::UnloggedUpdate following(model);
+    impl(shelf).setNote(tavo::String(u"followed"));
+  }
+  EXPECT_EQ(heard, 0);
+  EXPECT_TRUE(model.undo());
+  EXPECT_FALSE(model.canUndo());
+  EXPECT_EQ(shelf.p_Name(), u"");
+  EXPECT_EQ(shelf.note(), tavo::String(u"followed"));
+}
+
 } // namespace

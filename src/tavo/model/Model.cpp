@@ -119,6 +119,8 @@ ListenerToken Model::addShallowListener(std::function<void()> listener) const {
   return addListener([listener = std::move(listener)](const ChangeSet&) { listener(); });
 }
 
+void Model::afterCommit(std::function<void()> action) const { data().afterCommit(std::move(action)); }
+
 const String& Model::name() const { return data().name; }
 void Model::setName(const String& name) const { data().name = name; }
 Constellation& Model::constellation() const { return *data().constellation; }
@@ -153,12 +155,20 @@ void Constellation::adopt(const Model& model) {
   data.constellation = this;
 }
 
+UnloggedUpdate::UnloggedUpdate(const Model& model)
+    : model_(model), before_(std::exchange(model.data().unlogged, true)) {}
+UnloggedUpdate::~UnloggedUpdate() {
+  if (model_)
+    model_.get()->unlogged = before_;
+}
+
 FrameworkUpdate::FrameworkUpdate(const Model& model) : model_(model) { ++model_.data().frameworkUpdates; }
 FrameworkUpdate::~FrameworkUpdate() { --model_.get()->frameworkUpdates; }
 
 // Transactions
 
-Transaction::Transaction(const Model& model) : model_(model), savepoint_(model.data().log().openSize()) {
+Transaction::Transaction(const Model& model)
+    : model_(model), savepoint_(model.data().log().openSize()), deferred_(model.data().deferredCount()) {
   model_.data().begin();
 }
 
@@ -173,7 +183,7 @@ void Transaction::commit() {
 void Transaction::rollback() noexcept {
   if (!std::exchange(open_, false))
     return;
-  model_.get()->rollback(savepoint_);
+  model_.get()->rollback(savepoint_, deferred_);
 }
 
 } // namespace tavo

@@ -118,6 +118,10 @@ public:
   /// The same for listeners that need not know what changed.
   [[nodiscard]] ListenerToken addShallowListener(std::function<void()> listener) const;
 
+  /// Runs `action` once what has been changed so far is committed for good, right after the outermost transaction (at
+  /// once without one); never, when it is rolled back. An exception from it is reported like a listener's.
+  void afterCommit(std::function<void()> action) const;
+
   /// What the model is called in messages; empty by default.
   const String& name() const;
   void setName(const String& name) const;
@@ -162,6 +166,20 @@ public:
 
 private:
   Model model_;
+};
+
+/// Marks, while it lives, that a model only follows what happens elsewhere: what is written leaves no history and wakes
+/// no listener. For values of attributes; for a model that is not in the middle of its own undo.
+class TAVO_EXPORT UnloggedUpdate {
+public:
+  explicit UnloggedUpdate(const Model& model);
+  UnloggedUpdate(const UnloggedUpdate&) = delete;
+  UnloggedUpdate& operator=(const UnloggedUpdate&) = delete;
+  ~UnloggedUpdate();
+
+private:
+  Model model_;
+  bool before_;
 };
 
 /// What happens with an exception of a listener, and with listeners that never come to rest. The default prints it to

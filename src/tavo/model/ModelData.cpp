@@ -30,15 +30,30 @@ void reportListenerError(const std::exception& error) noexcept {
   }
 }
 
+/// Runs what somebody else gave: its exceptions are reported and stop nothing.
+template <class Action>
+void runReported(const Action& action) noexcept {
+  try {
+    action();
+  } catch (const std::exception& error) {
+    reportListenerError(error);
+  } catch (...) {
+    reportListenerError(std::runtime_error("an exception of an unknown type"));
+  }
+}
+
 /// A change that joins the running transaction, or is one of its own.
 class OneChange {
 public:
-  explicit OneChange(ModelData& model) : model_(model), savepoint_(model.log().openSize()) { model_.begin(); }
+  explicit OneChange(ModelData& model)
+      : model_(model), savepoint_(model.log().openSize()), deferred_(model.deferredCount()) {
+    model_.begin();
+  }
   OneChange(const OneChange&) = delete;
   OneChange& operator=(const OneChange&) = delete;
   ~OneChange() {
     if (open_)
-      model_.rollback(savepoint_);
+      model_.rollback(savepoint_, deferred_);
   }
   void commit() {
     open_ = false;
@@ -48,6 +63,7 @@ public:
 private:
   ModelData& model_;
   std::size_t savepoint_;
+  std::size_t deferred_;
   bool open_ = true;
 };
 
@@ -689,11 +705,21 @@ void ModelData::commit() {
   }
   --transactionDepth_;
   log_.close();
+  for (const auto& action : std::exchange(deferred_, {}))
+    runReported(action);
 }
 
-void ModelData::rollback(std::size_t savepoint) noexcept {
+void ModelData::rollback(std::size_t savepoint, std::size_t deferred) noexcept {
   log_.rollbackTo(savepoint);
+  deferred_.resize(std::min(deferred, deferred_.size()));
   --transactionDepth_;
+}
+
+void ModelData::afterCommit(std::function<void()> action) {
+  if (inTransaction())
+    deferred_.push_back(std::move(action));
+  else
+    runReported(action);
 }
 
 void ModelData::undo(bool forward) {
@@ -717,13 +743,7 @@ void ModelData::notify(Step& step, std::size_t from, bool undone) noexcept {
     const std::shared_ptr<ListenerToken::Entry> entry = listeners_[i];
     if (!entry->active)
       continue;
-    try {
-      entry->listen(changes);
-    } catch (const std::exception& error) {
-      reportListenerError(error);
-    } catch (...) {
-      reportListenerError(std::runtime_error("an exception of an unknown type"));
-    }
+    runReported([&] { entry->listen(changes); });
   }
   std::erase_if(listeners_, [](const auto& entry) { return !entry->active; });
 }

@@ -87,7 +87,10 @@ public:
   void begin() { ++transactionDepth_; }
   /// Ends the innermost transaction; the outermost one announces its changes and becomes a step.
   void commit();
-  void rollback(std::size_t savepoint) noexcept;
+  /// Back to the savepoint, without the actions that came to wait for the commit since.
+  void rollback(std::size_t savepoint, std::size_t deferred) noexcept;
+  std::size_t deferredCount() const { return deferred_.size(); }
+  void afterCommit(std::function<void()> action);
   bool inTransaction() const { return transactionDepth_ > 0; }
   UndoLog& log() { return log_; }
   void undo(bool forward);
@@ -140,6 +143,7 @@ private:
   LinkPool links_;
   UndoLog log_{*this};
   unsigned transactionDepth_ = 0;
+  std::vector<std::function<void()>> deferred_; ///< wait for the outermost commit
   bool undoing_ = false;
   std::vector<std::shared_ptr<ListenerToken::Entry>> listeners_;
   std::thread::id thread_ = std::this_thread::get_id();

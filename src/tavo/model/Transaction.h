@@ -27,6 +27,7 @@ public:
 private:
   Model model_;
   std::size_t savepoint_;
+  std::size_t deferred_; ///< actions that waited for the commit when this began
   bool open_ = true;
 };
 
