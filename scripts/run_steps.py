@@ -90,6 +90,7 @@ STEPS = [
     ("release-test", lambda: test("release"), True),
     ("sanitize-build", lambda: build("sanitize"), False),
     ("sanitize-test", lambda: test("sanitize"), True),
+    ("tidy", lambda: run("scripts/tidy"), True),
 ]
 
 

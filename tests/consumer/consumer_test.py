@@ -5,6 +5,7 @@ consumer_test.py BUILD_FOLDER CXX
 
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -32,6 +33,11 @@ class ConsumerTest(unittest.TestCase):
             raise AssertionError(f"{command}\n{done.stdout}")
         return done.stdout
 
+    def build(self, source, folder, *options):
+        self.run_tool("cmake", "-G", "Ninja", "-S", source, "-B", folder, f"-DCMAKE_CXX_COMPILER={COMPILER}",
+                      f"-DCMAKE_PREFIX_PATH={self.prefix}", *options)
+        self.run_tool("cmake", "--build", folder)
+
     def test_cmake_package(self):
         # All installed headers in one source: none needs what is not installed, and none warns.
         headers = sorted(str(path.relative_to(self.prefix / "include")) for path in self.prefix.glob("include/**/*.h"))
@@ -39,11 +45,8 @@ class ConsumerTest(unittest.TestCase):
         source = self.folder / "headers.cpp"
         source.write_text("".join(f'#include "{header}"\n' for header in headers))
 
-        build = self.folder / "build"
-        self.run_tool("cmake", "-G", "Ninja", "-S", HERE, "-B", build, f"-DCMAKE_CXX_COMPILER={COMPILER}",
-                      f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DCONSUMER_HEADERS={source}")
-        self.run_tool("cmake", "--build", build)
-        self.assertEqual(self.run_tool(build / "consumer"), OUTPUT)
+        self.build(HERE, self.folder / "build", f"-DCONSUMER_HEADERS={source}")
+        self.assertEqual(self.run_tool(self.folder / "build" / "consumer"), OUTPUT)
 
     def test_pkg_config(self):
         folder = next(self.prefix.glob("**/tavo.pc")).parent
@@ -51,6 +54,16 @@ class ConsumerTest(unittest.TestCase):
         libraries = next(self.prefix.glob("**/libtavo.so")).parent
         self.run_tool(COMPILER, "-std=c++20", HERE / "main.cpp", "-o", self.folder / "plain", *flags)
         self.assertEqual(self.run_tool(self.folder / "plain", LD_LIBRARY_PATH=str(libraries)), OUTPUT)
+
+    def test_first_program_of_the_readme(self):
+        readme = (HERE.parents[1] / "README.md").read_text(encoding="utf-8")
+        blocks = dict(re.findall(r"^```(cmake|cpp|text)\n(.*?)^```$", readme, re.MULTILINE | re.DOTALL))
+        source = self.folder / "readme"
+        source.mkdir()
+        (source / "CMakeLists.txt").write_text(blocks["cmake"])
+        (source / "first.cpp").write_text(blocks["cpp"])
+        self.build(source, self.folder / "readme-build")
+        self.assertEqual(self.run_tool(self.folder / "readme-build" / "first"), blocks["text"])
 
     def test_nothing_installed_names_the_place_of_the_build(self):
         text = [path for path in self.prefix.glob("**/*") if path.suffix in {".cmake", ".pc", ".h", ".py", ".toml"}]
