@@ -30,6 +30,11 @@ public:
         expat_(::XML_ParserCreate("UTF-8")) {
     if (!expat_)
       throw std::bad_alloc();
+#ifdef TAVO_EXPAT_CAN_DEFER
+    // Newer releases put off looking at a token that a block does not end. What is pending is counted here, and blocks
+    // grow with it, so nothing is to be put off: a tag that is complete must not count as one that goes on.
+    ::XML_SetReparseDeferralEnabled(expat_, XML_FALSE);
+#endif
     ::XML_SetUserData(expat_, this);
     ::XML_SetElementHandler(expat_, onStart, onEnd);
     ::XML_SetCharacterDataHandler(expat_, onText);
