@@ -33,6 +33,8 @@ def check(model: Model) -> None:
         for datatype in package.datatypes:
             if isinstance(datatype, Struct):
                 _check_struct(datatype, problems)
+            if isinstance(datatype, Enumeration) and 0 not in datatype.values.values():
+                problems.report(datatype.place, "has no literal of value 0, which is what attributes start with")
         for cls in package.classes:
             _check_class(cls, problems)
     problems.raise_if_any()
@@ -116,8 +118,8 @@ def _check_flags(feature: Feature, problems: Problems) -> None:
     if feature.default is not None and feature.kind is not Kind.ATTRIBUTE:
         refuse("default", "is for attributes")
     has_setter = feature.kind is not Kind.DERIVED and not feature.is_many
-    if feature.hook and (not has_setter or feature.kind in (Kind.CONTAINS, Kind.CONTAINER)):
-        refuse("hook", "is for features that are set: attributes, references to one and runtime state")
+    if feature.hook and not feature.holds_value:
+        refuse("hook", "is for attributes and runtime state")
     if feature.virtual and (not has_setter or feature.kind is Kind.CONTAINS):
         refuse("virtual", "is for features with a setter")
     if feature.setter_public and (feature.readonly or feature.kind in (Kind.DERIVED, Kind.CONTAINER)):

@@ -44,10 +44,7 @@ class FeatureNames:
     has: str
     mutable: str
     create: str
-    basic_set: str
     hook: str
-    field: str
-    index: str
     do_set: str
     do_add: str
     do_clear: str
@@ -58,8 +55,8 @@ def names_of(feature: Feature) -> FeatureNames:
     upper = raise_first(base)
     return FeatureNames(
         accessor=lower_first(base), getter=f"get{upper}", setter=f"set{upper}", has=f"has{upper}",
-        mutable=f"get{upper}Mutable", create=f"createInto{upper}", basic_set=f"basicSet{upper}",
-        hook=f"aboutToSet{upper}", field=lower_first(base), index=lower_first(base),
+        mutable=f"get{upper}Mutable", create=f"createInto{upper}", 
+        hook=f"aboutToSet{upper}",
         do_set=f"doSet{upper}", do_add=f"doAdd{upper}", do_clear=f"doClear{upper}")
 
 
@@ -78,7 +75,8 @@ def facade_members(feature: Feature) -> list[Member]:
     if not feature.getter_hidden:
         members.append(Member(names.accessor, 0, feature))
     if feature.setter_public:
-        members.append(Member(names.mutable, 0, feature) if feature.is_many else Member(names.setter, 1, feature))
+        is_view = feature.is_many or feature.kind is Kind.CONTAINS
+        members.append(Member(names.mutable, 0, feature) if is_view else Member(names.setter, 1, feature))
     return members
 
 
@@ -90,6 +88,7 @@ def impl_members(feature: Feature) -> list[Member]:
     members = [Member(names.getter, 0, feature)]
     if feature.is_many or feature.kind is Kind.CONTAINS:
         members.append(Member(names.mutable, 0, feature))
+    if not feature.holds_value:
         members.append(Member(names.has, 0, feature))
     if feature.kind is Kind.CONTAINS:
         members.append(Member(names.create, 2, feature))

@@ -1,0 +1,81 @@
+// Made by tavogen from Bed.toml; edit that instead.
+#include "sample/Bee.impl.h"
+
+#include "sample/Bed.h"
+#include "sample/Bee.builder.h"
+#include "sample/Plant.h"
+#include "sample/package.h"
+#include "tavo/collection/Views.h"
+#include "tavo/meta/GeneratedCalls.h"
+
+#include <cstddef>
+
+// Storages derive from each other, which offsetof supports conditionally; both compilers do.
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+
+namespace sample {
+
+namespace {
+
+const tavo::PropertyDecl beeProperties[] = {
+    {.name = "visited",
+     .id = "aad812b4-07ae-3718-831e-5675d822040a",
+     .kind = tavo::FeatureKind::refersMany,
+     .flags = tavo::PropertyFlag::ordered | tavo::PropertyFlag::transient | tavo::PropertyFlag::publicAccessor,
+     .offset = offsetof(Bee::Impl::Storage, visited),
+     .target = &Plant::declaration,
+     .opposite = "feeds"},
+    {.name = "home",
+     .id = "17ddab84-c8a0-3391-92b4-6baf9802e6e3",
+     .kind = tavo::FeatureKind::refersOne,
+     .flags = tavo::PropertyFlag::publicAccessor,
+     .offset = offsetof(Bee::Impl::Storage, home),
+     .target = &Bed::declaration},
+};
+
+} // namespace
+
+const tavo::ClassDecl& Bee::declaration() {
+  static const tavo::ClassDecl declared{
+      .name = "Bee",
+      .qualifiedName = "sample.Bee",
+      .id = "baff9130-fca0-3b81-8501-2f3d1ecd72d7",
+      .flags = tavo::ClassFlag::isRoot,
+      .base = &tavo::ModelElement::declaration,
+      .package = &sample::package,
+      .storageSize = sizeof(Impl::Storage),
+      .construct = &tavo::detail::constructObject<Impl>,
+      .destroyStorage = &tavo::detail::destroyStorage<Impl>,
+      .properties = beeProperties,
+      .operations = {},
+      .doc = "A visitor.",
+  };
+  return declared;
+}
+
+const tavo::MetaClass& Bee::metaClass() {
+  static const tavo::MetaClass& known = tavo::MetaRegistry::instance().require(declaration());
+  return known;
+}
+
+Bee Bee::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Bee>(uuid); }
+tavo::View<Plant> Bee::visited() const { return impl<Impl>().getVisited(); }
+Bed Bee::home() const { return impl<Impl>().getHome(); }
+
+tavo::View<Plant> Bee::Impl::getVisited() const { return {handle(), at(Index::visited)}; }
+tavo::MutableView<Plant, tavo::View<Plant>> Bee::Impl::getVisitedMutable() { return {handle(), at(Index::visited)}; }
+bool Bee::Impl::hasVisited() const { return !getVisited().empty(); }
+Bed Bee::Impl::getHome() const { return Bed(one(at(Index::home))); }
+bool Bee::Impl::hasHome() const { return one(at(Index::home)) != nullptr; }
+void Bee::Impl::setHome(const Bed& value) { setOne(at(Index::home), value.get()); }
+
+void Bee::Impl::BuilderImpl::doAddVisited(const Plant& value) {
+  setOrAdd(metaClass().at(Index::visited), tavo::Value::of<tavo::ModelElement>(value));
+}
+void Bee::Impl::BuilderImpl::doClearVisited() { clear(metaClass().at(Index::visited)); }
+void Bee::Impl::BuilderImpl::doSetHome(const Bed& value) {
+  setOrAdd(metaClass().at(Index::home), tavo::Value::of<tavo::ModelElement>(value));
+}
+Bed Bee::Impl::BuilderImpl::getHome() const { return target(Index::home).as<Bed>(); }
+
+} // namespace sample

@@ -1,0 +1,72 @@
+"""<Class>.builder.h: the feature values of an object that does not exist yet, and the public builder."""
+
+from __future__ import annotations
+
+from ..names import names_of
+from ..schema import Class, Feature, Kind
+from .facade import base_name
+from .members import ImplMember, field_name
+from .signature import Parameter, Signature
+from .text import WIDTH, banner, includes, render
+from .types import Speller, cpp_namespace, header_of
+
+_CHILD = Parameter("tavo::ModelElement::Impl::BuilderImpl", "child")
+
+
+def builder_header(cls: Class) -> str:
+    return "tavo/meta/Builder.h" if cls.is_builtin else header_of(cls, ".builder")
+
+
+def render_builder(cls: Class) -> str:
+    spell = Speller(cls.namespace)
+    assert cls.base
+    body = _class_bodies(cls, spell)
+    before, inside = spell.forward_declarations(known=[cls, *cls.ancestors()])
+    return render([
+        *banner(cls.place.file.name), "#pragma once", "",
+        *includes({*spell.headers, builder_header(cls.base), header_of(cls, ".impl")}), *before,
+        f"namespace {cpp_namespace(cls.namespace)} {{", "", *inside, *body, "",
+        f"}} // namespace {cpp_namespace(cls.namespace)}"])
+
+
+def _class_bodies(cls: Class, spell: Speller) -> list[str]:
+    base = base_name(cls, spell)
+    lines = [f"class {cls.package.export} {cls.name}::Impl::BuilderImpl : public {base}::Impl::BuilderImpl {{", "public:",
+             "  using Base::BuilderImpl::BuilderImpl;"]
+    for feature in cls.features:
+        members = builder_feature(feature, spell)
+        if members:
+            lines.append("")
+        for member in members:
+            lines += member.signature.declaration()
+    lines.append("};")
+    if cls.abstract:
+        return lines
+    name = cls.name
+    head = f"class {name}::Builder"
+    base = f": public tavo::BuilderBase<{name}::Impl::BuilderImpl, {name}, {name}::Builder> {{"
+    return [*lines, "", *([f"{head} {base}"] if len(head) + 1 + len(base) <= WIDTH else [head, f"    {base}"]),
+            "public:", "  using BuilderBase::BuilderBase;", "};"]
+
+
+def builder_feature(feature: Feature, spell: Speller) -> list[ImplMember]:
+    """What a builder can set of a feature: not what is computed, owned by the other end, or gone with the process."""
+    names = names_of(feature)
+    at = f"metaClass().at(Index::{field_name(feature)})"
+    if feature.kind in (Kind.CONTAINER, Kind.DERIVED, Kind.RUNTIME):
+        return []
+    clear = ImplMember(Signature("void", names.do_clear), (f"clear({at});",))
+    if feature.kind is Kind.CONTAINS:
+        return [ImplMember(Signature("void", names.do_add, (_CHILD,)), (f"setOrAdd({at}, std::move(child));",)), clear]
+    parameter = Parameter(spell.parameter(feature.type), "value")
+    if feature.kind is Kind.ATTRIBUTE:
+        index, type_ = f"Index::{field_name(feature)}", spell.value(feature.type)
+        return [ImplMember(Signature("void", names.do_set, (parameter,)), (f"setValue<{type_}>({index}, value);",)),
+                ImplMember(Signature(type_, names.getter, is_const=True), (f"return value<{type_}>({index});",))]
+    put = f"setOrAdd({at}, tavo::Value::of<tavo::ModelElement>(value));"
+    if feature.is_many:
+        return [ImplMember(Signature("void", names.do_add, (parameter,)), (put,)), clear]
+    target = spell.class_name(feature.type.entity)
+    return [ImplMember(Signature("void", names.do_set, (parameter,)), (put,)),
+            ImplMember(Signature(target, names.getter, is_const=True),
+                       (f"return target(Index::{field_name(feature)}).as<{target}>();",))]

@@ -1,0 +1,82 @@
+"""<Class>.gen.cpp: the tables of a class and all generated functions that are not in headers."""
+
+from __future__ import annotations
+
+from ..schema import Class
+from .builder import builder_feature
+from .members import create_signature, facade_members, impl_feature
+from .tables import class_declaration, feature_table, operation_table
+from .text import banner, includes, render
+from .types import Speller, cpp_namespace, datatype_headers, header_of, package_header
+
+
+def package_function(cls: Class) -> str:
+    return f"{cls.package.name}::package"
+
+
+def render_source(cls: Class) -> str:
+    spell = Speller(cls.namespace)
+    tables = [*feature_table(cls, spell), *operation_table(cls, spell)]
+    body = [*(["namespace {", "", *tables, "} // namespace", ""] if tables else []),
+            *class_declaration(cls, package_function(cls), spell), "",
+            f"const tavo::MetaClass& {cls.name}::metaClass() {{",
+            "  static const tavo::MetaClass& known = tavo::MetaRegistry::instance().require(declaration());",
+            "  return known;", "}", "",
+            *_facade_functions(cls, spell), "", *_impl_functions(cls, spell), "", *_builder_functions(cls, spell)]
+    headers = {*spell.headers, *_needed_headers(cls, spell), header_of(cls, ".builder"), package_header(cls.package),
+               "cstddef"}
+    if cls.features or cls.operations:
+        headers.add("tavo/meta/GeneratedCalls.h")
+    lines = [*banner(cls.place.file.name), *includes(headers, first=header_of(cls, ".impl"))]
+    if any(feature.is_stored for feature in cls.features):
+        lines += ["// Storages derive from each other, which offsetof supports conditionally; both compilers do.",
+                  '#pragma GCC diagnostic ignored "-Winvalid-offsetof"', ""]
+    namespace = cpp_namespace(cls.namespace)
+    return render([*lines, f"namespace {namespace} {{", "", *body, "", f"}} // namespace {namespace}"])
+
+
+def _needed_headers(cls: Class, spell: Speller) -> set[str]:
+    """The facades of all classes that the functions here handle, and the tables of foreign types."""
+    headers = {header_of(other) for other in spell.mentioned}
+    types = [feature.type for feature in cls.features]
+    for operation in cls.operations:
+        types += [argument.type for argument in operation.args]
+        if operation.returns:
+            types.append(operation.returns)
+    for type_ in types:
+        headers |= datatype_headers(type_)
+        if type_.holds_objects:
+            headers.add(header_of(type_.entity))
+    for feature in cls.features:
+        if feature.by and feature.by.owner is not cls:
+            headers.add(header_of(feature.by.owner, ".impl"))
+    return headers
+
+
+def _facade_functions(cls: Class, spell: Speller) -> list[str]:
+    lines = []
+    if not cls.abstract:
+        lines += create_signature(cls).definition(cls.name, [f"return model.create<{cls.name}>(uuid);"])
+    for group in facade_members(cls, spell):
+        for member in group:
+            if member.target:
+                keyword = "" if member.signature.result == "void" else "return "
+                lines += member.signature.definition(cls.name, [f"{keyword}impl<Impl>().{member.target};"])
+    return lines
+
+
+def _impl_functions(cls: Class, spell: Speller) -> list[str]:
+    lines = []
+    for feature in cls.features:
+        for member in impl_feature(feature, spell):
+            if member.body:
+                lines += member.signature.definition(f"{cls.name}::Impl", list(member.body))
+    return lines
+
+
+def _builder_functions(cls: Class, spell: Speller) -> list[str]:
+    lines = []
+    for feature in cls.features:
+        for member in builder_feature(feature, spell):
+            lines += member.signature.definition(f"{cls.name}::Impl::BuilderImpl", list(member.body))
+    return lines
