@@ -27,9 +27,8 @@ def check(model: Model) -> None:
     """Raises SchemaError for linked schemas from which no sound code can be made."""
     problems = Problems()
     for package in model.packages:
-        for version in (package.version,):
-            if not _VERSION.match(version):
-                problems.report(package.place, f"'{version}' is no version")
+        if not _VERSION.match(package.version):
+            problems.report(package.place, f"'{package.version}' is no version")
         for datatype in package.datatypes:
             if isinstance(datatype, Struct):
                 _check_struct(datatype, problems)
@@ -322,7 +321,8 @@ def _check_feature_names(cls: Class, problems: Problems) -> None:
         if is_own and feature.name in features:
             problems.report(feature.place, f"class {features[feature.name].owner.name} has a feature of this name")
         elif is_own and accessor in accessors:
-            problems.report(feature.place, f"its accessor '{accessor}' is that of {accessors[accessor].qualified_name}; "
+            other = accessors[accessor].qualified_name
+            problems.report(feature.place, f"its accessor '{accessor}' is that of {other}; "
                                            "give it another name with 'accessor'")
         elif is_own and is_reserved(accessor):
             problems.report(feature.place, f"its accessor '{accessor}' is reserved in C++; "

@@ -5,8 +5,7 @@ from __future__ import annotations
 from .builtin import ATTRIBUTE_TYPES, CALL_TYPES, ROOT
 from .identifiers import derive
 from .problems import Place, Problems, suggestion
-from .schema import (Class, Datatype, Enumeration, Feature, Foreign, Kind, Model, Package, Primitive, Shape, Struct,
-                     Type)
+from .schema import Class, Feature, Foreign, Kind, Model, Package, Primitive, Struct, Type
 
 
 def link(model: Model) -> None:
@@ -70,8 +69,8 @@ class _Scope:
             candidates = " and ".join(sorted(getattr(entity, "qualified_name", entity.name) for entity in found))
             problems.report(place, f"{what} '{name}' is ambiguous: {candidates}")
         else:
-            problems.report(place, f"unknown {what} '{name}'"
-                                   f"{suggestion(name, [*self._dotted, *(short for level in self._levels for short in level)])}")
+            known = [*self._dotted, *(short for level in self._levels for short in level)]
+            problems.report(place, f"unknown {what} '{name}'{suggestion(name, known)}")
         return None
 
     def find_class(self, name: str, place: Place, what: str, problems: Problems) -> Class | None:

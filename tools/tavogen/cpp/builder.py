@@ -31,8 +31,8 @@ def render_builder(cls: Class) -> str:
 
 def _class_bodies(cls: Class, spell: Speller) -> list[str]:
     base = base_name(cls, spell)
-    lines = [f"class {cls.package.export} {cls.name}::Impl::BuilderImpl : public {base}::Impl::BuilderImpl {{", "public:",
-             "  using Base::BuilderImpl::BuilderImpl;"]
+    lines = [f"class {cls.package.export} {cls.name}::Impl::BuilderImpl : public {base}::Impl::BuilderImpl {{",
+             "public:", "  using Base::BuilderImpl::BuilderImpl;"]
     for feature in cls.features:
         members = builder_feature(feature, spell)
         if members:

@@ -38,7 +38,8 @@ def _setter(struct: Struct, name: str, spell: Speller) -> Signature:
 def render_struct(struct: Struct) -> str:
     spell = Speller(struct.namespace)
     name = struct.short_name
-    fields = [f"  {spell.value(type_)} {field}{field_initializer(type_, spell)};" for field, type_ in struct.fields.items()]
+    fields = [f"  {spell.value(type_)} {field}{field_initializer(type_, spell)};"
+              for field, type_ in struct.fields.items()]
     setters = [line for field in struct.fields for line in _setter(struct, field, spell).declaration()]
     namespace = cpp_namespace(struct.namespace)
     return render([
@@ -61,7 +62,7 @@ def _get(datatype: Enumeration | Struct, table: str, rows: list[str], make: str)
     name = table.rpartition(" ")[2]
     made = f"{head} {call}{name});"
     return [f"const tavo::Datatype& tavo::DatatypeOf<{qualified(datatype)}>::get() {{",
-            f"  static const {table}[] = {{", *rows, "  };",
+            f"  static constexpr {table}[] = {{", *rows, "  };",
             *([made] if len(made) <= WIDTH else [head, f"      {call}{name});"]), "  return type;", "}", ""]
 
 

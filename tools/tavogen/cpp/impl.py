@@ -69,7 +69,8 @@ def _index(cls: Class) -> list[str]:
     if cls.features:
         lines.append("  struct Index {")
         for offset, feature in enumerate(cls.features):
-            lines.append(f"    static constexpr tavo::PropertyIndex {field_name(feature)} = Base::propertyCount + {offset};")
+            value = f"Base::propertyCount + {offset}"
+            lines.append(f"    static constexpr tavo::PropertyIndex {field_name(feature)} = {value};")
         lines.append("  };")
     lines.append(f"  static constexpr tavo::PropertyIndex propertyCount = Base::propertyCount + {len(cls.features)};")
     return lines
@@ -81,5 +82,6 @@ def _private_part(cls: Class) -> list[str]:
         lines += ["  Storage& storage() { return storageAs<Storage>(); }",
                   "  const Storage& storage() const { return storageAs<Storage>(); }"]
     if cls.features:
-        lines.append("  const tavo::MetaProperty& at(tavo::PropertyIndex index) const { return objectClass().at(index); }")
+        lines.append("  const tavo::MetaProperty& at(tavo::PropertyIndex index) const { "
+                     "return objectClass().at(index); }")
     return ["", "private:", *lines] if lines else []

@@ -4,9 +4,8 @@ from __future__ import annotations
 
 from dataclasses import dataclass
 
-from ..check import overridden
 from ..names import is_reserved, names_of
-from ..schema import Class, Feature, Kind, Operation, Type
+from ..schema import Class, Feature, Kind, Operation
 from .signature import Parameter, Signature
 from .types import Speller
 
@@ -65,7 +64,8 @@ def _facade_feature(feature: Feature, spell: Speller) -> list[FacadeMember]:
             signature = Signature(spell.mutable(feature), names.mutable, is_const=True)
             members.append(FacadeMember(signature, f"{names.mutable}()"))
         else:
-            signature = Signature("void", names.setter, (Parameter(spell.parameter(feature.type), "value"),), is_const=True)
+            parameter = Parameter(spell.parameter(feature.type), "value")
+            signature = Signature("void", names.setter, (parameter,), is_const=True)
             members.append(FacadeMember(signature, f"{names.setter}(value)"))
     return members
 
@@ -132,7 +132,8 @@ def _value_setter(feature: Feature, spell: Speller) -> ImplMember:
     if feature.kind is Kind.RUNTIME:
         body.append(f"storage().{field_name(feature)} = value;")
     elif parameter.type.endswith("&"):
-        body += [f"{spell.value(feature.type)} taken = value;", f"writeAttribute(at(Index::{field_name(feature)}), &taken);"]
+        body += [f"{spell.value(feature.type)} taken = value;",
+                 f"writeAttribute(at(Index::{field_name(feature)}), &taken);"]
     else:
         body.append(f"writeAttribute(at(Index::{field_name(feature)}), &value);")
     return ImplMember(setter, tuple(body))

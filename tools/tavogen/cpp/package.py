@@ -29,10 +29,10 @@ def render_package_source(package: Package) -> str:
     return render([
         *banner(package.place.file.name), *includes(headers, first=package_header(package)), *body,
         f"namespace {package.name} {{", "namespace {", "",
-        *_function_list("const tavo::PackageDecl& (*const dependencies[])()",
+        *_function_list("constexpr const tavo::PackageDecl& (*dependencies[])()",
                         [f"&{other.name}::package" for other in package.depends]),
         *_namespaces(package), *_datatypes(package),
-        *_function_list("const tavo::ClassDecl& (*const classes[])()",
+        *_function_list("constexpr const tavo::ClassDecl& (*classes[])()",
                         [f"&{cpp_namespace(cls.namespace)}::{cls.name}::declaration" for cls in package.classes]),
         "} // namespace", "", "const tavo::PackageDecl& package() {", "  static const tavo::PackageDecl declared{",
         f"      .name = {string_literal(package.name)},", f"      .version = {string_literal(package.version)},",
@@ -59,7 +59,7 @@ def _function_list(head: str, functions: list[str]) -> list[str]:
 def _namespaces(package: Package) -> list[str]:
     if not package.namespaces:
         return []
-    lines = ["const tavo::NamespaceDecl namespaces[] = {"]
+    lines = ["constexpr tavo::NamespaceDecl namespaces[] = {"]
     for namespace in package.namespaces:
         lines += [f"    {{.name = {string_literal(namespace.name)},",
                   f"     .uri = {string_literal(f'{package.uri}/{namespace.name}')},",
@@ -74,10 +74,11 @@ def _declared(package: Package) -> list:
 def _datatypes(package: Package) -> list[str]:
     if not _declared(package):
         return []
-    lines = ["const tavo::DatatypeDecl datatypes[] = {"]
+    lines = ["constexpr tavo::DatatypeDecl datatypes[] = {"]
     for datatype in _declared(package):
         is_primitive = isinstance(datatype, Primitive) and datatype.type
         cpp = Speller("").value(datatype.type) if is_primitive else qualified(datatype)
-        lines += [f"    {{.qualifiedName = {string_literal(datatype.name)},", f"     .id = {string_literal(datatype.id)},",
+        lines += [f"    {{.qualifiedName = {string_literal(datatype.name)},",
+                  f"     .id = {string_literal(datatype.id)},",
                   f"     .datatype = &tavo::datatypeOf<{cpp}>,", f"     .doc = {string_literal(datatype.doc)}}},"]
     return [*lines, "};", ""]

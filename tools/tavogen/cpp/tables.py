@@ -1,4 +1,6 @@
-"""The tables of a class: its features and operations as the framework reads them, and the declaration over them."""
+"""The tables of a class: its features and operations as the framework reads them, and the declaration over them.
+
+Tables are constexpr: packages register while libraries are loaded, before any initialiser of another source has run."""
 
 from __future__ import annotations
 
@@ -17,7 +19,7 @@ def feature_table(cls: Class, spell: Speller) -> list[str]:
     for feature in cls.features:
         if has_default(feature):
             lines += _default_function(feature, spell)
-    lines.append(f"const tavo::PropertyDecl {lower_first(cls.name)}Properties[] = {{")
+    lines.append(f"constexpr tavo::PropertyDecl {lower_first(cls.name)}Properties[] = {{")
     for feature in cls.features:
         lines += _record(_feature_fields(feature, spell))
     return [*lines, "};", ""]
@@ -120,7 +122,7 @@ def operation_table(cls: Class, spell: Speller) -> list[str]:
     lines: list[str] = []
     for operation in cls.operations:
         if operation.args:
-            lines.append(f"const tavo::ArgumentDecl {_arguments_name(operation)}[] = {{")
+            lines.append(f"constexpr tavo::ArgumentDecl {_arguments_name(operation)}[] = {{")
             for argument in operation.args:
                 fields = [("name", string_literal(argument.name)), ("id", string_literal(argument.id)),
                           ("type", string_literal(argument.type.spelling.removeprefix("out ").strip()))]
@@ -128,7 +130,7 @@ def operation_table(cls: Class, spell: Speller) -> list[str]:
                     fields.append(("input", "false"))
                 lines.append("    {" + ", ".join(f".{name} = {value}" for name, value in fields) + "},")
             lines += ["};", ""]
-    lines.append(f"const tavo::OperationDecl {lower_first(cls.name)}Operations[] = {{")
+    lines.append(f"constexpr tavo::OperationDecl {lower_first(cls.name)}Operations[] = {{")
     for operation in cls.operations:
         lines += _record(_operation_fields(operation, spell))
     return [*lines, "};", ""]

@@ -3,8 +3,8 @@
 from __future__ import annotations
 
 from ..builtin import ROOT
-from ..schema import (Builtin, Class, Collection, Enumeration, Feature, Foreign, Kind, Package, Primitive, Shape, Struct,
-                      Type)
+from ..schema import (Builtin, Class, Collection, Enumeration, Feature, Foreign, Kind, Package, Primitive, Shape,
+                      Struct, Type)
 
 _SCALARS = {"bool", "int32", "uint32", "int64", "uint64", "double"}
 
@@ -77,7 +77,9 @@ class Speller:
     def mutable(self, feature: Feature) -> str:
         self.headers.add("tavo/collection/Views.h")
         target = self.class_name(feature.type.entity)
-        return f"tavo::MutableView<{target}, {self.view(feature)}>" if feature.is_many else f"tavo::MutableChild<{target}>"
+        if feature.is_many:
+            return f"tavo::MutableView<{target}, {self.view(feature)}>"
+        return f"tavo::MutableChild<{target}>"
 
     def _key(self, type_: Type) -> str:
         if is_string(type_):

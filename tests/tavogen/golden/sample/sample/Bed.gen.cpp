@@ -24,7 +24,7 @@ namespace sample {
 
 namespace {
 
-const tavo::PropertyDecl bedProperties[] = {
+constexpr tavo::PropertyDecl bedProperties[] = {
     {.name = "plants",
      .id = "c23f406a-9ba5-3ad0-a1f5-b372bc07ee94",
      .kind = tavo::FeatureKind::containsMany,
@@ -85,15 +85,15 @@ const tavo::PropertyDecl bedProperties[] = {
      .target = &tavo::ModelElement::declaration},
 };
 
-const tavo::ArgumentDecl bedGetArguments[] = {
+constexpr tavo::ArgumentDecl bedGetArguments[] = {
     {.name = "name", .id = "cb22666c-b278-382f-bfc0-a26f4130f06c", .type = "string"},
 };
 
-const tavo::ArgumentDecl bedDescribeArguments[] = {
+constexpr tavo::ArgumentDecl bedDescribeArguments[] = {
     {.name = "length", .id = "7fde4a89-02b3-3c24-a841-f41ae0d3afa8", .type = "uint32"},
 };
 
-const tavo::OperationDecl bedOperations[] = {
+constexpr tavo::OperationDecl bedOperations[] = {
     {.name = "get",
      .id = "f0e18453-7ecc-3c20-b575-a3fb4b4c937e",
      .flags = tavo::OperationFlag::isStatic | tavo::OperationFlag::isPublic,

@@ -17,7 +17,7 @@ namespace sample {
 
 namespace {
 
-const tavo::PropertyDecl beeProperties[] = {
+constexpr tavo::PropertyDecl beeProperties[] = {
     {.name = "visited",
      .id = "aad812b4-07ae-3718-831e-5675d822040a",
      .kind = tavo::FeatureKind::refersMany,

@@ -18,7 +18,7 @@ namespace sample {
 
 namespace {
 
-const tavo::PropertyDecl namedProperties[] = {
+constexpr tavo::PropertyDecl namedProperties[] = {
     {.name = "Name",
      .id = "3913f937-0a1f-39af-8901-5a6b0d331a83",
      .kind = tavo::FeatureKind::attribute,
@@ -35,15 +35,15 @@ const tavo::PropertyDecl namedProperties[] = {
      .doc = "A remark; an empty one differs from none."},
 };
 
-const tavo::ArgumentDecl namedDescribeArguments[] = {
+constexpr tavo::ArgumentDecl namedDescribeArguments[] = {
     {.name = "length", .id = "1f352367-233c-383c-b87f-f87a363ff662", .type = "uint32"},
 };
 
-const tavo::ArgumentDecl namedRenameArguments[] = {
+constexpr tavo::ArgumentDecl namedRenameArguments[] = {
     {.name = "name", .id = "66f50146-efea-308a-92e8-07e0e1989ed8", .type = "string"},
 };
 
-const tavo::OperationDecl namedOperations[] = {
+constexpr tavo::OperationDecl namedOperations[] = {
     {.name = "getLabel",
      .id = "14777fda-62c7-3d4c-89a7-b16d4789309f",
      .flags = tavo::OperationFlag::isPublic | tavo::OperationFlag::isVirtual | tavo::OperationFlag::isConst,

@@ -60,7 +60,7 @@ const void* plantSeasonDefault() {
   return &value;
 }
 
-const tavo::PropertyDecl plantProperties[] = {
+constexpr tavo::PropertyDecl plantProperties[] = {
     {.name = "bed",
      .id = "fbbb8c62-6300-3c4e-9d5c-af935c9ace8b",
      .kind = tavo::FeatureKind::container,
@@ -225,57 +225,57 @@ const tavo::PropertyDecl plantProperties[] = {
      .doc = "The bees that come."},
 };
 
-const tavo::ArgumentDecl plantMakeArguments[] = {
+constexpr tavo::ArgumentDecl plantMakeArguments[] = {
     {.name = "bed", .id = "2c078901-1561-3f94-ae2a-eb8d1734906a", .type = "Bed"},
     {.name = "name", .id = "12d47bb8-ea70-36ae-be74-f57c068f140b", .type = "string"},
     {.name = "number", .id = "0b1fe518-7449-37c4-a208-7d3e9471fa2f", .type = "uint32"},
 };
 
-const tavo::ArgumentDecl plantGrowArguments[] = {
+constexpr tavo::ArgumentDecl plantGrowArguments[] = {
     {.name = "by", .id = "fe12d677-76d5-3a28-9959-fbb8c41047a9", .type = "metres"},
 };
 
-const tavo::ArgumentDecl plantGrowInSeasonsArguments[] = {
+constexpr tavo::ArgumentDecl plantGrowInSeasonsArguments[] = {
     {.name = "by", .id = "62401ba2-d31f-3f28-bcbe-af1e44868a4b", .type = "metres"},
     {.name = "seasons", .id = "3ac1f83c-166d-364e-84d1-a0ff3ed5714e", .type = "Season[]"},
 };
 
-const tavo::ArgumentDecl plantMeasureArguments[] = {
+constexpr tavo::ArgumentDecl plantMeasureArguments[] = {
     {.name = "unit", .id = "e63b2326-963b-32a0-bbd7-ea8b6544e204", .type = "string?"},
     {.name = "isRough", .id = "a7778a5e-a6e5-32fb-b9b3-7a237592e13d", .type = "bool", .input = false},
 };
 
-const tavo::ArgumentDecl plantPlantsArguments[] = {
+constexpr tavo::ArgumentDecl plantPlantsArguments[] = {
     {.name = "among", .id = "b30386f1-8abe-330b-95ff-9a53038de2ed", .type = "Plant[]"},
 };
 
-const tavo::ArgumentDecl plantWiltedArguments[] = {
+constexpr tavo::ArgumentDecl plantWiltedArguments[] = {
     {.name = "at", .id = "30c39c2d-a425-387b-a7ce-79188e27a4fd", .type = "Clock"},
 };
 
-const tavo::ArgumentDecl plantIsInArguments[] = {
+constexpr tavo::ArgumentDecl plantIsInArguments[] = {
     {.name = "model", .id = "4eff30f1-a1a1-3b7a-a173-a3e49910928d", .type = "Model"},
     {.name = "metaClass", .id = "390b0ba9-8281-3d56-ab2a-c70c521454d9", .type = "MetaClass"},
 };
 
-const tavo::ArgumentDecl plantDescribeArguments[] = {
+constexpr tavo::ArgumentDecl plantDescribeArguments[] = {
     {.name = "length", .id = "9d9d9ae1-b69f-3964-ad09-00d89776611c", .type = "uint32"},
 };
 
-const tavo::ArgumentDecl plantRenameArguments[] = {
+constexpr tavo::ArgumentDecl plantRenameArguments[] = {
     {.name = "name", .id = "1f8cf88d-7cc5-32d4-aa0b-8f216d5a046a", .type = "string"},
 };
 
-const tavo::ArgumentDecl plantRenameTwiceArguments[] = {
+constexpr tavo::ArgumentDecl plantRenameTwiceArguments[] = {
     {.name = "first", .id = "4a4fe32d-4750-35ba-aef1-5880ab20ad90", .type = "string"},
     {.name = "second", .id = "a150ba96-0f84-30b8-a47c-53e0e822560c", .type = "string"},
 };
 
-const tavo::ArgumentDecl plantSetP_NameArguments[] = {
+constexpr tavo::ArgumentDecl plantSetP_NameArguments[] = {
     {.name = "name", .id = "265f8726-7e02-3a6b-a398-f2b6782f35fe", .type = "string"},
 };
 
-const tavo::OperationDecl plantOperations[] = {
+constexpr tavo::OperationDecl plantOperations[] = {
     {.name = "make",
      .id = "2fc2de99-fc21-3644-a8bc-fa2a086425fd",
      .flags = tavo::OperationFlag::isStatic | tavo::OperationFlag::isPublic,

@@ -14,7 +14,7 @@
 #include <cstddef>
 
 const tavo::Datatype& tavo::DatatypeOf<sample::Season>::get() {
-  static const DatatypeLiteral literals[] = {
+  static constexpr DatatypeLiteral literals[] = {
       {"SPRING", 0},
       {"SUMMER", 1},
       {"AUTUMN", 2},
@@ -60,7 +60,7 @@ std::size_t Spot::hash() const {
 } // namespace sample
 
 const tavo::Datatype& tavo::DatatypeOf<sample::Spot>::get() {
-  static const DatatypeField fields[] = {
+  static constexpr DatatypeField fields[] = {
       {"label", offsetof(sample::Spot, label), &datatypeOf<tavo::String>},
       {"row", offsetof(sample::Spot, row), &datatypeOf<std::int32_t>},
       {"season", offsetof(sample::Spot, season), &datatypeOf<sample::Season>},
@@ -72,7 +72,7 @@ const tavo::Datatype& tavo::DatatypeOf<sample::Spot>::get() {
 namespace sample {
 namespace {
 
-const tavo::NamespaceDecl namespaces[] = {
+constexpr tavo::NamespaceDecl namespaces[] = {
     {.name = "sample",
      .uri = "http://schema.zelkor.example/tavo/sample/1.3/sample",
      .doc = "Everything that grows, and where."},
@@ -81,7 +81,7 @@ const tavo::NamespaceDecl namespaces[] = {
      .doc = "What the gardener works with."},
 };
 
-const tavo::DatatypeDecl datatypes[] = {
+constexpr tavo::DatatypeDecl datatypes[] = {
     {.qualifiedName = "sample.Season",
      .id = "f67142d3-f3d2-3a94-afdb-d175833f7e08",
      .datatype = &tavo::datatypeOf<sample::Season>,
@@ -96,7 +96,7 @@ const tavo::DatatypeDecl datatypes[] = {
      .doc = "A length."},
 };
 
-const tavo::ClassDecl& (*const classes[])() = {
+constexpr const tavo::ClassDecl& (*classes[])() = {
     &sample::Bed::declaration,
     &sample::Bee::declaration,
     &sample::Stone::declaration,

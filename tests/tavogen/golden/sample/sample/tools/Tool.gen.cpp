@@ -18,7 +18,7 @@ namespace sample::tools {
 
 namespace {
 
-const tavo::PropertyDecl toolProperties[] = {
+constexpr tavo::PropertyDecl toolProperties[] = {
     {.name = "user",
      .id = "70ce08f5-30b6-384d-9f39-226ca2569d6d",
      .kind = tavo::FeatureKind::refersOne,
@@ -27,11 +27,11 @@ const tavo::PropertyDecl toolProperties[] = {
      .target = &sample::Plant::declaration},
 };
 
-const tavo::ArgumentDecl toolDescribeArguments[] = {
+constexpr tavo::ArgumentDecl toolDescribeArguments[] = {
     {.name = "length", .id = "826ab0f3-7c19-3517-bf35-121c56bd00ab", .type = "uint32"},
 };
 
-const tavo::OperationDecl toolOperations[] = {
+constexpr tavo::OperationDecl toolOperations[] = {
     {.name = "describe",
      .id = "72cca380-3961-3083-bcb9-20e739aab328",
      .flags = tavo::OperationFlag::isPublic | tavo::OperationFlag::isVirtual | tavo::OperationFlag::isConst,
