@@ -3,6 +3,7 @@
 #include "sample/Bed.builder.h"
 #include "sample/Bee.impl.h"
 #include "sample/Plant.builder.h"
+#include "sample/Plant.query.h"
 #include "sample/Spot.h"
 #include "sample/Stone.builder.h"
 #include "sample/package.h"
@@ -147,6 +148,15 @@ TEST_F(SampleTest, CollectionsAndReferencesKeepTheirOtherEnds) {
   rose.destroy();
   EXPECT_TRUE(bee.visited().empty());
   tavo::checkInvariants(model);
+}
+
+TEST_F(SampleTest, QueriesAskForOwnAndInheritedFeatures) {
+  Plant::make(bed, u"Iris", 2);
+  const tavo::Query query(model);
+  const Plant::Constrainables plant(query);
+  EXPECT_EQ(query.select<Plant>(plant.p_Name().startsWith(u"R") && plant.bed().is(bed)), std::vector{rose});
+  EXPECT_EQ(query.select<Plant>(plant.number().less(5)).size(), 1u);
+  EXPECT_EQ(query.select<Named>(Named::Constrainables(query)).size(), 3u);
 }
 
 TEST(SpotTest, IsOrderedByItsFieldsInTurn) {

@@ -11,6 +11,7 @@ from .cpp.datatypes import datatypes_of, render_enumeration, render_struct
 from .cpp.facade import render_facade
 from .cpp.impl import render_impl
 from .cpp.package import render_package_header, render_package_source
+from .cpp.query import render_query
 from .cpp.source import render_source
 from .cpp.types import header_of
 from .link import link
@@ -47,6 +48,7 @@ def _package_files(package: Package) -> dict[str, str]:
         files[header_of(cls)] = render_facade(cls)
         files[header_of(cls, ".impl")] = render_impl(cls)
         files[header_of(cls, ".builder")] = render_builder(cls)
+        files[header_of(cls, ".query")] = render_query(cls)
         files[f"{cls.folder}/{cls.name}.gen.cpp"] = render_source(cls)
     return files
 

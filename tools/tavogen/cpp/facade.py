@@ -33,7 +33,7 @@ def _class_body(cls: Class, base: str, spell: Speller) -> list[str]:
     lines = [f"class {cls.package.export} {name} : public {base} {{", "public:", "  class Impl;"]
     if not cls.abstract:
         lines.append("  class Builder;")
-    lines += ["",
+    lines += ["  class Constrainables;", "",
               f"  {name}() noexcept = default;", *_constructor(name, base), "",
               "  static const tavo::ClassDecl& declaration();", "  static const tavo::MetaClass& metaClass();"]
     if not cls.abstract:

@@ -5,6 +5,7 @@ from __future__ import annotations
 from ..schema import Class
 from .builder import builder_feature
 from .members import create_signature, facade_members, impl_feature
+from .query import constrainables, constructor
 from .tables import class_declaration, feature_table, operation_table
 from .text import banner, includes, render
 from .types import Speller, cpp_namespace, datatype_headers, header_of, package_header
@@ -22,9 +23,10 @@ def render_source(cls: Class) -> str:
             f"const tavo::MetaClass& {cls.name}::metaClass() {{",
             "  static const tavo::MetaClass& known = tavo::MetaRegistry::instance().require(declaration());",
             "  return known;", "}", "",
-            *_facade_functions(cls, spell), "", *_impl_functions(cls, spell), "", *_builder_functions(cls, spell)]
-    headers = {*spell.headers, *_needed_headers(cls, spell), header_of(cls, ".builder"), package_header(cls.package),
-               "cstddef"}
+            *_facade_functions(cls, spell), "", *_impl_functions(cls, spell), "", *_builder_functions(cls, spell), "",
+            *_query_functions(cls, spell)]
+    headers = {*spell.headers, *_needed_headers(cls, spell), header_of(cls, ".builder"), header_of(cls, ".query"),
+               package_header(cls.package), "cstddef"}
     if cls.features or cls.operations:
         headers.add("tavo/meta/GeneratedCalls.h")
     lines = [*banner(cls.place.file.name), *includes(headers, first=header_of(cls, ".impl"))]
@@ -79,4 +81,11 @@ def _builder_functions(cls: Class, spell: Speller) -> list[str]:
     for feature in cls.features:
         for member in builder_feature(feature, spell):
             lines += member.signature.definition(f"{cls.name}::Impl::BuilderImpl", list(member.body))
+    return lines
+
+
+def _query_functions(cls: Class, spell: Speller) -> list[str]:
+    lines = constructor(cls)
+    for member in constrainables(cls, spell):
+        lines += member.signature.definition(f"{cls.name}::Constrainables", list(member.body))
     return lines

@@ -3,6 +3,7 @@
 
 #include "sample/Bed.builder.h"
 #include "sample/Bed.h"
+#include "sample/Bed.query.h"
 #include "sample/Named.h"
 #include "sample/Plant.h"
 #include "sample/Stone.h"
@@ -234,5 +235,18 @@ void Bed::Impl::BuilderImpl::doSetAnything(const tavo::ModelElement& value) {
 tavo::ModelElement Bed::Impl::BuilderImpl::getAnything() const {
   return target(Index::anything).as<tavo::ModelElement>();
 }
+
+Bed::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Bed::metaClass(), tavo::ClassMatch::withSubclasses) {}
+tavo::CollectionTerms Bed::Constrainables::plants() const { return tavo::CollectionTerms(at(Impl::Index::plants)); }
+tavo::CollectionTerms Bed::Constrainables::stones() const { return tavo::CollectionTerms(at(Impl::Index::stones)); }
+tavo::CollectionTerms Bed::Constrainables::spades() const { return tavo::CollectionTerms(at(Impl::Index::spades)); }
+tavo::ObjectTerms Bed::Constrainables::gnome() const { return tavo::ObjectTerms(at(Impl::Index::gnome)); }
+tavo::ObjectTerms Bed::Constrainables::mark() const { return tavo::ObjectTerms(at(Impl::Index::mark)); }
+tavo::CollectionTerms Bed::Constrainables::byNumber() const { return tavo::CollectionTerms(at(Impl::Index::byNumber)); }
+tavo::CollectionTerms Bed::Constrainables::favorites() const {
+  return tavo::CollectionTerms(at(Impl::Index::favorites));
+}
+tavo::ObjectTerms Bed::Constrainables::anything() const { return tavo::ObjectTerms(at(Impl::Index::anything)); }
 
 } // namespace sample

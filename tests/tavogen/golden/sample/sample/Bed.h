@@ -24,6 +24,7 @@ class SAMPLE_EXPORT Bed : public Named {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Bed() noexcept = default;
   explicit Bed(tavo::ModelElement::Impl* object) noexcept : Named(object) {}

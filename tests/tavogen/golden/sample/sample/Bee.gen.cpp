@@ -3,6 +3,7 @@
 
 #include "sample/Bed.h"
 #include "sample/Bee.builder.h"
+#include "sample/Bee.query.h"
 #include "sample/Plant.h"
 #include "sample/package.h"
 #include "tavo/collection/Views.h"
@@ -77,5 +78,10 @@ void Bee::Impl::BuilderImpl::doSetHome(const Bed& value) {
   setOrAdd(metaClass().at(Index::home), tavo::Value::of<tavo::ModelElement>(value));
 }
 Bed Bee::Impl::BuilderImpl::getHome() const { return target(Index::home).as<Bed>(); }
+
+Bee::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Bee::metaClass(), tavo::ClassMatch::withSubclasses) {}
+tavo::CollectionTerms Bee::Constrainables::visited() const { return tavo::CollectionTerms(at(Impl::Index::visited)); }
+tavo::ObjectTerms Bee::Constrainables::home() const { return tavo::ObjectTerms(at(Impl::Index::home)); }
 
 } // namespace sample

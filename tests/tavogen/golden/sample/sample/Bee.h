@@ -16,6 +16,7 @@ class SAMPLE_EXPORT Bee : public tavo::ModelElement {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Bee() noexcept = default;
   explicit Bee(tavo::ModelElement::Impl* object) noexcept : tavo::ModelElement(object) {}

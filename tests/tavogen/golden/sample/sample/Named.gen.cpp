@@ -3,6 +3,7 @@
 
 #include "sample/Named.builder.h"
 #include "sample/Named.h"
+#include "sample/Named.query.h"
 #include "sample/package.h"
 #include "tavo/core/String.h"
 #include "tavo/meta/GeneratedCalls.h"
@@ -114,6 +115,15 @@ void Named::Impl::BuilderImpl::doSetNote(const std::optional<tavo::String>& valu
 }
 std::optional<tavo::String> Named::Impl::BuilderImpl::getNote() const {
   return value<std::optional<tavo::String>>(Index::note);
+}
+
+Named::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Named::metaClass(), tavo::ClassMatch::withSubclasses) {}
+tavo::AttributeTerms<tavo::String> Named::Constrainables::p_Name() const {
+  return tavo::AttributeTerms<tavo::String>(at(Impl::Index::Name));
+}
+tavo::AttributeTerms<std::optional<tavo::String>> Named::Constrainables::note() const {
+  return tavo::AttributeTerms<std::optional<tavo::String>>(at(Impl::Index::note));
 }
 
 } // namespace sample

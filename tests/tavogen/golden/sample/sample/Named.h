@@ -14,6 +14,7 @@ namespace sample {
 class SAMPLE_EXPORT Named : public tavo::ModelElement {
 public:
   class Impl;
+  class Constrainables;
 
   Named() noexcept = default;
   explicit Named(tavo::ModelElement::Impl* object) noexcept : tavo::ModelElement(object) {}

@@ -7,6 +7,7 @@
 #include "sample/Named.impl.h"
 #include "sample/Plant.builder.h"
 #include "sample/Plant.h"
+#include "sample/Plant.query.h"
 #include "sample/Season.h"
 #include "sample/Spot.h"
 #include "sample/package.h"
@@ -549,5 +550,60 @@ void Plant::Impl::BuilderImpl::doAddFeeds(const Bee& value) {
   setOrAdd(metaClass().at(Index::feeds), tavo::Value::of<tavo::ModelElement>(value));
 }
 void Plant::Impl::BuilderImpl::doClearFeeds() { clear(metaClass().at(Index::feeds)); }
+
+Plant::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Plant::metaClass(), tavo::ClassMatch::withSubclasses) {}
+tavo::ObjectTerms Plant::Constrainables::bed() const { return tavo::ObjectTerms(at(Impl::Index::bed)); }
+tavo::AttributeTerms<std::uint32_t> Plant::Constrainables::number() const {
+  return tavo::AttributeTerms<std::uint32_t>(at(Impl::Index::number));
+}
+tavo::AttributeTerms<bool> Plant::Constrainables::isPerennial() const {
+  return tavo::AttributeTerms<bool>(at(Impl::Index::isPerennial));
+}
+tavo::AttributeTerms<std::int32_t> Plant::Constrainables::offset() const {
+  return tavo::AttributeTerms<std::int32_t>(at(Impl::Index::offset));
+}
+tavo::AttributeTerms<std::int64_t> Plant::Constrainables::seeds() const {
+  return tavo::AttributeTerms<std::int64_t>(at(Impl::Index::seeds));
+}
+tavo::AttributeTerms<std::uint64_t> Plant::Constrainables::leaves() const {
+  return tavo::AttributeTerms<std::uint64_t>(at(Impl::Index::leaves));
+}
+tavo::AttributeTerms<double> Plant::Constrainables::height() const {
+  return tavo::AttributeTerms<double>(at(Impl::Index::height));
+}
+tavo::AttributeTerms<tavo::Uuid> Plant::Constrainables::origin() const {
+  return tavo::AttributeTerms<tavo::Uuid>(at(Impl::Index::origin));
+}
+tavo::AttributeTerms<tavo::String> Plant::Constrainables::family() const {
+  return tavo::AttributeTerms<tavo::String>(at(Impl::Index::family));
+}
+tavo::AttributeTerms<Season> Plant::Constrainables::season() const {
+  return tavo::AttributeTerms<Season>(at(Impl::Index::season));
+}
+tavo::AttributeTerms<Spot> Plant::Constrainables::spot() const {
+  return tavo::AttributeTerms<Spot>(at(Impl::Index::spot));
+}
+tavo::AttributeTerms<std::optional<double>> Plant::Constrainables::maxHeight() const {
+  return tavo::AttributeTerms<std::optional<double>>(at(Impl::Index::maxHeight));
+}
+tavo::AttributeTerms<std::vector<std::uint64_t>> Plant::Constrainables::yields() const {
+  return tavo::AttributeTerms<std::vector<std::uint64_t>>(at(Impl::Index::yields));
+}
+tavo::AttributeTerms<std::vector<tavo::String>> Plant::Constrainables::aliases() const {
+  return tavo::AttributeTerms<std::vector<tavo::String>>(at(Impl::Index::aliases));
+}
+tavo::AttributeTerms<tavo::String> Plant::Constrainables::code() const {
+  return tavo::AttributeTerms<tavo::String>(at(Impl::Index::code));
+}
+tavo::AttributeTerms<tavo::String> Plant::Constrainables::uRI() const {
+  return tavo::AttributeTerms<tavo::String>(at(Impl::Index::URI));
+}
+tavo::AttributeTerms<tavo::String> Plant::Constrainables::label() const {
+  return tavo::AttributeTerms<tavo::String>(at(Impl::Index::label));
+}
+tavo::ObjectTerms Plant::Constrainables::tallest() const { return tavo::ObjectTerms(at(Impl::Index::tallest)); }
+tavo::ObjectTerms Plant::Constrainables::neighbour() const { return tavo::ObjectTerms(at(Impl::Index::neighbour)); }
+tavo::CollectionTerms Plant::Constrainables::feeds() const { return tavo::CollectionTerms(at(Impl::Index::feeds)); }
 
 } // namespace sample

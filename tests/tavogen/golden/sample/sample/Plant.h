@@ -26,6 +26,7 @@ class SAMPLE_EXPORT Plant : public Named {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Plant() noexcept = default;
   explicit Plant(tavo::ModelElement::Impl* object) noexcept : Named(object) {}

@@ -2,6 +2,7 @@
 #include "sample/Stone.impl.h"
 
 #include "sample/Stone.builder.h"
+#include "sample/Stone.query.h"
 #include "sample/package.h"
 
 #include <cstddef>
@@ -32,5 +33,8 @@ const tavo::MetaClass& Stone::metaClass() {
 }
 
 Stone Stone::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Stone>(uuid); }
+
+Stone::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Stone::metaClass(), tavo::ClassMatch::withSubclasses) {}
 
 } // namespace sample

@@ -12,6 +12,7 @@ class SAMPLE_EXPORT Stone : public tavo::ModelElement {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Stone() noexcept = default;
   explicit Stone(tavo::ModelElement::Impl* object) noexcept : tavo::ModelElement(object) {}

@@ -6,6 +6,7 @@
 #include "sample/package.h"
 #include "sample/tools/Tool.builder.h"
 #include "sample/tools/Tool.h"
+#include "sample/tools/Tool.query.h"
 #include "tavo/collection/Views.h"
 #include "tavo/meta/GeneratedCalls.h"
 
@@ -76,5 +77,9 @@ void Tool::Impl::BuilderImpl::doSetUser(const sample::Plant& value) {
   setOrAdd(metaClass().at(Index::user), tavo::Value::of<tavo::ModelElement>(value));
 }
 sample::Plant Tool::Impl::BuilderImpl::getUser() const { return target(Index::user).as<sample::Plant>(); }
+
+Tool::Constrainables::Constrainables(const tavo::Query& query)
+    : Constrainables(query, Tool::metaClass(), tavo::ClassMatch::withSubclasses) {}
+tavo::ObjectTerms Tool::Constrainables::user() const { return tavo::ObjectTerms(at(Impl::Index::user)); }
 
 } // namespace sample::tools

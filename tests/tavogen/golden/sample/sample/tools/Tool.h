@@ -16,6 +16,7 @@ class SAMPLE_EXPORT Tool : public sample::Named {
 public:
   class Impl;
   class Builder;
+  class Constrainables;
 
   Tool() noexcept = default;
   explicit Tool(tavo::ModelElement::Impl* object) noexcept : sample::Named(object) {}
