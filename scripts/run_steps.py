@@ -40,7 +40,8 @@ def tracked(*patterns):
 
 
 def check_format():
-    run("clang-format-14", "--dry-run", "-Werror", *tracked("*.h", "*.cpp"))
+    # Goldens show what the generator writes, which is for compilers first.
+    run("clang-format-14", "--dry-run", "-Werror", *tracked("*.h", "*.cpp", ":!tests/tavogen/golden"))
 
 
 def check_layers():
