@@ -2,20 +2,17 @@
 
 find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
 
-# In the source tree the generator stands with the other tools, in an installed package beside this file.
-foreach(folder "${CMAKE_CURRENT_LIST_DIR}/tavogen" "${CMAKE_CURRENT_LIST_DIR}/../tools/tavogen")
-  if(EXISTS "${folder}/__main__.py")
-    cmake_path(NORMAL_PATH folder)
-    set(TAVOGEN_FOLDER "${folder}" CACHE INTERNAL "Where the generator is")
-    break()
-  endif()
-endforeach()
+# An installed package says where the generator is; in the source tree it stands with the other tools.
+if(NOT TAVOGEN_FOLDER)
+  cmake_path(SET TAVOGEN_FOLDER NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../tools/tavogen")
+endif()
 
 # tavo_generate(TARGET name SCHEMAS file... [DEPENDS target...] [OUTPUT folder])
 #
 # Generates the classes of all SCHEMAS, among them the package's own file, and adds the sources to the target. DEPENDS
-# names targets whose schemas these ones mention; targets of an installed package work, too. The headers go below OUTPUT
-# (default: gen in the build tree), which becomes an include root of the target; pages of reference go into its docs.
+# names the targets whose schemas these ones stand on, directly or not; those of an installed package work, too. The
+# headers go below OUTPUT (default: gen in the build tree), which becomes an include root of the target; pages of
+# reference go into its docs.
 #
 # It runs while CMake configures, so that editors find the headers at once; a changed schema or generator makes the
 # build configure again. Only files that differ are written, so only their users are built again.
@@ -37,7 +34,7 @@ function(tavo_generate)
     endif()
     list(APPEND depends ${schemas})
   endforeach()
-  set_target_properties(${arg_TARGET} PROPERTIES TAVO_SCHEMAS "${depends};${arg_SCHEMAS}")
+  set_target_properties(${arg_TARGET} PROPERTIES TAVO_SCHEMAS "${arg_SCHEMAS}")
   list(TRANSFORM depends PREPEND "--depends=")
 
   file(GLOB_RECURSE generator CONFIGURE_DEPENDS ${TAVOGEN_FOLDER}/*.py)

@@ -5,6 +5,7 @@ include(CMakePackageConfigHelpers)
 
 set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set(ZELKOR_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/zelkor)
+set(ZELKOR_INSTALL_DATADIR ${CMAKE_INSTALL_DATADIR}/zelkor)
 
 # Installs the library NAME as the target NAME::NAME of the package. All libraries made by zelkor_add_library take part.
 function(zelkor_install_library name)
@@ -23,12 +24,26 @@ function(zelkor_install_package)
   get_property(libraries GLOBAL PROPERTY ZELKOR_INSTALLED_LIBRARIES)
   set(ZELKOR_LIBRARIES ${libraries})
   configure_package_config_file(${PROJECT_SOURCE_DIR}/packaging/zelkorConfig.cmake.in
-    ${PROJECT_BINARY_DIR}/package/zelkorConfig.cmake INSTALL_DESTINATION ${ZELKOR_INSTALL_CMAKEDIR})
+    ${PROJECT_BINARY_DIR}/package/zelkorConfig.cmake INSTALL_DESTINATION ${ZELKOR_INSTALL_CMAKEDIR}
+    PATH_VARS ZELKOR_INSTALL_DATADIR)
   # The version of the schema is in the layout of the objects, so a program fits one minor version.
   write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/zelkorConfigVersion.cmake
     COMPATIBILITY SameMinorVersion)
   install(FILES ${PROJECT_BINARY_DIR}/package/zelkorConfig.cmake ${PROJECT_BINARY_DIR}/package/zelkorConfigVersion.cmake
     DESTINATION ${ZELKOR_INSTALL_CMAKEDIR})
+
+  # The generator and the schemas, for classes that others derive from ours.
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/TavoGenerate.cmake DESTINATION ${ZELKOR_INSTALL_CMAKEDIR})
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/tavogen DESTINATION ${ZELKOR_INSTALL_DATADIR}
+    FILES_MATCHING PATTERN "*.py" PATTERN __pycache__ EXCLUDE)
+  foreach(library ${libraries})
+    get_property(schemas TARGET ${library} PROPERTY TAVO_SCHEMAS)
+    foreach(schema IN LISTS schemas)
+      cmake_path(RELATIVE_PATH schema BASE_DIRECTORY ${PROJECT_SOURCE_DIR}/src OUTPUT_VARIABLE place)
+      cmake_path(GET place PARENT_PATH place)
+      install(FILES ${schema} DESTINATION ${ZELKOR_INSTALL_DATADIR}/schemas/${place})
+    endforeach()
+  endforeach()
 
   set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH PC_PREFIX /prefix/${pkgconfig_dir} /prefix)

@@ -1,0 +1,4 @@
+// A program exports nothing.
+#pragma once
+
+#define SHOP_EXPORT
