@@ -1,0 +1,43 @@
+// The errors of the text form.
+#pragma once
+
+#include "tavo/core/Error.h"
+
+namespace zelkor::text {
+
+using tavo::ErrorId;
+
+struct TextError {
+  /// (name) A type takes the name of a built-in one.
+  static constexpr ErrorId BuiltInName{"zelkor:text:BuiltInName"};
+  /// (file, difference) A profile holds something that the text form cannot say.
+  static constexpr ErrorId CannotDescribe{"zelkor:text:CannotDescribe"};
+  /// (things) Parents, base types or profiles lead back to where they started.
+  static constexpr ErrorId Cycle{"zelkor:text:Cycle"};
+  /// (kind, name, line) A name stands twice.
+  static constexpr ErrorId DuplicateName{"zelkor:text:DuplicateName"};
+  /// (text) An identity is not written as one.
+  static constexpr ErrorId InvalidIdentity{"zelkor:text:InvalidIdentity"};
+  /// (kind, name) A name is not valid.
+  static constexpr ErrorId InvalidName{"zelkor:text:InvalidName"};
+  /// (table, key) A key that must be there is not.
+  static constexpr ErrorId MissingKey{"zelkor:text:MissingKey"};
+  /// (keys) Two keys exclude each other.
+  static constexpr ErrorId OneOf{"zelkor:text:OneOf"};
+  /// (problem) The text is no TOML.
+  static constexpr ErrorId Syntax{"zelkor:text:Syntax"};
+  /// (profile) A profile is referred to that `dependsOn` does not list.
+  static constexpr ErrorId UndeclaredDependency{"zelkor:text:UndeclaredDependency"};
+  /// (key, value, choices) A value is none of those there are.
+  static constexpr ErrorId UnknownChoice{"zelkor:text:UnknownChoice"};
+  /// (table, key, suggestion) A key means nothing.
+  static constexpr ErrorId UnknownKey{"zelkor:text:UnknownKey"};
+  /// (kind, name, suggestion) There is nothing of that name.
+  static constexpr ErrorId UnknownName{"zelkor:text:UnknownName"};
+  /// (path) An identity is given to an object that does not exist.
+  static constexpr ErrorId UnknownPath{"zelkor:text:UnknownPath"};
+  /// (key, expected) The value of a key is of the wrong kind.
+  static constexpr ErrorId WrongKind{"zelkor:text:WrongKind"};
+};
+
+} // namespace zelkor::text

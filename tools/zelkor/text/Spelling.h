@@ -1,0 +1,13 @@
+// Suggestions for misspelled names.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelkor::text {
+
+/// "; did you mean "double"?", or nothing when none of the names is near.
+std::string suggestion(std::string_view wrong, const std::vector<std::string>& names);
+
+} // namespace zelkor::text
