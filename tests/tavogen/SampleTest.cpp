@@ -1,5 +1,6 @@
 // The sample package: what is set through facades, builders and operations is seen by reflection, and the other way
 // round.
+#include "annex/Vine.builder.h"
 #include "sample/Bed.builder.h"
 #include "sample/Bee.impl.h"
 #include "sample/Plant.builder.h"
@@ -157,6 +158,21 @@ TEST_F(SampleTest, QueriesAskForOwnAndInheritedFeatures) {
   EXPECT_EQ(query.select<Plant>(plant.p_Name().startsWith(u"R") && plant.bed().is(bed)), std::vector{rose});
   EXPECT_EQ(query.select<Plant>(plant.number().less(5)).size(), 1u);
   EXPECT_EQ(query.select<Named>(Named::Constrainables(query)).size(), 3u);
+}
+
+TEST_F(SampleTest, ClassesOfOtherLibrariesDeriveFromIt) {
+  annex::Vine::Builder builder;
+  builder.doSetP_Name(u"Ivy");
+  builder.doSetNumber(9);
+  builder.doSetLength(4);
+  implOf(bed).createIntoPlants(builder);
+
+  const Plant plant = bed.plants().find(u"Ivy");
+  const auto vine = plant.cast<annex::Vine>();
+  EXPECT_EQ(vine.length(), 4);
+  EXPECT_EQ(plant.describe(3), u"climbs");
+  EXPECT_EQ(annex::Vine::metaClass().property("trellis").index(), Plant::Impl::propertyCount);
+  EXPECT_THROW(rose.cast<annex::Vine>(), tavo::Error);
 }
 
 TEST(SpotTest, IsOrderedByItsFieldsInTurn) {

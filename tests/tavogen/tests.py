@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 import sys
 import tempfile
 import unittest
@@ -13,6 +14,7 @@ sys.path.insert(0, str(ROOT / "tools"))
 
 from tavogen import identifiers, names  # noqa: E402
 from tavogen.generate import generate, read  # noqa: E402
+from tavogen.output import write  # noqa: E402
 from tavogen.problems import SchemaError  # noqa: E402
 from tavogen.schema import Model  # noqa: E402
 
@@ -83,6 +85,25 @@ class Sample(Golden):
                 (golden / name).unlink()
         else:
             self.assertEqual(set(), kept - set(files), "goldens that nothing generates")
+
+
+class Dependencies(unittest.TestCase):
+    def test_nothing_is_generated_for_schemas_that_are_only_named(self) -> None:
+        model = read([HERE / "annex/package.toml"], sorted((HERE / "sample").rglob("*.toml")))
+        files = generate(model)
+        self.assertIn("annex/Vine.h", files)
+        self.assertFalse([name for name in files if name.startswith("sample")])
+
+
+class Output(unittest.TestCase):
+    def test_only_what_differs_is_written(self) -> None:
+        with tempfile.TemporaryDirectory() as folder:
+            write(Path(folder), {"a/same.h": "1", "a/other.h": "1"})
+            same, other = Path(folder) / "a/same.h", Path(folder) / "a/other.h"
+            os.utime(same, (1, 1))
+            write(Path(folder), {"a/same.h": "1", "a/other.h": "2"})
+            self.assertEqual(1, same.stat().st_mtime)
+            self.assertEqual("2", other.read_text(encoding="utf-8"))
 
 
 if __name__ == "__main__":

@@ -1,0 +1,7 @@
+#include "annex/Vine.impl.h"
+
+namespace annex {
+
+tavo::String Vine::Impl::describe(std::uint32_t) const { return u"climbs"; }
+
+} // namespace annex
