@@ -31,6 +31,8 @@ def read_identifiers(path):
     """The identifiers of a header with the number of arguments that their comments name."""
     identifiers, faults, comment, names = {}, [], "", []
     for line in path.read_text(encoding="utf-8").splitlines():
+        if line.startswith("struct "):
+            names.append([])
         match = DECLARATION.match(line)
         if match and match["doc"] is not None:
             comment += match["doc"]
@@ -43,9 +45,9 @@ def read_identifiers(path):
                 identifiers[match["id"]] = len([a for a in arguments[1].split(",") if a.strip()])
             if not match["id"].endswith(":" + match["name"]):
                 faults.append(f'"{match["id"]}" is named {match["name"]}')
-            names.append(match["name"])
+            names[-1].append(match["name"])
         comment = ""
-    if names != sorted(names, key=str.lower):
+    if any(component != sorted(component, key=str.lower) for component in names):
         faults.append("the identifiers are not in alphabetical order")
     return identifiers, faults
 

@@ -13,6 +13,8 @@ namespace kavra {
 struct UnitConversion {
   double factor = 1;
   double offset = 0;
+
+  friend bool operator==(const UnitConversion&, const UnitConversion&) = default;
 };
 
 class KAVRA_EXPORT UnitService {

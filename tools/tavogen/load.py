@@ -23,7 +23,7 @@ _ENUMERATION = {"values": dict, "id": str, "doc": str}
 _STRUCT = {"fields": dict, "id": str, "doc": str}
 _PRIMITIVE = {"type": str, "id": str, "doc": str}
 _FOREIGN = {"cpp": str, "header": str, "datatype": str, "saved": bool, "doc": str}
-_CLASS = {"namespace": str, "base": str, "abstract": bool, "id": str, "root": bool, "derived_identity": bool,
+_CLASS = {"namespace": str, "base": str, "abstract": bool, "id": str, "root": bool, "later": bool, "derived_identity": bool,
           "since": str, "doc": str, "features": dict, "operations": dict}
 _FEATURE = {**{kind.value: str for kind in Kind}, "id": str, "doc": str, "default": object, "saved": bool,
             "readonly": bool, "hidden": bool, "getter": str, "setter": str, "hook": bool, "virtual": bool,
@@ -197,6 +197,7 @@ class _Document:
         cls = Class(package, content["namespace"], name, place, base_name=content.get("base", ""),
                     id=self._uuid(content, "id", place), doc=clean_text(content.get("doc", "")),
                     abstract=content.get("abstract", False), root=content.get("root", False),
+                    later=content.get("later", False),
                     derived_identity=content.get("derived_identity", False), since=content.get("since", ""),
                     folder=self._header_folder(package, place))
         for key, feature in content.get("features", {}).items():

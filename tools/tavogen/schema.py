@@ -210,6 +210,7 @@ class Class:
     doc: str = ""
     abstract: bool = False
     root: bool = False
+    later: bool = False  # its operations are declared, and not written yet
     derived_identity: bool = False
     since: str = ""
     folder: PurePosixPath = PurePosixPath()  # of the generated headers, below the include root

@@ -66,6 +66,8 @@ struct FrameworkError {
   static constexpr ErrorId NoSuchType{"tavo:messages:NoSuchType"};
   /// (path) What is to be read or replaced is a folder, a device or a pipe.
   static constexpr ErrorId NotARegularFile{"tavo:io:NotARegularFile"};
+  /// (operation) The operation is declared, and not written yet.
+  static constexpr ErrorId NotAvailable{"tavo:messages:NotAvailable"};
   /// (version found, family, version supported) A file was written by an older version of a schema than this build
   /// reads.
   static constexpr ErrorId OldFamilyVersion{"tavo_evo:messages:OldFamilyVersion"};

@@ -120,6 +120,7 @@ ListenerToken Model::addShallowListener(std::function<void()> listener) const {
 }
 
 void Model::afterCommit(std::function<void()> action) const { data().afterCommit(std::move(action)); }
+void Model::atEnd(std::function<void()> action) const { data().endActions.push_back(std::move(action)); }
 
 const String& Model::name() const { return data().name; }
 void Model::setName(const String& name) const { data().name = name; }

@@ -121,6 +121,8 @@ public:
   /// Runs `action` once what has been changed so far is committed for good, right after the outermost transaction (at
   /// once without one); never, when it is rolled back. An exception from it is reported like a listener's.
   void afterCommit(std::function<void()> action) const;
+  /// `action` runs when the model has ended, for what others keep beside it. It must not raise.
+  void atEnd(std::function<void()> action) const;
 
   /// What the model is called in messages; empty by default.
   const String& name() const;

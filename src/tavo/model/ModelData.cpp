@@ -180,6 +180,8 @@ void ModelData::close() noexcept {
   for (const auto& entry : listeners_)
     entry->active = false;
   dropContents();
+  for (const auto& action : std::exchange(endActions, {}))
+    action();
 }
 
 void ModelData::dropContents() noexcept {

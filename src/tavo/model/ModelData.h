@@ -117,6 +117,7 @@ public:
   bool frozen = false;
   /// While true, changes are not recorded: for reading into a model that had nothing to lose.
   bool unlogged = false;
+  std::vector<std::function<void()>> endActions;
 
 private:
   friend void checkInvariants(const Model& model);

@@ -170,6 +170,8 @@ public:
   bool isProxy() const { return isProxy_; }
 
   Impl* container() const { return container_; }
+  /// Whether a reference without an opposite end leads here.
+  bool isReferredTo() const { return incoming_ != nullptr; }
   /// The feature of the container that holds this object; null for a top-level object.
   const MetaProperty* containingProperty() const;
 

@@ -47,7 +47,7 @@ class Signature:
         """`result` where the result must be spelled otherwise outside the class."""
         head = f"{result or self.result} {scope}::{self.name}("
         tail = ")" + (" const" if self.is_const else "") + " {"
-        parameters = [f"{parameter.type} {parameter.name}" for parameter in self.parameters]
+        parameters = [f"{parameter.type} {parameter.name}".rstrip() for parameter in self.parameters]
         first = fill(head, parameters, tail)
         if any(len(line) > WIDTH for line in first):
             first = [result or self.result, *fill(f"{scope}::{self.name}(", parameters, tail)]

@@ -2,12 +2,14 @@
 
 from __future__ import annotations
 
+from dataclasses import replace
+
 from ..schema import Class
 from .builder import builder_feature
-from .members import create_signature, facade_members, impl_feature
+from .members import create_signature, facade_members, hook_signature, impl_feature, operation_signature
 from .query import constrainables, constructor
 from .tables import class_declaration, feature_table, operation_table
-from .text import banner, includes, render
+from .text import banner, includes, render, string_literal
 from .types import Speller, cpp_namespace, datatype_headers, header_of, package_header
 
 
@@ -23,12 +25,14 @@ def render_source(cls: Class) -> str:
             f"const tavo::MetaClass& {cls.name}::metaClass() {{",
             "  static const tavo::MetaClass& known = tavo::MetaRegistry::instance().require(declaration());",
             "  return known;", "}", "",
-            *_facade_functions(cls, spell), "", *_impl_functions(cls, spell), "", *_builder_functions(cls, spell), "",
-            *_query_functions(cls, spell)]
+            *_facade_functions(cls, spell), "", *_impl_functions(cls, spell), "", *_functions_to_come(cls, spell), "",
+            *_builder_functions(cls, spell), "", *_query_functions(cls, spell)]
     headers = {*spell.headers, *_needed_headers(cls, spell), header_of(cls, ".builder"), header_of(cls, ".query"),
                package_header(cls.package), "cstddef"}
     if cls.features or cls.operations:
         headers.add("tavo/meta/GeneratedCalls.h")
+    if cls.later:
+        headers.add("tavo/core/Errors.h")
     lines = [*banner(cls.place.file.name), *includes(headers, first=header_of(cls, ".impl"))]
     if any(feature.is_stored for feature in cls.features):
         lines += ["// Storages derive from each other, which offsetof supports conditionally; both compilers do.",
@@ -73,6 +77,25 @@ def _impl_functions(cls: Class, spell: Speller) -> list[str]:
         for member in impl_feature(feature, spell):
             if member.body:
                 lines += member.signature.definition(f"{cls.name}::Impl", list(member.body))
+    return lines
+
+
+def _functions_to_come(cls: Class, spell: Speller) -> list[str]:
+    """The operations of a class whose logic is to be written later: each says so when it is called."""
+    lines = []
+    if cls.later:
+        for feature in cls.features:
+            if feature.hook:
+                lines += hook_signature(feature, spell).definition(f"{cls.name}::Impl", [])
+        for operation in cls.operations:
+            if operation.is_abstract:
+                continue
+            name = string_literal(f"{cls.qualified_name}.{operation.name}")
+            body = ["Base::aboutToDestroy();" if operation.name == "aboutToDestroy"
+                    else f"tavo::raise(tavo::FrameworkError::NotAvailable, {name});"]
+            signature = operation_signature(operation, spell, on_facade=False)
+            unnamed = replace(signature, parameters=tuple(replace(each, name="") for each in signature.parameters))
+            lines += unnamed.definition(cls.name if operation.is_static else f"{cls.name}::Impl", body)
     return lines
 
 

@@ -1,0 +1,111 @@
+// The identifiers of the library's errors. Once released, an identifier is never given another meaning.
+#pragma once
+
+#include "tavo/core/Error.h"
+
+namespace zelkor {
+
+using tavo::ErrorId;
+using tavo::raise;
+using tavo::raiseBecause;
+
+// Each list is in alphabetical order. The parentheses name the arguments, in the order of the placeholders in
+// messages.toml; the build checks both lists against each other.
+
+struct ProfileError {
+  /// (name) A property's name is not a valid name of the host.
+  static constexpr ErrorId InvalidPropertyName{"Velmora:Profile:InvalidPropertyName"};
+  /// (name) A property set's name is not a valid name of the host.
+  static constexpr ErrorId InvalidPropertySetName{"Velmora:Profile:InvalidPropertySetName"};
+  /// (name) A property is to get a name that another one of its set has.
+  static constexpr ErrorId NonUniquePropertyName{"Velmora:Profile:NonUniquePropertyName"};
+  /// (property, set) A set already has a property of that name.
+  static constexpr ErrorId NonUniquePropertyNamesInPropertySet{"Velmora:Profile:NonUniquePropertyNamesInPropertySet"};
+  /// (name) A stereotype or property set is to get a name that another one of its profile has.
+  static constexpr ErrorId NonUniquePrototypeName{"Velmora:Profile:NonUniquePrototypeName"};
+};
+
+struct PropertyError {
+  /// (type) A value type would narrow itself, directly or through others.
+  static constexpr ErrorId BaseTypeCycle{"Velmora:Property:BaseTypeCycle"};
+  /// (text) A text cannot be evaluated.
+  static constexpr ErrorId CannotEvalExpression{"Velmora:Property:CannotEvalExpression"};
+  /// (type name) There is no value type of that name.
+  static constexpr ErrorId CantFindType{"Velmora:Property:CantFindType"};
+  /// () A value of this type cannot have units.
+  static constexpr ErrorId CantHaveUnit{"Velmora:Property:CantHaveUnit"};
+  /// (default expression) The default of a property does not fit the type that it is to get.
+  static constexpr ErrorId DefaultValueIncompatibleWithType{"Velmora:Property:DefaultValueIncompatibleWithType"};
+  /// (target, URI) The element that a proxy stands for cannot be had.
+  static constexpr ErrorId FailedProxyResolve{"Velmora:Property:FailedProxyResolve"};
+  /// () A bound of a floating-point type is not a double.
+  static constexpr ErrorId FloatMaxMinMustBeDouble{"Velmora:Property:FloatMaxMinMustBeDouble"};
+  /// () A value is to be taken from one whose type is of another kind.
+  static constexpr ErrorId InitFromValueMismatch{"Velmora:Property:InitFromValueMismatch"};
+  /// () A bound of an integer type is not an int64.
+  static constexpr ErrorId IntegerMaxMinMustBeInt64{"Velmora:Property:IntegerMaxMinMustBeInt64"};
+  /// () A value is not logical.
+  static constexpr ErrorId InvalidBooleanPropValue{"Velmora:Property:InvalidBooleanPropValue"};
+  /// (property, default expression) The default of a property is not a value of its type.
+  static constexpr ErrorId InvalidDefaultValue{"Velmora:Property:InvalidDefaultValue"};
+  /// (dimensions of the value, dimensions of the type) A value has the wrong shape.
+  static constexpr ErrorId InvalidDimensions{"Velmora:Property:InvalidDimensions"};
+  /// () The default of a property has not the dimensions that the property is to get.
+  static constexpr ErrorId InvalidDimensionsForDefaultValue{"Velmora:Property:InvalidDimensionsForDefaultValue"};
+  /// () The enumeration class of a type does not exist.
+  static constexpr ErrorId InvalidEnum{"Velmora:Property:InvalidEnum"};
+  /// () A value is a member of another enumeration.
+  static constexpr ErrorId InvalidEnumLiteral{"Velmora:Property:InvalidEnumLiteral"};
+  /// () A value is neither a member of the enumeration nor the name of one.
+  static constexpr ErrorId InvalidEnumPropValue{"Velmora:Property:InvalidEnumPropValue"};
+  /// () A type is to name an enumeration class that does not exist.
+  static constexpr ErrorId InvalidEnumString{"Velmora:Property:InvalidEnumString"};
+  /// (class) The host cannot read the class of an enumeration.
+  static constexpr ErrorId InvalidIllDefinedEnum{"Velmora:Property:InvalidIllDefinedEnum"};
+  /// () A value is not a whole number.
+  static constexpr ErrorId InvalidIntegerPropValue{"Velmora:Property:InvalidIntegerPropValue"};
+  /// (minimum, maximum) A whole number is out of its bounds.
+  static constexpr ErrorId InvalidIntegerPropValueMinMax{"Velmora:Property:InvalidIntegerPropValueMinMax"};
+  /// (new maximum, maximum of the base type) A type would allow more than its base type.
+  static constexpr ErrorId InvalidMax{"Velmora:Property:InvalidMax"};
+  /// (default expression, maximum) The default of a property is above its new maximum.
+  static constexpr ErrorId InvalidMaxForDefaultValue{"Velmora:Property:InvalidMaxForDefaultValue"};
+  /// (new minimum, minimum of the base type) A type would allow less than its base type.
+  static constexpr ErrorId InvalidMin{"Velmora:Property:InvalidMin"};
+  /// (default expression, minimum) The default of a property is below its new minimum.
+  static constexpr ErrorId InvalidMinForDefaultValue{"Velmora:Property:InvalidMinForDefaultValue"};
+  /// (default expression, minimum, maximum) The default of a property is out of its new bounds.
+  static constexpr ErrorId InvalidMinMaxForDefaultValue{"Velmora:Property:InvalidMinMaxForDefaultValue"};
+  /// () A value is not a number.
+  static constexpr ErrorId InvalidRealPropValue{"Velmora:Property:InvalidRealPropValue"};
+  /// (minimum, maximum) A number is out of its bounds.
+  static constexpr ErrorId InvalidRealPropValueMinMax{"Velmora:Property:InvalidRealPropValueMinMax"};
+  /// () A value is not a text.
+  static constexpr ErrorId InvalidStringPropValue{"Velmora:Property:InvalidStringPropValue"};
+  /// () A value is not a list of texts.
+  static constexpr ErrorId InvalidTagFormat{"Velmora:Property:InvalidTagFormat"};
+  /// (text) An entry of a list of tags is not a valid name.
+  static constexpr ErrorId InvalidTagName{"Velmora:Property:InvalidTagName"};
+  /// (new maximum, minimum) A maximum would be below the minimum.
+  static constexpr ErrorId MaxLessThanMin{"Velmora:Property:MaxLessThanMin"};
+  /// () A numeric type has not both bounds, neither of its own nor from its base types.
+  static constexpr ErrorId MaxMinMustBeDefined{"Velmora:Property:MaxMinMustBeDefined"};
+  /// () Bounds are given to a property whose type is not numeric.
+  static constexpr ErrorId MaxMinMustOnlyOnFloatOrInteger{"Velmora:Property:MaxMinMustOnlyOnFloatOrInteger"};
+  /// (new minimum, maximum) A minimum would be above the maximum.
+  static constexpr ErrorId MinGreaterThanMax{"Velmora:Property:MinGreaterThanMax"};
+  /// (type) The model in which a value type lives has no identifier by which other models could refer to it.
+  static constexpr ErrorId ModelCannotBeReferred{"Velmora:Property:ModelCannotBeReferred"};
+  /// () Units are given to a value whose type has none.
+  static constexpr ErrorId TypeDoesntHaveUnit{"Velmora:Property:TypeDoesntHaveUnit"};
+  /// (new units, units of the base type) The units of a type differ from those of its base type.
+  static constexpr ErrorId UnitMustBeSameAsBaseType{"Velmora:Property:UnitMustBeSameAsBaseType"};
+  /// (new units, units of the type) Units cannot be converted to those of the type.
+  static constexpr ErrorId UnitsNotConvertible{"Velmora:Property:UnitsNotConvertible"};
+  /// (definition or type) What a value depends on cannot be had.
+  static constexpr ErrorId UnresolvedPropertyDefinition{"Velmora:Property:UnresolvedPropertyDefinition"};
+  /// (text) A text is given to a value that has no type.
+  static constexpr ErrorId ValueHasNoType{"Velmora:Property:ValueHasNoType"};
+};
+
+} // namespace zelkor

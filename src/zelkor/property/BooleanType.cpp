@@ -1,0 +1,31 @@
+#include "zelkor/property/BooleanType.impl.h"
+
+#include "zelkor/framework/Errors.h"
+#include "zelkor/framework/HostCalls.h"
+#include "zelkor/property/DefaultTexts.h"
+
+namespace zelkor::property {
+
+BooleanType BooleanType::makeBooleanType(const tavo::Model& model) { return BooleanType::create(model); }
+
+void BooleanType::Impl::validateValue(const kavra::HostArray& array) const {
+  if (array.arrayClass() != kavra::ArrayClass::Logical)
+    raise(PropertyError::InvalidBooleanPropValue);
+  if (!dimensionsMatch(array))
+    raise(PropertyError::InvalidDimensions, renderValueDimensionsAsString(array),
+          renderDimensionsAsString(getDimensions()));
+}
+
+tavo::String BooleanType::Impl::makeDefaultExpression() const {
+  if (isSingle(getDimensions()))
+    return u"false";
+  return tavo::String::fromUtf8("false([" + extentsText(getDimensions()) + "])");
+}
+
+kavra::HostArray BooleanType::Impl::makeDefaultValue(const kavra::HostArray&) const {
+  if (isSingle(getDimensions()))
+    return kavra::HostArray::scalar(false);
+  return callHost([&] { return kavra::HostArray::filled(asExtents(getDimensions()), false); });
+}
+
+} // namespace zelkor::property

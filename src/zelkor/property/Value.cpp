@@ -1,0 +1,196 @@
+#include "zelkor/property/Value.impl.h"
+
+#include "kavra/Host.h"
+#include "tavo/model/Transaction.h"
+#include "zelkor/framework/Errors.h"
+#include "zelkor/property/Enumeration.h"
+#include "zelkor/property/RealType.h"
+#include "zelkor/property/UnitQueryClientWrapper.h"
+#include "zelkor/property/ValueType.h"
+#include "zelkor/services/Proxies.h"
+
+namespace zelkor::property {
+namespace {
+
+namespace proxy = services::proxy;
+
+/// The type of a value that something is asked of; raises UnresolvedPropertyDefinition when it cannot be had. Empty for
+/// a value without one.
+ValueType requireType(const proxy::ProxySource& source) {
+  if (!source)
+    return {};
+  try {
+    return source.getTargetElement().as<ValueType>();
+  } catch (const tavo::Error& error) {
+    if (error.id() != PropertyError::FailedProxyResolve)
+      throw;
+    raiseBecause(error, PropertyError::UnresolvedPropertyDefinition, source.getTargetName());
+  }
+}
+
+/// Whether the array is what the type would make of its text again. Enumerations may have changed meanwhile, so their
+/// texts are always read anew.
+bool isStillValid(const kavra::HostArray& array, const ValueType& type) {
+  if (!array || type.as<Enumeration>())
+    return false;
+  if (const auto real = type.as<RealType>(); real && !real.typeMatches(array))
+    return false;
+  try {
+    type.validateValue(array);
+    return true;
+  } catch (const tavo::Error&) {
+    // The text decides, with its own error.
+    return false;
+  }
+}
+
+} // namespace
+
+Value Value::make(const tavo::Model& model, const ValueType& type) {
+  tavo::Transaction transaction(model);
+  auto value = Value::create(model);
+  value.initFromType(type);
+  transaction.commit();
+  return value;
+}
+
+bool Value::Impl::hasValue() const { return !getStoredExpression().empty(); }
+
+ValueType Value::Impl::getType() const { return proxy::findTarget<ValueType>(getValueTypeProxy()); }
+
+tavo::String Value::Impl::getExpression() const {
+  if (hasValue())
+    return getStoredExpression();
+  const auto type = getType();
+  return type ? type.makeDefaultExpression() : tavo::String();
+}
+
+kavra::HostArray Value::Impl::getValueIfExists() {
+  if (getCachedValue() || !hasValue())
+    return getCachedValue();
+  const auto type = getType();
+  // The array is only a shadow of the text: to look at it is no change, so nothing is logged and nobody hears of it.
+  if (type)
+    storage().cachedValue = type.validateExpression(getStoredExpression());
+  return getCachedValue();
+}
+
+kavra::HostArray Value::Impl::castValue(const RealType& type) const {
+  return getCachedValue() ? type.castArray(getCachedValue(), {}) : kavra::HostArray();
+}
+
+bool Value::Impl::typeMatches(const RealType& type) const {
+  return !getCachedValue() || type.typeMatches(getCachedValue());
+}
+
+bool Value::Impl::dimensionsMatch(const RealType& type) const {
+  return !getCachedValue() || type.dimensionsMatch(getCachedValue());
+}
+
+void Value::Impl::setExpression(const tavo::String& text) {
+  // Evaluation comes before any write, so a text that the type refuses changes nothing.
+  kavra::HostArray array = getCachedValue();
+  if (text.empty()) {
+    array = {};
+  } else {
+    const auto type = requireType(getValueTypeProxy());
+    if (!type)
+      raise(PropertyError::ValueHasNoType, text);
+    if (kavra::isHostAvailable())
+      array = type.validateExpression(text);
+  }
+  // Setting the text that is there already says nothing new; that its array was not known yet is no change.
+  if (text == getStoredExpression() && !getCachedValue() && !isProxy()) {
+    storage().cachedValue = std::move(array);
+    return;
+  }
+
+  tavo::Transaction transaction(model());
+  setCachedValue(array);
+  setStoredExpression(text);
+  transaction.commit();
+}
+
+void Value::Impl::setUnit(const tavo::String& units) { setUnits(units); }
+
+void Value::Impl::setType(const ValueType& type) {
+  if (const auto present = getValueTypeProxy(); present && present.pointsTo(type))
+    return;
+  tavo::Transaction transaction(model());
+  if (hasValue() && !getCachedValue()) {
+    // An array that is evaluated later belongs to the new type. Writing one and taking it back makes the log remember
+    // that there was none, so that undo does not leave that array with the former type.
+    setCachedValue(kavra::HostArray::scalar(0.0));
+    setCachedValue({});
+  }
+  proxy::referTo(handle(), at(Index::valueTypeProxy), type);
+  transaction.commit();
+}
+
+void Value::Impl::initFromType(const ValueType& type) {
+  tavo::Transaction transaction(model());
+  setType(type);
+  setCachedValue({});
+  if (const auto real = type.as<RealType>(); real && !type.as<Enumeration>())
+    setUnits(real.units());
+  transaction.commit();
+}
+
+void Value::Impl::initializeFrom(const Value& other) {
+  const auto type = getType();
+  const auto otherType = other.getType();
+  if (!type || !otherType || !type.isA(otherType.objectClass()))
+    raise(PropertyError::InitFromValueMismatch);
+
+  tavo::Transaction transaction(model());
+  setExpression(other.storedExpression());
+  setUnits(other.units());
+  transaction.commit();
+}
+
+void Value::Impl::aboutToSetUnits(const tavo::String& units) {
+  if (units.empty() || model().frameworkUpdateDepth() > 0)
+    return;
+  const auto type = requireType(getValueTypeProxy());
+  const auto real = type.as<RealType>();
+  if (!real || type.as<Enumeration>())
+    raise(PropertyError::CantHaveUnit);
+  if (real.units().empty())
+    raise(PropertyError::TypeDoesntHaveUnit);
+  if (const auto checker = real.unitChecker())
+    checker.checkCompatible(units, real.units());
+}
+
+Value Value::Impl::clone(const tavo::Model& target) const {
+  tavo::Transaction transaction(target); // a copy that fails leaves nothing behind
+  auto copy = Value::create(target);
+  auto& object = static_cast<Impl&>(copy.object());
+  proxy::referAs(copy, at(Index::valueTypeProxy), getValueTypeProxy());
+
+  const auto type = getType();
+  if (!type || isStillValid(getCachedValue(), type)) {
+    // Without its type a text cannot be checked, and is no reason to lose it; with an array that is still good, it
+    // need not be evaluated again.
+    object.setCachedValue(getCachedValue());
+    object.setStoredExpression(getStoredExpression());
+  } else {
+    try {
+      copy.setExpression(getStoredExpression());
+    } catch (const tavo::Error& error) {
+      // A literal that has left its enumeration must not fail the copy of a whole model.
+      if (error.id() != PropertyError::InvalidEnumPropValue)
+        throw;
+      copy.setExpression(type.makeDefaultExpression());
+    }
+  }
+  if (type) {
+    copy.setUnits(getUnits());
+  } else {
+    const tavo::FrameworkUpdate unchecked(target);
+    copy.setUnits(getUnits());
+  }
+  transaction.commit();
+  return copy;
+}
+
+} // namespace zelkor::property

@@ -1,0 +1,89 @@
+#include "zelkor/services/ModelResolver.impl.h"
+
+#include "tavo/model/Transaction.h"
+#include "zelkor/services/CurrentModelResolver.impl.h"
+#include "zelkor/services/LostModelResolver.impl.h"
+#include "zelkor/services/ModelIdentifier.h"
+#include "zelkor/services/Proxies.h"
+
+namespace zelkor::services::proxy {
+namespace {
+
+/// The first resolver at the top of the model that has the class and the URI.
+ModelResolver find(const tavo::Model& model, const tavo::MetaClass& resolverClass, std::u16string_view uri) {
+  for (const auto& element : model.topLevel())
+    if (element.isA(resolverClass) && ModelResolver(element.get()).uRI() == uri)
+      return ModelResolver(element.get());
+  return {};
+}
+
+template <class Facade>
+Facade findOrCreate(const tavo::Model& model, const tavo::String& uri) {
+  if (auto found = find(model, Facade::metaClass(), uri))
+    return Facade(found.get());
+  tavo::Transaction transaction(model);
+  auto made = Facade::create(model);
+  made.setURI(uri);
+  transaction.commit();
+  return made;
+}
+
+} // namespace
+
+ModelResolver ModelResolver::findModelResolver(const ModelIdentifier& identifier, const tavo::String& name,
+                                               const tavo::MetaClass& resolverClass) {
+  return find(identifier.model(), resolverClass, name);
+}
+
+void ModelResolver::Impl::setReferencedModel(const tavo::Model& referenced) {
+  setBoundModel(referenced);
+  if (referenced)
+    adoptLostTargets(This());
+  for (const auto& target : getProxies().toVector()) {
+    target.unbind();
+    target.findElement();
+  }
+}
+
+tavo::Model ModelResolver::Impl::getReferencedModel() const {
+  // A model that held itself would never end, so this one class does not hold what it refers to.
+  return isA(CurrentModelResolver::metaClass()) ? model() : getBoundModel();
+}
+
+void ModelResolver::Impl::aboutToDestroy() {
+  Base::aboutToDestroy();
+  if (isA(LostModelResolver::metaClass()) || isA(CurrentModelResolver::metaClass()))
+    return;
+  // What refers through this resolver keeps the name of the model and the identities, so that it is found again when
+  // the model comes back.
+  for (const auto& target : getProxies().toVector()) {
+    if (!target.object().isReferredTo())
+      continue;
+    const auto lost = LostModelResolver::createResolver(model(), getURI());
+    if (lost.findProxyTarget(target.targetId()))
+      continue;
+    getProxiesMutable().remove(target);
+    lost.object().add(objectClass().at(Resolver::Impl::Index::proxies), target.get());
+    target.unbind();
+  }
+}
+
+CurrentModelResolver CurrentModelResolver::createResolver(const tavo::Model& model) {
+  if (auto found = model.findTopLevel<CurrentModelResolver>())
+    return found;
+  return CurrentModelResolver::create(model);
+}
+
+void CurrentModelResolver::Impl::load() {
+  // Its targets are in the model that it is in.
+}
+
+LostModelResolver LostModelResolver::createResolver(const tavo::Model& model, const tavo::String& name) {
+  return findOrCreate<LostModelResolver>(model, name);
+}
+
+void LostModelResolver::Impl::load() {
+  // Nobody knows where its model is; see adoptLostTargets.
+}
+
+} // namespace zelkor::services::proxy

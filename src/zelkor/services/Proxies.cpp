@@ -1,0 +1,133 @@
+#include "zelkor/services/Proxies.h"
+
+#include "tavo/meta/Builder.h"
+#include "tavo/model/Transaction.h"
+#include "tavo/xml/ModelXml.h"
+#include "zelkor/framework/Errors.h"
+#include "zelkor/framework/NamedElement.h"
+#include "zelkor/services/CurrentModelResolver.h"
+#include "zelkor/services/LostModelResolver.h"
+#include "zelkor/services/ModelIdentifier.h"
+#include "zelkor/services/ModelResolver.h"
+#include "zelkor/services/ProxySource.impl.h"
+#include "zelkor/services/ProxyTarget.builder.h"
+#include "zelkor/services/ProxyTarget.impl.h"
+#include "zelkor/services/Resolver.impl.h"
+
+namespace zelkor::services::proxy {
+namespace {
+
+/// The resolver by which elements of `model` reach the model of `target`.
+ModelResolver resolverFor(const tavo::Model& model, const ProxiableElement& target) {
+  const tavo::Model home = target.model();
+  if (home == model)
+    return CurrentModelResolver::createResolver(model);
+  if (const auto identifier = ModelIdentifier::getModelIdentifier(home))
+    if (auto resolver = identifier.createResolver(model))
+      return resolver;
+  raise(PropertyError::ModelCannotBeReferred, nameForMessages(target));
+}
+
+ProxySource sourceIn(const tavo::ModelElement& owner, const tavo::MetaProperty& feature) {
+  return ProxySource(owner.object().one(feature));
+}
+
+/// Replaces what `feature` holds; a target that nothing refers to any more goes too.
+void put(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& target) {
+  if (const auto former = sourceIn(owner, feature)) {
+    const auto formerTarget = former.target();
+    former.destroy();
+    if (formerTarget && formerTarget != target && !formerTarget.object().isReferredTo())
+      formerTarget.destroy();
+  }
+  const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
+  auto* source = owner.object().createInto(feature, plain, tavo::derivedUuid(owner.Uuid(), feature));
+  static_cast<ProxySource::Impl&>(*source).setTarget(target);
+}
+
+} // namespace
+
+void referTo(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxiableElement& target) {
+  const auto present = sourceIn(owner, feature);
+  if (present && present.pointsTo(target))
+    return;
+
+  tavo::Transaction transaction(owner.model());
+  put(owner, feature, resolverFor(owner.model(), target).createProxyTarget(target));
+  transaction.commit();
+}
+
+void referAs(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxySource& source) {
+  const auto target = source ? source.target() : ProxyTarget();
+  if (!target)
+    return;
+  tavo::Transaction transaction(owner.model());
+  if (owner.model() == source.model()) {
+    // The common case, and the reason for targets of their own: nothing has to be looked for.
+    put(owner, feature, target);
+  } else if (const auto element = target.findElement()) {
+    referTo(owner, feature, element);
+  } else {
+    const auto lost = LostModelResolver::createResolver(owner.model(), target.resolver().uRI());
+    const auto& known = static_cast<ProxyTarget::Impl&>(target.object());
+    put(owner, feature, createTarget(lost, known.getTargetId(), known.getTargetClassId(), known.getTargetName()));
+  }
+  transaction.commit();
+}
+
+ProxiableElement findTarget(const ProxySource& source) {
+  if (!source)
+    return {};
+  try {
+    return source.getTargetElement();
+  } catch (const tavo::Error& error) {
+    // Whoever follows a reference to something missing sees nothing there; what is stored stays.
+    if (error.id() != PropertyError::FailedProxyResolve)
+      throw;
+    return {};
+  }
+}
+
+ProxyTarget createTarget(const Resolver& resolver, const tavo::Uuid& targetId, const tavo::Uuid& targetClassId,
+                         const tavo::String& targetName) {
+  if (auto known = resolver.findProxyTarget(targetId))
+    return known;
+  ProxyTarget::Impl::BuilderImpl builder(ProxyTarget::metaClass());
+  builder.doSetTargetId(targetId);
+  builder.doSetTargetClassId(targetClassId);
+  builder.doSetTargetName(targetName);
+  const auto& proxies = resolver.objectClass().at(Resolver::Impl::Index::proxies);
+  return ProxyTarget(resolver.object().createInto(proxies, builder));
+}
+
+tavo::String nameForMessages(const ProxiableElement& element) {
+  if (const auto* qualified = element.objectClass().findProperty("fullyQualifiedName"))
+    return element.getPropertyValue(*qualified).as<tavo::String>();
+  const auto named = element.as<internal::NamedElement>();
+  const tavo::String name = named ? named.getName() : tavo::errorArgument(element.objectClass().name());
+  const auto identifier = ModelIdentifier::getModelIdentifier(element.model());
+  return identifier && !identifier.uRI().empty() ? tavo::concat(identifier.uRI(), u".", name) : name;
+}
+
+void adoptLostTargets(const Resolver& resolver) {
+  if (resolver.isA(LostModelResolver::metaClass()) || resolver.uRI().empty())
+    return;
+  for (const auto& element : resolver.model().topLevel()) {
+    const auto lost = element.as<LostModelResolver>();
+    if (!lost || lost.uRI() != resolver.uRI())
+      continue;
+    tavo::Transaction transaction(resolver.model());
+    const auto& proxies = resolver.objectClass().at(Resolver::Impl::Index::proxies);
+    for (const auto& target : lost.proxies().toVector())
+      if (!resolver.findProxyTarget(target.targetId())) {
+        lost.object().remove(proxies, target.get());
+        resolver.object().add(proxies, target.get());
+        target.unbind();
+      }
+    if (lost.proxies().empty())
+      lost.destroy();
+    transaction.commit();
+  }
+}
+
+} // namespace zelkor::services::proxy

@@ -1,0 +1,47 @@
+#include "zelkor/services/ProxySource.impl.h"
+
+#include "tavo/model/Transaction.h"
+#include "zelkor/services/ProxiableElement.h"
+#include "zelkor/services/ProxyTarget.h"
+#include "zelkor/services/Resolver.h"
+
+namespace zelkor::services::proxy {
+
+ProxySource ProxySource::createProxySource(const ProxiableElement& target, const tavo::ModelElement& owner,
+                                           const Resolver& resolver, bool bindNow) {
+  tavo::Transaction transaction(owner.model());
+  const auto proxyTarget = resolver.createProxyTarget(target);
+  auto source = ProxySource::create(owner.model());
+  static_cast<Impl&>(source.object()).setTarget(proxyTarget);
+  if (bindNow)
+    proxyTarget.bindTo(target);
+  transaction.commit();
+  return source;
+}
+
+ProxiableElement ProxySource::Impl::getTargetElement() const {
+  const auto target = getTarget();
+  return target ? target.resolve() : ProxiableElement();
+}
+
+ProxiableElement ProxySource::Impl::findTargetElement() const {
+  const auto target = getTarget();
+  return target ? target.findElement() : ProxiableElement();
+}
+
+bool ProxySource::Impl::pointsTo(const ProxiableElement& element) const {
+  const auto target = getTarget();
+  return target && element && target.targetId() == element.Uuid();
+}
+
+Resolver ProxySource::Impl::getResolver() const {
+  const auto target = getTarget();
+  return target ? target.resolver() : Resolver();
+}
+
+tavo::String ProxySource::Impl::getTargetName() const {
+  const auto target = getTarget();
+  return target ? target.targetName() : tavo::String();
+}
+
+} // namespace zelkor::services::proxy
