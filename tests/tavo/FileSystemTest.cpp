@@ -1,5 +1,7 @@
 #include "tavo/io/FileSystem.h"
 
+#include "tests/support/FaultyFileSystem.h"
+
 #include "tavo/core/Error.h"
 #include "tavo/core/Errors.h"
 #include "tavo/core/Uuid.h"
@@ -21,61 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-/// The operating system's file system, but the n-th call fails, or all calls from the n-th on; it keeps a list of its
-/// calls.
-class FaultyFileSystem final : public FileSystem {
-public:
-  static constexpr std::size_t never = static_cast<std::size_t>(-1);
-
-  std::optional<FileInfo> find(const Path& path) override { return call("find"), real_.find(path); }
-  Path followLinks(const Path& path) override { return call("followLinks"), real_.followLinks(path); }
-  Handle open(const Path& path) override { return call("open"), real_.open(path); }
-  Handle create(const Path& path, std::uint32_t mode) override { return call("create"), real_.create(path, mode); }
-  Handle openFolder(const Path& path) override { return call("openFolder"), real_.openFolder(path); }
-  void lock(Handle folder) noexcept override {
-    real_.lock(folder);
-    locked_ = true;
-  }
-  FileInfo info(Handle file) override { return call("info"), real_.info(file); }
-  std::size_t read(Handle file, char* to, std::size_t size) override {
-    return call("read"), real_.read(file, to, size);
-  }
-  std::size_t write(Handle file, std::string_view bytes) override {
-    // In bits, as a file system may.
-    return call("write"), real_.write(file, bytes.substr(0, 5));
-  }
-  void copyAccess(Handle file, const FileInfo& from) override { call("copyAccess"), real_.copyAccess(file, from); }
-  void sync(Handle file) override { call("sync"), real_.sync(file); }
-  void close(Handle file) override {
-    real_.close(file); // it is gone, even when that fails
-    call("close");
-  }
-  void rename(const Path& from, const Path& to) override {
-    call(locked_ ? "rename" : "rename without lock"), real_.rename(from, to);
-  }
-  void remove(const Path& path) override {
-    // Cleaning up comes after a failure and does not fail as well.
-    calls.emplace_back("remove");
-    real_.remove(path);
-  }
-
-  std::size_t failing = never;
-  bool fromThereOn = false;
-  int error = EIO;
-  std::vector<std::string> calls;
-
-private:
-  void call(const char* name) {
-    const std::size_t number = calls.size();
-    calls.emplace_back(name);
-    if (number == failing || (fromThereOn && number > failing))
-      throw std::system_error(error, std::generic_category());
-  }
-
-  FileSystem& real_ = operatingSystem();
-  bool locked_ = false;
-};
+using testsupport::FaultyFileSystem;
 
 class FileSystemTest : public testing::Test {
 protected:
