@@ -13,16 +13,58 @@ using tavo::raiseBecause;
 // messages.toml; the build checks both lists against each other.
 
 struct ProfileError {
+  /// () A file of the retired kind of profiles is to be loaded.
+  static constexpr ErrorId APFXExtensionDeprecated{"Velmora:Profile:APFXExtensionDeprecated"};
+  /// (profile, release, path) A profile cannot be written in the schema of an earlier release.
+  static constexpr ErrorId CannotExportToPrevious{"Velmora:Profile:CannotExportToPrevious"};
+  /// (file, version found) A profile was saved by a newer release.
+  static constexpr ErrorId CannotLoadFutureVersion{"Velmora:Profile:CannotLoadFutureVersion"};
+  /// (profile, other profile) Two profiles would depend, or do depend, on each other.
+  static constexpr ErrorId CircularProfileDependency{"Velmora:Profile:CircularProfileDependency"};
+  /// (stereotype, parent) A stereotype would be, or is, its own ancestor.
+  static constexpr ErrorId CircularPrototypeInheritance{"Velmora:Profile:CircularPrototypeInheritance"};
+  /// (profile) A profile is loaded although something in it is wrong.
+  static constexpr ErrorId ErrorLoadingProfile{"Velmora:Profile:ErrorLoadingProfile"};
+  /// (base) What a stereotype is to be based on is neither a kind of element nor a loaded stereotype.
+  static constexpr ErrorId InvalidBaseStereotype{"Velmora:Profile:InvalidBaseStereotype"};
+  /// () A stereotype that does not apply to components is to be the default of components.
+  static constexpr ErrorId InvalidComponentDefault{"Velmora:Profile:InvalidComponentDefault"};
+  /// (stereotype) A stereotype that does not apply to connectors is to be their default.
+  static constexpr ErrorId InvalidConnectorDefault{"Velmora:Profile:InvalidConnectorDefault"};
+  /// (stereotype) A stereotype that does not apply to ports is to be their default.
+  static constexpr ErrorId InvalidPortDefault{"Velmora:Profile:InvalidPortDefault"};
+  /// (name) A profile's name is not a valid name of the host.
+  static constexpr ErrorId InvalidProfileName{"Velmora:Profile:InvalidProfileName"};
   /// (name) A property's name is not a valid name of the host.
   static constexpr ErrorId InvalidPropertyName{"Velmora:Profile:InvalidPropertyName"};
   /// (name) A property set's name is not a valid name of the host.
   static constexpr ErrorId InvalidPropertySetName{"Velmora:Profile:InvalidPropertySetName"};
+  /// (name) A stereotype's name is not a valid name of the host.
+  static constexpr ErrorId InvalidPrototypeName{"Velmora:Profile:InvalidPrototypeName"};
+  /// (profile) A profile that another one refers to cannot be loaded.
+  static constexpr ErrorId MissingDependentProfile{"Velmora:Profile:MissingDependentProfile"};
   /// (name) A property is to get a name that another one of its set has.
   static constexpr ErrorId NonUniquePropertyName{"Velmora:Profile:NonUniquePropertyName"};
+  /// (property, stereotype that has it) Two stereotypes of one line of inheritance have properties of one name.
+  static constexpr ErrorId NonUniquePropertyNamesInHierarchy{"Velmora:Profile:NonUniquePropertyNamesInHierarchy"};
   /// (property, set) A set already has a property of that name.
   static constexpr ErrorId NonUniquePropertyNamesInPropertySet{"Velmora:Profile:NonUniquePropertyNamesInPropertySet"};
   /// (name) A stereotype or property set is to get a name that another one of its profile has.
   static constexpr ErrorId NonUniquePrototypeName{"Velmora:Profile:NonUniquePrototypeName"};
+  /// (file) A file does not hold exactly one profile.
+  static constexpr ErrorId NotAProfile{"Velmora:Profile:NotAProfile"};
+  /// (release) Nothing is known about how to write the schema of a release.
+  static constexpr ErrorId NoWayToRelease{"Velmora:Profile:NoWayToRelease"};
+  /// (name) A profile of that name is already loaded.
+  static constexpr ErrorId ProfileAlreadyExists{"Velmora:Profile:ProfileAlreadyExists"};
+  /// (stored name, name of the file, file) A profile is saved under another name than its own.
+  static constexpr ErrorId ProfileNameDiffersFromFile{"Velmora:Profile:ProfileNameDiffersFromFile"};
+  /// (file) There is no file for a profile.
+  static constexpr ErrorId ProfileNotFound{"Velmora:Profile:ProfileNotFound"};
+  /// () The catalog of profiles is used before it is ready.
+  static constexpr ErrorId ProfileNotInitialized{"Velmora:Profile:ProfileNotInitialized"};
+  /// (profile, dependency) A profile that another one refers to cannot be had.
+  static constexpr ErrorId ProfileProxyResolveFailed{"Velmora:Profile:ProfileProxyResolveFailed"};
 };
 
 struct PropertyError {

@@ -4,6 +4,7 @@
 #include "zelkor/services/CurrentModelResolver.impl.h"
 #include "zelkor/services/LostModelResolver.impl.h"
 #include "zelkor/services/ModelIdentifier.h"
+#include "zelkor/services/ModelResolvers.h"
 #include "zelkor/services/Proxies.h"
 
 namespace zelkor::services::proxy {
@@ -15,17 +16,6 @@ ModelResolver find(const tavo::Model& model, const tavo::MetaClass& resolverClas
     if (element.isA(resolverClass) && ModelResolver(element.get()).uRI() == uri)
       return ModelResolver(element.get());
   return {};
-}
-
-template <class Facade>
-Facade findOrCreate(const tavo::Model& model, const tavo::String& uri) {
-  if (auto found = find(model, Facade::metaClass(), uri))
-    return Facade(found.get());
-  tavo::Transaction transaction(model);
-  auto made = Facade::create(model);
-  made.setURI(uri);
-  transaction.commit();
-  return made;
 }
 
 } // namespace
@@ -79,7 +69,7 @@ void CurrentModelResolver::Impl::load() {
 }
 
 LostModelResolver LostModelResolver::createResolver(const tavo::Model& model, const tavo::String& name) {
-  return findOrCreate<LostModelResolver>(model, name);
+  return findOrCreateResolver<LostModelResolver>(model, name);
 }
 
 void LostModelResolver::Impl::load() {

@@ -32,14 +32,19 @@ ProxySource sourceIn(const tavo::ModelElement& owner, const tavo::MetaProperty& 
   return ProxySource(owner.object().one(feature));
 }
 
-/// Replaces what `feature` holds; a target that nothing refers to any more goes too.
+/// Takes out what `feature` holds, and with it a target that nothing refers to any more, unless it is going to be used.
+void clear(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& wanted = {}) {
+  const auto former = sourceIn(owner, feature);
+  if (!former)
+    return;
+  const auto target = former.target();
+  former.destroy();
+  if (target && target != wanted && !target.object().isReferredTo())
+    target.destroy();
+}
+
 void put(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& target) {
-  if (const auto former = sourceIn(owner, feature)) {
-    const auto formerTarget = former.target();
-    former.destroy();
-    if (formerTarget && formerTarget != target && !formerTarget.object().isReferredTo())
-      formerTarget.destroy();
-  }
+  clear(owner, feature, target);
   const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
   auto* source = owner.object().createInto(feature, plain, tavo::derivedUuid(owner.Uuid(), feature));
   static_cast<ProxySource::Impl&>(*source).setTarget(target);
@@ -54,6 +59,12 @@ void referTo(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
 
   tavo::Transaction transaction(owner.model());
   put(owner, feature, resolverFor(owner.model(), target).createProxyTarget(target));
+  transaction.commit();
+}
+
+void referToNothing(const tavo::ModelElement& owner, const tavo::MetaProperty& feature) {
+  tavo::Transaction transaction(owner.model());
+  clear(owner, feature);
   transaction.commit();
 }
 

@@ -18,6 +18,9 @@ ZELKOR_EXPORT void referTo(const tavo::ModelElement& owner, const tavo::MetaProp
 ZELKOR_EXPORT void referAs(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
                            const ProxySource& source);
 
+/// Makes `feature` of `owner` refer to nothing.
+ZELKOR_EXPORT void referToNothing(const tavo::ModelElement& owner, const tavo::MetaProperty& feature);
+
 /// What `source` refers to; empty without a source or when the target cannot be had.
 ZELKOR_EXPORT ProxiableElement findTarget(const ProxySource& source);
 

@@ -1,0 +1,26 @@
+#include "zelkor/profile/DefaultStereotypePair.impl.h"
+
+#include "tavo/model/Transaction.h"
+#include "zelkor/profile/Prototype.h"
+#include "zelkor/services/Proxies.h"
+
+namespace zelkor::profile {
+
+Prototype DefaultStereotypePair::Impl::getPrototype() const {
+  if (const auto own = getDefaultStereotype())
+    return own;
+  return services::proxy::findTarget<Prototype>(getDefaultStereotypeProxy());
+}
+
+void DefaultStereotypePair::Impl::setPrototype(const Prototype& prototype) {
+  tavo::Transaction transaction(model());
+  const bool isElsewhere = prototype && prototype.model() != model();
+  setDefaultStereotype(isElsewhere ? Prototype() : prototype);
+  if (isElsewhere)
+    services::proxy::referTo(This(), at(Index::defaultStereotypeProxy), prototype);
+  else
+    services::proxy::referToNothing(This(), at(Index::defaultStereotypeProxy));
+  transaction.commit();
+}
+
+} // namespace zelkor::profile

@@ -1,0 +1,298 @@
+#include "zelkor/profile/ProfileCatalog.h"
+
+#include "tavo/model/Transaction.h"
+#include "zelkor/framework/Diagnostics.h"
+#include "zelkor/framework/Errors.h"
+#include "zelkor/framework/HostNames.h"
+#include "zelkor/profile/Profile.impl.h"
+#include "zelkor/profile/ProfileListener.h"
+#include "zelkor/profile/ProfileNames.h"
+#include "zelkor/property/BuiltInTypes.h"
+#include "zelkor/services/ModelEventBroadcastSystem.h"
+#include "zelkor/services/ModelIdentifier.h"
+#include "zelkor/services/ModelResolvers.h"
+#include "zelkor/services/ProxySource.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace zelkor::profile {
+
+using services::ModelEventBroadcastSystem;
+using services::ModelEventType;
+using services::proxy::ModelIdentifier;
+
+namespace {
+
+/// Stands for "no parent" where the host asks for the parent's name.
+constexpr std::u16string_view noParent = u"MIXIN";
+
+} // namespace
+
+ProfileCatalog& ProfileCatalog::instance() {
+  static auto* const catalog = new ProfileCatalog; // profiles may be used until the very end of the process
+  return *catalog;
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Coming and going
+
+tavo::Model ProfileCatalog::createNewProfile(const tavo::String& name) {
+  aboutToSetProfileName({}, name);
+
+  const auto model = tavo::Model::create();
+  const auto profile = Profile::createProfile(model, name);
+  ModelIdentifier::createModelIdentifier(model, u"profile", name);
+  // Taking back the making of the profile would leave a model that is nothing.
+  model.clearHistory();
+  addProfile(profile);
+  return model;
+}
+
+void ProfileCatalog::addProfile(const Profile& profile) {
+  const auto model = profile.model();
+  const auto name = profile.getName();
+  if (const auto present = loaded_.find(name); present != loaded_.end()) {
+    if (present->second.model == model)
+      return;
+    raise(ProfileError::ProfileAlreadyExists, name);
+  }
+  ModelIdentifier::createModelIdentifier(model, u"profile", name);
+  enter(name, model);
+}
+
+void ProfileCatalog::enter(const tavo::String& name, const tavo::Model& model) {
+  // The listener knows the model by its address: with a handle it would keep the model alive.
+  auto follower = model.addShallowListener([this, address = model.get()] { followName(address); });
+  loaded_.insert_or_assign(name, Entry{model, std::move(follower), {}});
+}
+
+bool ProfileCatalog::unloadProfile(const tavo::String& name) {
+  const auto profile = getProfile(name);
+  if (!isProfileLoaded(name))
+    return false;
+
+  const auto model = loaded_.find(name)->second.model;
+  if (profile)
+    ModelEventBroadcastSystem::instance().triggerEvent(ModelEventType::profileUnloaded, name, profile);
+  // Who heard of it may have renamed or unloaded it meanwhile.
+  const auto entry = std::ranges::find(loaded_, model, [](const auto& each) { return each.second.model; });
+  if (entry == loaded_.end())
+    return true;
+  const auto nameAtLast = entry->first;
+  loaded_.erase(entry);
+  letGoOf(nameAtLast);
+  model.destroy();
+  return true;
+}
+
+void ProfileCatalog::unloadAllProfiles() {
+  for (const auto& name : getLoadedProfileNames())
+    unloadProfile(name);
+}
+
+void ProfileCatalog::removeReferencesToProfile(const ProfileResolver& resolver) {
+  resolver.setReferencedModel({});
+  letGoOf(resolver.uRI());
+}
+
+void ProfileCatalog::letGoOf(const tavo::String& name) const {
+  for (const auto& [other, referring] : loaded_)
+    if (const auto same = ProfileResolver::findModelResolver(referring.model, name))
+      same.setReferencedModel({});
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Names
+
+void ProfileCatalog::aboutToSetProfileName(const tavo::String& oldName, const tavo::String& newName) const {
+  if (oldName == newName)
+    return;
+  // A name is taken by whoever is filed under it, and by whoever is going to be once it is committed.
+  for (const auto& [name, entry] : loaded_) {
+    const auto profile = Profile::getProfile(entry.model);
+    if (!profile || profile.p_Name() == oldName) // the one that is to be renamed may have been renamed before
+      continue;
+    if (name == newName || profile.p_Name() == newName)
+      raise(ProfileError::ProfileAlreadyExists, newName);
+  }
+}
+
+void ProfileCatalog::followName(tavo::ModelData* model) {
+  const auto entry = std::ranges::find(loaded_, model, [](const auto& each) { return each.second.model.get(); });
+  if (entry == loaded_.end())
+    return;
+  const auto profile = Profile::getProfile(entry->second.model);
+  if (!profile || profile.p_Name() == entry->first || profile.p_Name() == entry->second.refused)
+    return;
+
+  const tavo::String name = profile.p_Name();
+  const tavo::String oldName = entry->first;
+  if (loaded_.contains(name) || !isValidName(name)) {
+    // Undo can bring back a name that somebody else has taken meanwhile. The profile stays filed under the other one.
+    entry->second.refused = name;
+    return warn(ProfileError::ProfileAlreadyExists, name);
+  }
+  auto moved = loaded_.extract(entry);
+  moved.key() = name;
+  moved.mapped().refused = {};
+  loaded_.insert(std::move(moved));
+
+  followInDefaults(oldName, name);
+  for (const auto& [other, referring] : loaded_) {
+    const auto resolver = ProfileResolver::findModelResolver(referring.model, oldName);
+    if (!resolver)
+      continue;
+    // A step of its own there could be undone, and the reference would lead nowhere.
+    const tavo::UnloggedUpdate following(referring.model);
+    resolver.setURI(name);
+    if (const auto profileThere = Profile::getProfile(referring.model))
+      profileThere.setDirty(true);
+  }
+}
+
+void ProfileCatalog::followInDefaults(const tavo::String& oldName, const tavo::String& newName) {
+  for (auto& [className, stereotype] : std::unordered_map(defaultOfClass_))
+    if (const auto [profile, name] = splitQualifiedName(stereotype); profile == oldName)
+      setDefaultPrototype(className, tavo::concat(newName, u".", name));
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Queries
+
+bool ProfileCatalog::isProfileLoaded(const tavo::String& name) const {
+  const auto entry = loaded_.find(name);
+  return entry != loaded_.end() && entry->second.model; // somebody may have ended the model
+}
+
+Profile ProfileCatalog::getProfile(const tavo::String& name) const {
+  return isProfileLoaded(name) ? Profile::getProfile(loaded_.find(name)->second.model) : Profile();
+}
+
+std::vector<tavo::String> ProfileCatalog::getLoadedProfileNames() const {
+  std::vector<tavo::String> names;
+  for (const auto& [name, entry] : loaded_)
+    if (entry.model)
+      names.push_back(name);
+  return names;
+}
+
+std::vector<Profile> ProfileCatalog::getProfilesInCatalog() const {
+  std::vector<Profile> profiles;
+  for (const auto& [name, entry] : loaded_)
+    if (auto profile = Profile::getProfile(entry.model))
+      profiles.push_back(std::move(profile));
+  return profiles;
+}
+
+Prototype ProfileCatalog::getPrototype(const tavo::String& fullyQualifiedName) const {
+  const auto [profileName, name] = splitQualifiedName(fullyQualifiedName);
+  const auto profile = getProfile(profileName);
+  return profile ? profile.prototypes().find(name) : Prototype();
+}
+
+std::vector<Prototype> ProfileCatalog::getDerivedPrototypes(const tavo::String& fullyQualifiedName) const {
+  std::vector<Prototype> derived;
+  const auto ancestor = getPrototype(fullyQualifiedName);
+  if (!ancestor)
+    return derived;
+  for (const auto& profile : getProfilesInCatalog())
+    for (const auto& prototype : profile.prototypes().toVector())
+      if (prototype.isDerivedFrom(ancestor))
+        derived.push_back(prototype);
+  return derived;
+}
+
+tavo::String ProfileCatalog::getDefaultParentPrototypeFQN(const tavo::String& fullyQualifiedName) const {
+  if (!initialised_)
+    raise(ProfileError::ProfileNotInitialized);
+  const auto prototype = fullyQualifiedName == noParent ? Prototype() : getPrototype(fullyQualifiedName);
+  if (!prototype || !prototype.hasParent())
+    return noParent;
+  const auto parent = prototype.getParent();
+  return parent ? parent.getFullyQualifiedName() : prototype.parentProxy().getTargetName();
+}
+
+bool ProfileCatalog::getIsThisOrAnyDependentProfileUnhealthyOnLoad(const Profile& profile) const {
+  std::vector<Profile> visited;
+  return isUnhealthy(profile, visited);
+}
+
+bool ProfileCatalog::isUnhealthy(const Profile& profile, std::vector<Profile>& visited) const {
+  if (std::ranges::find(visited, profile) != visited.end())
+    return false;
+  visited.push_back(profile);
+  return profile.getIsUnhealthyOnLoad() ||
+         std::ranges::any_of(profile.getDependentProfiles(), [&](const tavo::String& name) {
+           const auto dependency = getProfile(name);
+           return !dependency || isUnhealthy(dependency, visited);
+         });
+}
+
+bool ProfileCatalog::allProfilesReadyForImport(const std::vector<Profile>& profiles) const {
+  return std::ranges::none_of(profiles, [&](const Profile& profile) {
+    return profile.hasMissingArtifact() || getIsThisOrAnyDependentProfileUnhealthyOnLoad(profile);
+  });
+}
+
+tavo::String ProfileCatalog::getDefaultPrototypeClass(const tavo::String& fullyQualifiedName) const {
+  const auto found = classOfDefault_.find(fullyQualifiedName);
+  return found == classOfDefault_.end() ? tavo::String() : found->second;
+}
+
+bool ProfileCatalog::isDefaultPrototype(const tavo::String& fullyQualifiedName) const {
+  return classOfDefault_.contains(fullyQualifiedName);
+}
+
+void ProfileCatalog::setDefaultPrototype(const tavo::String& className, const tavo::String& fullyQualifiedName) {
+  if (const auto former = defaultOfClass_.find(className); former != defaultOfClass_.end()) {
+    classOfDefault_.erase(former->second);
+    defaultOfClass_.erase(former);
+  }
+  if (fullyQualifiedName.empty())
+    return;
+  // A stereotype is the default of one class, a class has one default.
+  if (const auto former = classOfDefault_.find(fullyQualifiedName); former != classOfDefault_.end())
+    defaultOfClass_.erase(former->second);
+  defaultOfClass_[className] = fullyQualifiedName;
+  classOfDefault_[fullyQualifiedName] = className;
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Built-in types
+
+void ProfileCatalog::createBuiltInTypes(const Profile& profile) const {
+  tavo::Transaction transaction(profile.model());
+  auto types = static_cast<Profile::Impl&>(profile.object()).getValueTypesMutable();
+  for (const auto& type : property::createBuiltInTypes(profile.model()))
+    types.add(type);
+  transaction.commit();
+}
+
+void ProfileCatalog::migrateBuiltInTypes(const Profile& profile) const {
+  std::vector<tavo::String> present;
+  for (const auto& type : profile.valueTypes())
+    if (!type.typeProxy())
+      present.push_back(type.getName());
+
+  tavo::Transaction transaction(profile.model());
+  auto types = static_cast<Profile::Impl&>(profile.object()).getValueTypesMutable();
+  for (const auto& type : property::createBuiltInTypes(profile.model()))
+    if (std::ranges::find(present, type.getName()) == present.end())
+      types.add(type);
+    else
+      type.destroy();
+  transaction.commit();
+}
+
+void ProfileCatalog::dumpLoaded() const {
+  std::cout << "Profiles loaded:\n";
+  for (const auto& profile : getProfilesInCatalog()) {
+    std::cout << "Profile: " << profile.getName() << '\n';
+    for (const auto& prototype : profile.prototypes())
+      std::cout << "    Prototype: " << prototype.getName() << '\n';
+  }
+  std::cout.flush();
+}
+
+} // namespace zelkor::profile

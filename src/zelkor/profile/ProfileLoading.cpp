@@ -1,0 +1,264 @@
+// Reading profiles into the catalog, and saving them.
+#include "tavo/core/Errors.h"
+#include "tavo/xml/ModelXml.h"
+#include "zelkor/framework/Diagnostics.h"
+#include "zelkor/framework/Errors.h"
+#include "zelkor/framework/HostNames.h"
+#include "zelkor/profile/Profile.impl.h"
+#include "zelkor/profile/ProfileCatalog.h"
+#include "zelkor/profile/ProfileListener.h"
+#include "zelkor/property/UnitQueryClientWrapper.h"
+#include "zelkor/services/ModelEventBroadcastSystem.h"
+#include "zelkor/services/ModelIdentifier.impl.h"
+#include "zelkor/services/ModelResolvers.h"
+#include "zelkor/services/ProxyTarget.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace zelkor::profile {
+
+using services::ModelEventBroadcastSystem;
+using services::ModelEventType;
+using services::proxy::ModelIdentifier;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path extension = ".xml";
+
+tavo::String textOf(const fs::path& path) { return tavo::String::fromUtf8(path.native()); }
+
+/// About what is at a path; nothing also when the system does not say.
+std::optional<tavo::FileInfo> lookAt(const fs::path& path) {
+  try {
+    return tavo::FileSystem::current().find(path);
+  } catch (const std::system_error&) {
+    return {};
+  }
+}
+
+/// The one profile that a file has to hold.
+Profile soleProfile(const tavo::Model& model, const fs::path& path) {
+  Profile found;
+  for (const auto& element : model.topLevel()) {
+    const auto profile = element.as<Profile>();
+    if (profile && found)
+      raise(ProfileError::NotAProfile, path.native());
+    if (profile)
+      found = profile;
+  }
+  if (!found)
+    raise(ProfileError::NotAProfile, path.native());
+  return found;
+}
+
+/// Makes a freshly read profile known by the name of its file, which is what others look for.
+void nameAfterFile(const Profile& profile, const fs::path& path) {
+  const tavo::String name = textOf(path.stem());
+  const tavo::String stored = profile.getName();
+  const auto model = profile.model();
+  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(model))
+    if (resolver.uRI() == stored)
+      resolver.setURI(name);
+  const auto identifier = ModelIdentifier::createModelIdentifier(model, u"profile", name);
+  static_cast<ModelIdentifier::Impl&>(identifier.object()).setModelType(u"profile");
+  if (stored == name)
+    return;
+  static_cast<Profile::Impl&>(profile.object()).setP_Name(name);
+  warn(ProfileError::ProfileNameDiffersFromFile, stored, name, path.native());
+}
+
+} // namespace
+
+/// One call to load something, with all calls that it makes necessary inside. What has been read in one that fails goes
+/// again; what the outermost one has read is finished and announced when everything is there.
+class ProfileCatalog::LoadAttempt {
+public:
+  explicit LoadAttempt(ProfileCatalog& catalog)
+      : catalog_(catalog), outer_(std::exchange(catalog.attempt_, this)), arrivedBefore_(catalog.arrived_.size()),
+        completeBefore_(catalog.complete_.size()) {}
+  LoadAttempt(const LoadAttempt&) = delete;
+  LoadAttempt& operator=(const LoadAttempt&) = delete;
+  ~LoadAttempt() {
+    catalog_.attempt_ = outer_;
+    if (!succeeded_)
+      takeBack();
+  }
+
+  void arrived(const tavo::String& name, const tavo::Model& model) {
+    catalog_.arrived_.push_back(model);
+    catalog_.enter(name, model);
+  }
+  void succeed(const tavo::Model& model) {
+    catalog_.complete_.push_back(model);
+    if (!outer_)
+      finish();
+    succeeded_ = true;
+  }
+
+private:
+  /// Checks may follow references to still other profiles, which then come after these.
+  void finish() {
+    for (std::size_t i = 0; i < catalog_.complete_.size(); ++i)
+      catalog_.finishLoading(tavo::Model(catalog_.complete_[i]));
+    const auto complete = std::exchange(catalog_.complete_, {});
+    catalog_.arrived_.clear();
+    catalog_.attempt_ = nullptr; // handlers may load
+    succeeded_ = true;
+    for (const auto& model : complete)
+      if (const auto profile = Profile::getProfile(model))
+        ModelEventBroadcastSystem::instance().triggerEvent(ModelEventType::profileLoaded, profile.getName(), profile);
+  }
+
+  void takeBack() noexcept {
+    while (catalog_.arrived_.size() > arrivedBefore_) {
+      const auto model = catalog_.arrived_.back();
+      std::erase_if(catalog_.loaded_, [&](const auto& each) { return each.second.model == model; });
+      catalog_.arrived_.pop_back();
+      model.destroy();
+    }
+    catalog_.complete_.resize(std::min(completeBefore_, catalog_.complete_.size()));
+  }
+
+  ProfileCatalog& catalog_;
+  LoadAttempt* const outer_;
+  const std::size_t arrivedBefore_, completeBefore_;
+  bool succeeded_ = false;
+};
+
+//----------------------------------------------------------------------------------------------------------------------
+// Loading
+
+fs::path ProfileCatalog::getFullPath(const tavo::String& nameOrPath) const {
+  fs::path path = tavo::toPath(nameOrPath);
+  if (!path.is_absolute()) {
+    const auto found =
+        kavra::isHostAvailable() ? kavra::host().searchPath().find(path.stem() += extension) : std::nullopt;
+    path = found ? *found : fs::current_path() / path;
+  }
+  if (!path.has_extension())
+    path += extension;
+  return path;
+}
+
+tavo::Model ProfileCatalog::loadProfile(const tavo::String& nameOrPath) {
+  const fs::path asked = tavo::toPath(nameOrPath);
+  const tavo::String name = textOf(asked.stem());
+  if (!isValidName(name))
+    raise(ProfileError::InvalidProfileName, name);
+  if (asked.extension() == ".apfx")
+    raise(ProfileError::APFXExtensionDeprecated);
+  if (isProfileLoaded(name))
+    return loaded_.find(name)->second.model;
+
+  LoadAttempt attempt(*this);
+  const auto model = readFile(getFullPath(nameOrPath));
+  attempt.arrived(name, model);
+  resolveDependentProfiles(Profile::getProfile(model));
+  attempt.succeed(model);
+  return model;
+}
+
+tavo::Model ProfileCatalog::loadProfileNamed(const tavo::String& name) {
+  if (!isValidName(name))
+    raise(ProfileError::InvalidProfileName, name);
+  return loadProfile(name);
+}
+
+tavo::Model ProfileCatalog::readFile(const fs::path& path) const {
+  const auto model = tavo::Model::create();
+  tavo::Fingerprint seen;
+  try {
+    seen = tavo::loadModel(path, model);
+  } catch (const tavo::Error& error) {
+    if (error.id() == tavo::FrameworkError::FileNotFound)
+      raiseBecause(error, ProfileError::ProfileNotFound, path.native());
+    if (error.id() == tavo::FrameworkError::InvalidFamilyVersion)
+      raiseBecause(error, ProfileError::CannotLoadFutureVersion, path.native(), error.arguments().front());
+    throw;
+  }
+
+  const auto profile = soleProfile(model, path);
+  nameAfterFile(profile, path);
+  leadResolversToRenamed(profile);
+  model.clearHistory();
+  profile.setFilePath(textOf(path));
+  profile.setDirty(false);
+  ProfileDirtyListener::install(profile)->setFile(path, seen);
+  return model;
+}
+
+void ProfileCatalog::leadResolversToRenamed(const Profile& profile) const {
+  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(profile.model())) {
+    const tavo::String uri = resolver.uRI();
+    if (!isValidName(uri) || isProfileLoaded(uri) || lookAt(getFullPath(uri)))
+      continue;
+    // There is no profile of that name any more; one that holds the targets has got another since.
+    for (const auto& [name, entry] : loaded_) {
+      const auto holds = [&candidate = entry.model](const auto& target) {
+        return static_cast<bool>(candidate.find(target.targetId()));
+      };
+      const auto targets = resolver.proxies().toVector();
+      if (!targets.empty() && std::ranges::all_of(targets, holds) &&
+          !ProfileResolver::findModelResolver(profile.model(), name)) {
+        resolver.setURI(name);
+        break;
+      }
+    }
+  }
+}
+
+void ProfileCatalog::resolveDependentProfiles(const Profile& profile) {
+  for (const auto& name : profile.getDependentProfiles()) {
+    if (isProfileLoaded(name))
+      continue;
+    try {
+      loadProfileNamed(name);
+    } catch (const tavo::Error& error) {
+      raiseBecause(error, ProfileError::MissingDependentProfile, name);
+    }
+  }
+}
+
+void ProfileCatalog::finishLoading(const tavo::Model& model) {
+  const auto profile = Profile::getProfile(model);
+  profile.checkHealth();
+  property::UnitQueryClientWrapper::get(model);
+  migrateBuiltInTypes(profile);
+  // Nothing of this is the user's doing.
+  model.clearHistory();
+  profile.setDirty(false);
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Saving
+
+void ProfileCatalog::saveProfile(const Profile& profile, const tavo::String& path) {
+  const tavo::String wanted = !path.empty()                 ? path
+                              : !profile.filePath().empty() ? profile.filePath()
+                                                            : tavo::concat(profile.getName(), textOf(extension));
+  const fs::path target = fs::absolute(tavo::toPath(wanted));
+  auto file = static_cast<Profile::Impl&>(profile.object()).getP_DirtyListener();
+  if (!file)
+    file = ProfileDirtyListener::install(profile);
+
+  const auto nowIsIn = [&](const std::optional<tavo::Fingerprint>& seen) {
+    file->setFile(target, seen);
+    profile.setFilePath(textOf(target));
+    profile.setDirty(false);
+  };
+  try {
+    nowIsIn(tavo::saveModel(profile.model(), target, file->expectationFor(target)));
+  } catch (const tavo::Error& error) {
+    // Then the file is there, and only the system cannot promise that it stays.
+    if (error.id() == tavo::FrameworkError::SavedButNotSynced) {
+      const auto present = lookAt(target);
+      nowIsIn(present ? std::optional(present->fingerprint) : std::nullopt);
+    }
+    throw;
+  }
+}
+
+} // namespace zelkor::profile

@@ -1,0 +1,374 @@
+#include "tests/support/FaultyFileSystem.h"
+#include "tests/zelkor/ProfileFixture.h"
+
+#include "zelkor/profile/ProfileResolver.h"
+#include "zelkor/property/ValueType.h"
+#include "zelkor/services/ModelIdentifier.h"
+
+#include <sys/stat.h>
+
+namespace zelkor::profile {
+namespace {
+
+using services::ModelEvent;
+using services::ModelEventBroadcastSystem;
+using services::ModelEventType;
+using testsupport::FaultyFileSystem;
+using Texts = std::vector<tavo::String>;
+
+class ProfileFileTest : public ProfileFixture {
+protected:
+  /// What has been announced since the last call, as "+Name" and "-Name".
+  std::string announced() { return std::exchange(announced_, {}); }
+  std::string load(const std::string& nameOrPath) { return Profile::loadFromFile(text(nameOrPath)).getName().toUtf8(); }
+  /// A saved profile that refers to another one that need not exist.
+  void saveReferring(const std::string& name, const std::string& to) {
+    saveParentAndChild();
+    auto content = contentOf(file("Child.xml"));
+    replace(content, "\"Child\"", '"' + name + '"');
+    replace(content, "\"Parent\"", '"' + to + '"');
+    fs::remove(file("Parent.xml"));
+    fs::remove(file("Child.xml"));
+    write(file(name + ".xml"), content);
+  }
+  static void replace(std::string& in, std::string_view what, std::string_view with) {
+    ASSERT_NE(in.find(what), in.npos) << what;
+    for (auto at = in.find(what); at != in.npos; at = in.find(what, at + with.size()))
+      in.replace(at, what.size(), with);
+  }
+
+private:
+  std::string announced_;
+  const ModelEventBroadcastSystem::Token token_ =
+      ModelEventBroadcastSystem::instance().subscribe([this](const ModelEvent& event) {
+        if (event.type == ModelEventType::profileLoaded)
+          announced_ += "+" + event.name.toUtf8();
+        if (event.type == ModelEventType::profileUnloaded && event.element)
+          announced_ += "-" + event.name.toUtf8();
+      });
+};
+
+TEST_F(ProfileFileTest, AProfileIsFoundByNameOnThePathThenInTheWorkingFolderAndByItsPath) {
+  const auto elsewhere = workingFolder() / "Elsewhere.xml";
+  Profile::newProfile(u"Elsewhere").saveToFile(text(elsewhere));
+  save(Profile::newProfile(u"Here"));
+  catalog().unloadAllProfiles();
+  announced();
+  for (const auto& way :
+       {std::string("Here"), std::string("Here.xml"), file("Here").string(), std::string("some/Here")}) {
+    EXPECT_EQ(load(way), "Here") << way;
+    EXPECT_EQ(Profile::loadFromFile(text(way)), Profile::findLoadedProfile(u"Here"));
+    Profile::unload(u"Here");
+    EXPECT_EQ(announced(), "+Here-Here");
+  }
+  EXPECT_EQ(load("Elsewhere"), "Elsewhere");
+  EXPECT_EQ(Profile::findLoadedProfile(u"Elsewhere").filePath(), text(elsewhere));
+
+  const kavra::ScopedHost none(nullptr);
+  EXPECT_ERROR(load("Here"), "Velmora:Profile:ProfileNotFound", text(workingFolder() / "Here.xml"));
+}
+
+TEST_F(ProfileFileTest, WhatIsNoProfileFileIsRefusedByNameBeforeAnythingIsRead) {
+  for (const auto& row : std::vector<std::array<std::string, 3>>{
+           {"P.apfx", "Velmora:Profile:APFXExtensionDeprecated", ""},
+           {file("P.apfx"), "Velmora:Profile:APFXExtensionDeprecated", ""},
+           {"1P", "Velmora:Profile:InvalidProfileName", "1P"},
+           {"1P.apfx", "Velmora:Profile:InvalidProfileName", "1P"},
+           {"P.Q.xml", "Velmora:Profile:InvalidProfileName", "P.Q"},
+           {"..", "Velmora:Profile:InvalidProfileName", ".."},
+           {"", "Velmora:Profile:InvalidProfileName", ""},
+           {std::string(64, 'x'), "Velmora:Profile:InvalidProfileName", std::string(64, 'x')},
+       }) {
+    const std::string argument = row[0], id = row[1], name = row[2];
+    FaultyFileSystem untouched;
+    const tavo::ScopedFileSystem installed(untouched);
+    if (id == "Velmora:Profile:InvalidProfileName")
+      EXPECT_ERROR(load(argument), id, name);
+    else
+      EXPECT_ERROR(load(argument), id);
+    EXPECT_TRUE(untouched.calls.empty());
+  }
+}
+
+TEST_F(ProfileFileTest, OnlyRegularFilesAreOpened) {
+  EXPECT_ERROR(load("Missing"), "Velmora:Profile:ProfileNotFound", text(workingFolder() / "Missing.xml"));
+  fs::create_directory(file("Folder.xml"));
+  EXPECT_ERROR(load(file("Folder.xml")), "tavo:io:NotARegularFile", text(file("Folder.xml")));
+  ASSERT_EQ(::mkfifo(file("Pipe.xml").c_str(), 0600), 0);
+  EXPECT_ERROR(load(file("Pipe.xml")), "tavo:io:NotARegularFile", text(file("Pipe.xml")));
+  EXPECT_EQ(announced(), "");
+}
+
+TEST_F(ProfileFileTest, BadFilesAreRefusedWithTheirErrorAndLeaveTheCatalogAsItWas) {
+  const struct {
+    const char* file;
+    const char* id;
+    std::vector<tavo::String> arguments;
+  } rows[] = {
+      {"document-truncated", "tavo:messages:MalformedXml", {}},
+      {"document-hostile", "tavo:messages:MalformedXml", {}},
+      {"document-empty", "tavo:messages:MalformedXml", {}},
+      {"family-future", "Velmora:Profile:CannotLoadFutureVersion", {text(file("Bad.xml")), u"3.0"}},
+      {"family-old", "tavo_evo:messages:OldFamilyVersion", {}},
+      {"family-unknown", "tavo:messages:UnknownFamily", {}},
+      {"class-unknown", "tavo:messages:UnknownClass", {}},
+      {"objects-none", "Velmora:Profile:NotAProfile", {text(file("Bad.xml"))}},
+      {"objects-two", "Velmora:Profile:NotAProfile", {text(file("Bad.xml"))}},
+      {"prototypes-twice", "tavo:messages:InvalidText", {}},
+      {"reference-dangling", "tavo:messages:DanglingReference", {}},
+      {"identity-twice", "tavo:messages:DuplicateIdentity", {}},
+      {"reference-to-another-class", "tavo:messages:InvalidText", {}},
+      {"resolver-path", "Velmora:Profile:MissingDependentProfile", {u"../outside/Q"}},
+  };
+  save(Profile::newProfile(u"Present"));
+  announced();
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.file);
+    fs::copy_file(fs::path(ZELKOR_TEST_DATA) / "bad" / (std::string(row.file) + ".xml"), file("Bad.xml"),
+                  fs::copy_options::overwrite_existing);
+    EXPECT_TRUE(testsupport::raises([&] { load("Bad"); }, row.id, row.arguments));
+    EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Present"}));
+    EXPECT_EQ(announced(), "");
+  }
+}
+
+TEST_F(ProfileFileTest, AFailedLoadTakesTheDependenciesThatItBroughtAlong) {
+  // Top -> Child -> Parent; and Top -> Lost, which nobody has.
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child");
+  const auto lost = Profile::newProfile(u"Lost");
+  add(lost, u"S");
+  const auto top = Profile::newProfile(u"Top");
+  add(top, u"A", u"Child.Derived");
+  add(top, u"B", u"Lost.S");
+  save(top);
+  catalog().unloadAllProfiles();
+  announced();
+
+  EXPECT_ERROR(load("Top"), "Velmora:Profile:MissingDependentProfile", "Lost");
+  EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{});
+  EXPECT_EQ(announced(), "");
+
+  // What was there before stays, with what refers to it.
+  load("Parent");
+  announced();
+  EXPECT_ERROR(load("Top"), "Velmora:Profile:MissingDependentProfile", "Lost");
+  EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Parent"}));
+  EXPECT_EQ(announced(), "");
+
+  fs::remove(file("Parent.xml"));
+  Profile::unload(u"Parent");
+  try {
+    load("Child");
+    ADD_FAILURE();
+  } catch (const tavo::Error& error) {
+    ASSERT_TRUE(error.cause());
+    EXPECT_EQ(error.cause()->id(), "Velmora:Profile:ProfileNotFound");
+  }
+}
+
+TEST_F(ProfileFileTest, DependenciesAreLoadedFirstAndAnnouncedOnceEverythingIsThere) {
+  saveParentAndChild();
+  announced();
+  std::string seen;
+  const auto token = ModelEventBroadcastSystem::instance().subscribe([&](const ModelEvent& event) {
+    seen += std::to_string(catalog().getLoadedProfileNames().size()) + event.element.as<Profile>().getName().toUtf8();
+    if (event.name == u"Parent")
+      throw std::runtime_error("a handler with a fault"); // keeps nobody else from hearing
+  });
+  const auto child = Profile::loadFromFile(u"Child");
+  EXPECT_EQ(announced(), "+Parent+Child");
+  EXPECT_EQ(seen, "2Parent2Child");
+  EXPECT_EQ(reported(), (std::vector<std::string>{"tavo:messages:ForeignException"}));
+  load("Parent");
+  load("Child");
+  EXPECT_EQ(announced(), "");
+  EXPECT_FALSE(child.dirty());
+  EXPECT_FALSE(child.model().canUndo());
+}
+
+TEST_F(ProfileFileTest, CirclesAmongFilesEndAndAreFaults) {
+  saveParentAndChild();
+  // Let "Base" of Parent inherit from "Derived" of Child, which inherits from a third stereotype of Parent.
+  const auto parent = Profile::loadFromFile(u"Parent");
+  const auto other = Profile::newProfile(u"Other");
+  add(other, u"Derived");
+  add(parent, u"Second", u"Other.Derived");
+  save(parent);
+  catalog().unloadAllProfiles();
+  auto content = contentOf(file("Parent.xml"));
+  replace(content, "Other", "Child");
+  write(file("Parent.xml"), content);
+  announced();
+
+  EXPECT_EQ(load("Child"), "Child");
+  EXPECT_EQ(announced(), "+Parent+Child");
+  for (const char16_t* name : {u"Child", u"Parent"}) {
+    const auto profile = Profile::findLoadedProfile(name);
+    EXPECT_TRUE(profile.getIsUnhealthyOnLoad());
+    EXPECT_TRUE(catalog().getIsThisOrAnyDependentProfileUnhealthyOnLoad(profile));
+  }
+}
+
+TEST_F(ProfileFileTest, TheFileNamesTheProfile) {
+  const auto profile = Profile::newProfile(u"Original");
+  add(profile, u"S");
+  save(profile);
+  catalog().unloadAllProfiles();
+  fs::rename(file("Original.xml"), file("Copy.xml"));
+  reported();
+
+  const auto loaded = Profile::loadFromFile(u"Copy");
+  EXPECT_EQ(loaded.getName(), u"Copy");
+  EXPECT_EQ(loaded.prototypes().front().getFullyQualifiedName(), u"Copy.S");
+  EXPECT_EQ(services::proxy::ModelIdentifier::getModelIdentifier(loaded.model()).uRI(), u"Copy");
+  EXPECT_EQ(diagnostics_->diagnostics.at(0).arguments,
+            (std::vector<std::u16string>{u"Original", u"Copy", std::u16string(text(file("Copy.xml")).view())}));
+  EXPECT_EQ(reported(), (std::vector<std::string>{"Velmora:Profile:ProfileNameDiffersFromFile"}));
+  EXPECT_FALSE(loaded.model().canUndo());
+}
+
+TEST_F(ProfileFileTest, AProfileThatWasRenamedInTheAbsenceOfOthersIsFoundByWhatItHolds) {
+  saveParentAndChild();
+  const auto parent = Profile::loadFromFile(u"Parent");
+  parent.setName(u"Renamed");
+  save(parent);
+  fs::remove(file("Parent.xml"));
+  const auto child = Profile::loadFromFile(u"Child");
+  EXPECT_EQ(child.getDependentProfiles(), (Texts{u"Renamed"}));
+  EXPECT_EQ(child.prototypes().front().getParent().getFullyQualifiedName(), u"Renamed.Base");
+}
+
+TEST_F(ProfileFileTest, SavingAndLoadingChangeNothing) {
+  saveParentAndChild();
+  const auto bytes = contentOf(file("Child.xml"));
+  const auto child = Profile::loadFromFile(u"Child");
+  EXPECT_EQ(child.filePath(), text(file("Child.xml")));
+  child.saveToFile(u"");
+  EXPECT_EQ(contentOf(file("Child.xml")), bytes);
+  EXPECT_FALSE(child.dirty());
+}
+
+TEST_F(ProfileFileTest, DirtyIsWhateverDiffersFromTheFileByADeed) {
+  const auto profile = Profile::newProfile(u"P");
+  EXPECT_TRUE(profile.dirty());
+  save(profile);
+  EXPECT_FALSE(profile.dirty());
+  const auto made = add(profile, u"S");
+  EXPECT_TRUE(profile.dirty());
+  save(profile);
+  ASSERT_TRUE(profile.model().undo());
+  EXPECT_TRUE(profile.dirty());
+  EXPECT_FALSE(made);
+  save(profile);
+  {
+    const tavo::Transaction abandoned(profile.model());
+    add(profile, u"T");
+  }
+  EXPECT_FALSE(profile.dirty());
+  profile.setFriendlyName(u"friendly");
+  EXPECT_TRUE(profile.dirty());
+}
+
+TEST_F(ProfileFileTest, AFileThatSomebodyElseWroteIsNotOverwritten) {
+  saveParentAndChild();
+  const auto parent = Profile::loadFromFile(u"Parent");
+  add(parent, u"Mine");
+  write(file("Parent.xml"), "theirs, and longer than nothing");
+  EXPECT_ERROR(parent.saveToFile(u""), "tavo:io:FileChangedOnDisk");
+  EXPECT_TRUE(parent.dirty());
+  EXPECT_EQ(contentOf(file("Parent.xml")), "theirs, and longer than nothing");
+  // Another place, and a place where nothing is any more, are no problem; nor is saving over one's own file.
+  parent.saveToFile(text(file("Mine.xml")));
+  parent.saveToFile(text(file("Mine.xml")));
+  fs::remove(file("Mine.xml"));
+  parent.saveToFile(u"");
+  EXPECT_TRUE(fs::exists(file("Mine.xml")));
+}
+
+TEST_F(ProfileFileTest, ASaveThatFailsAnywhereLeavesTheOldFileOrTheNewOneAndSaysTheTruthAboutIt) {
+  const auto profile = Profile::newProfile(u"P");
+  save(profile);
+  bool succeeded = false;
+  for (std::size_t step = 0; !succeeded; ++step) {
+    ASSERT_LT(step, 10000u);
+    profile.saveToFile(u"");
+    const auto before = contentOf(file("P.xml"));
+    profile.setDescription(text("round " + std::to_string(step)));
+    FaultyFileSystem faulty;
+    faulty.failing = step;
+    bool notSynced = false;
+    try {
+      const tavo::ScopedFileSystem installed(faulty);
+      profile.saveToFile(u"");
+      succeeded = faulty.calls.size() <= step;
+    } catch (const tavo::Error& error) {
+      notSynced = error.id() == "tavo:io:SavedButNotSynced";
+    }
+    const auto after = contentOf(file("P.xml"));
+    EXPECT_EQ(profile.dirty(), after == before) << step;
+    EXPECT_TRUE(!notSynced || after != before);
+    EXPECT_EQ(profile.filePath(), text(file("P.xml")));
+    std::size_t files = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder_))
+      ++files;
+    EXPECT_EQ(files, 2u) << step; // the profile and the working folder
+  }
+}
+
+TEST_F(ProfileFileTest, ALoadWhoseFileCannotBeReadToTheEndLeavesNothing) {
+  saveParentAndChild();
+  announced();
+  for (std::size_t step = 0;; ++step) {
+    ASSERT_LT(step, 10000u);
+    FaultyFileSystem faulty;
+    faulty.failing = step;
+    const auto models = tavo::Constellation::process().models().size();
+    const tavo::ScopedFileSystem installed(faulty);
+    try {
+      load("Child");
+    } catch (const tavo::Error&) {
+      EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{}) << step;
+      EXPECT_EQ(tavo::Constellation::process().models().size(), models) << step;
+      EXPECT_EQ(announced(), "");
+      continue;
+    }
+    EXPECT_EQ(announced(), "+Parent+Child");
+    if (faulty.calls.size() <= step)
+      break;
+    catalog().unloadAllProfiles();
+    announced();
+  }
+}
+
+TEST_F(ProfileFileTest, UnloadingNamesOneOrAll) {
+  for (const char16_t* all : {u"", u"all"}) {
+    Profile::newProfile(u"A");
+    Profile::newProfile(u"B");
+    Profile::newProfile(u"C");
+    Profile::unload(u"B");
+    EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"A", u"C"}));
+    Profile::unload(u"Nobody");
+    Profile::unload(all);
+    EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{});
+    EXPECT_EQ(announced(), "-B-A-C");
+  }
+  EXPECT_FALSE(catalog().unloadProfile(u"A"));
+}
+
+TEST_F(ProfileFileTest, AnOlderProfileGetsTheBuiltInTypesThatItDoesNotHave) {
+  const auto profile = Profile::newProfile(u"P");
+  for (const auto& type : profile.valueTypes().toVector())
+    if (type.getName() == u"stringArray")
+      type.destroy();
+  save(profile);
+  catalog().unloadAllProfiles();
+  const auto loaded = Profile::loadFromFile(u"P");
+  EXPECT_EQ(loaded.valueTypes().size(), 13u);
+  EXPECT_EQ(loaded.valueTypes().back().getName(), u"stringArray");
+  EXPECT_FALSE(loaded.dirty());
+  EXPECT_FALSE(loaded.model().canUndo());
+}
+
+} // namespace
+} // namespace zelkor::profile

@@ -1,0 +1,316 @@
+#include "tests/zelkor/ProfileFixture.h"
+
+#include "zelkor/profile/DefaultStereotypeMap.h"
+#include "zelkor/profile/ProfileResolver.h"
+#include "zelkor/profile/Tag.h"
+#include "zelkor/property/ValueType.h"
+#include "zelkor/services/ModelIdentifier.h"
+
+namespace zelkor::profile {
+namespace {
+
+using Texts = std::vector<tavo::String>;
+
+class ProfileTest : public ProfileFixture {
+protected:
+  void TearDown() override {
+    for (const auto& each : catalog().getProfilesInCatalog())
+      tavo::checkInvariants(each.model());
+  }
+};
+
+TEST_F(ProfileTest, ANewProfileHasTheBuiltInTypesAndNoHistory) {
+  const auto profile = Profile::newProfile(u"Avionics");
+  EXPECT_EQ(profile.valueTypes().size(), 13u);
+  EXPECT_FALSE(profile.model().canUndo());
+  EXPECT_EQ(Profile::findLoadedProfile(u"Avionics"), profile);
+  EXPECT_EQ(services::proxy::ModelIdentifier::getModelIdentifier(profile.model()).uRI(), u"Avionics");
+  EXPECT_ERROR(Profile::newProfile(u"Avionics"), "Velmora:Profile:ProfileAlreadyExists", "Avionics");
+}
+
+TEST_F(ProfileTest, NamesFollowTheRulesOfTheHost) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto model = profile.model();
+  add(profile, u"S");
+  for (const char16_t* bad : {u"1st", u"_x", u"a b", u"a.b", u"é", u"a/b"}) {
+    EXPECT_ERROR(Profile::newProfile(bad), "Velmora:Profile:InvalidProfileName", tavo::String(bad));
+    EXPECT_REFUSED(model, profile.setName(bad), "Velmora:Profile:InvalidProfileName", tavo::String(bad));
+    EXPECT_REFUSED(model, add(profile, bad), "Velmora:Profile:InvalidPrototypeName", tavo::String(bad));
+    EXPECT_REFUSED(model, profile.addPropertySet(bad), "Velmora:Profile:InvalidPropertySetName", tavo::String(bad));
+    EXPECT_REFUSED(model, profile.prototypes().front().setName(bad), "Velmora:Profile:InvalidPrototypeName",
+                   tavo::String(bad));
+  }
+  EXPECT_ERROR(Profile::newProfile(u""), "Velmora:Profile:InvalidProfileName", "");
+  EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"P"}));
+}
+
+TEST_F(ProfileTest, NamesAreUniqueWithinAProfile) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto model = profile.model();
+  add(profile, u"S");
+  const auto other = add(profile, u"T");
+  profile.addPropertySet(u"Free");
+  profile.addTag(u"label");
+  EXPECT_REFUSED(model, add(profile, u"S"), "tavo:messages:UniquenessConstraint");
+  EXPECT_REFUSED(model, other.setName(u"S"), "tavo:messages:UniquenessConstraint");
+  EXPECT_REFUSED(model, profile.addPropertySet(u"Free"), "Velmora:Profile:NonUniquePrototypeName", "Free");
+  EXPECT_REFUSED(model, profile.addTag(u"label"), "tavo:messages:UniquenessConstraint");
+  EXPECT_ERROR(profile.checkPrototypeName(u"S"), "Velmora:Profile:NonUniquePrototypeName", "S");
+  EXPECT_ERROR(profile.checkPropertySetName(u"Free"), "Velmora:Profile:NonUniquePrototypeName", "Free");
+}
+
+TEST_F(ProfileTest, ABaseIsAKindOfElementAParentOrNothing) {
+  const auto profile = Profile::newProfile(u"P");
+  const struct {
+    tavo::String base;
+    Texts appliesTo, expected;
+    bool hasParent;
+  } rows[] = {
+      {u"", {}, {}, false},
+      {u"built-in", {u"Port"}, {u"Port"}, false},
+      {u"zelkor.Port", {u"Port"}, {u"Port"}, false},
+      {u"zelkor.Component", {u"Connector", u"Connector"}, {u"Component", u"Connector"}, false},
+      {u"zelkor.Architecture", {}, {u"Architecture"}, false},
+      {u"P.S0", {u"Port"}, {u"Port"}, true},
+  };
+  int number = 0;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.base.toUtf8());
+    const auto made = profile.addPrototype(text("S" + std::to_string(number++)), row.base, row.appliesTo);
+    EXPECT_EQ(made.appliesTo(), row.expected);
+    EXPECT_EQ(made.hasParent(), row.hasParent);
+    EXPECT_EQ(made.getPropertySet().getName(), made.getName());
+    EXPECT_TRUE(made.defaultStereotypeMap());
+  }
+  for (const char16_t* unknown : {u"zelkor.Wheel", u"P.Nothing", u"Q.S0", u"S0", u"P.S0.more"})
+    EXPECT_REFUSED(profile.model(), add(profile, u"X", unknown), "Velmora:Profile:InvalidBaseStereotype",
+                   tavo::String(unknown));
+}
+
+TEST_F(ProfileTest, WhatIsAddedIsOneStepThatUndoTakesBackWhole) {
+  const auto profile = Profile::newProfile(u"P");
+  add(profile, u"Base");
+  const auto model = profile.model();
+  const auto before = tavo::modelText(model);
+  const auto serial = model.undoSerial();
+
+  const auto made = profile.addPrototype(u"S", u"P.Base", {u"Port", u"Component"});
+  const auto after = tavo::modelText(model);
+  ASSERT_TRUE(model.undo());
+  EXPECT_EQ(model.undoSerial(), serial);
+  EXPECT_EQ(tavo::modelText(model), before);
+  EXPECT_FALSE(made);
+  ASSERT_TRUE(model.redo());
+  EXPECT_EQ(tavo::modelText(model), after);
+  EXPECT_EQ(made.getParent().getName(), u"Base");
+}
+
+TEST_F(ProfileTest, AnInheritedPortStereotypeIsNoDefaultOfComponents) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto any = add(profile, u"Any");
+  add(profile, u"OnPorts", u"zelkor.Port");
+  const auto inherited = add(profile, u"Inherited", u"P.OnPorts");
+  EXPECT_REFUSED(profile.model(), profile.setDefaultPrototype(inherited), "Velmora:Profile:InvalidComponentDefault");
+  profile.setDefaultPrototype(any);
+  EXPECT_EQ(profile.defaultArchPrototype(), any);
+  const auto serial = profile.model().undoSerial();
+  profile.setDefaultPrototype(any);
+  EXPECT_EQ(profile.model().undoSerial(), serial);
+}
+
+TEST_F(ProfileTest, DefaultsPerKindRefuseWhatDoesNotApplyAndASecondOne) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto any = add(profile, u"Any"), onConnectors = add(profile, u"OnConnectors", u"zelkor.Connector");
+  const auto map = any.defaultStereotypeMap();
+  const auto model = profile.model();
+  EXPECT_FALSE(map.getPortDefault());
+  map.removePortDefault();
+  EXPECT_REFUSED(model, map.setPortDefault(onConnectors), "Velmora:Profile:InvalidPortDefault", "P.OnConnectors");
+  EXPECT_REFUSED(model, map.setArchitectureDefault(onConnectors), "Velmora:Profile:InvalidComponentDefault");
+  map.setPortDefault(any);
+  const auto serial = model.undoSerial();
+  map.setPortDefault(any);
+  EXPECT_EQ(model.undoSerial(), serial);
+  map.setConnectorDefault(onConnectors);
+  EXPECT_REFUSED(model, map.setConnectorDefault(any), "tavo:messages:UniquenessConstraint");
+  EXPECT_EQ(map.getConnectorDefault(), onConnectors);
+  map.removePortDefault();
+  EXPECT_FALSE(map.hasDefault(u"port"));
+  map.clearAll();
+  EXPECT_FALSE(map.hasDefault(u"connector"));
+  ASSERT_TRUE(model.undo());
+  EXPECT_EQ(map.getConnectorDefault(), onConnectors);
+}
+
+TEST_F(ProfileTest, ADefaultOfAnotherProfileIsHeldByProxyAndSurvivesItsUnloading) {
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child");
+  const auto map = child.prototypes().front().defaultStereotypeMap();
+  map.setPortDefault(catalog().getPrototype(u"Parent.Base"));
+  Profile::unload(u"Parent");
+  EXPECT_EQ(map.getPortDefault().getFullyQualifiedName(), u"Parent.Base"); // loaded again for the purpose
+  Profile::unload(u"Parent");
+  fs::remove(file("Parent.xml"));
+  EXPECT_FALSE(map.getPortDefault());
+  EXPECT_TRUE(map.hasDefault(u"port"));
+}
+
+TEST_F(ProfileTest, ANewNameReachesEverybodyWhoRefersToIt) {
+  const auto parent = Profile::newProfile(u"Parent");
+  const auto base = add(parent, u"Base");
+  const auto child = Profile::newProfile(u"Child");
+  const auto derived = add(child, u"Derived", u"Parent.Base");
+  save(child);
+  const auto childHistory = child.model().undoSerial();
+
+  const auto expectNamed = [&](const char16_t* name) {
+    EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Child", name}));
+    EXPECT_EQ(services::proxy::ModelIdentifier::getModelIdentifier(parent.model()).uRI(), name);
+    EXPECT_EQ(child.getDependentProfiles(), (Texts{name}));
+    EXPECT_EQ(derived.getParent(), base);
+    EXPECT_EQ(base.getFullyQualifiedName(), tavo::concat(name, u".Base"));
+    EXPECT_EQ(child.model().undoSerial(), childHistory); // nothing there that could be undone alone
+  };
+  parent.setName(u"Renamed");
+  expectNamed(u"Renamed");
+  EXPECT_TRUE(child.dirty()); // its file still has the old name
+  ASSERT_TRUE(parent.model().undo());
+  expectNamed(u"Parent");
+  ASSERT_TRUE(parent.model().redo());
+  expectNamed(u"Renamed");
+}
+
+TEST_F(ProfileTest, OnlyACommittedNameCounts) {
+  const auto profile = Profile::newProfile(u"P");
+  {
+    const tavo::Transaction abandoned(profile.model());
+    profile.setName(u"Q");
+    EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"P"}));
+    EXPECT_ERROR(Profile::newProfile(u"P"), "Velmora:Profile:ProfileAlreadyExists", "P");
+    const auto other = Profile::newProfile(u"Other");
+    EXPECT_REFUSED(other.model(), other.setName(u"Q"), "Velmora:Profile:ProfileAlreadyExists", "Q");
+  }
+  EXPECT_EQ(profile.getName(), u"P");
+  EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Other", u"P"}));
+}
+
+TEST_F(ProfileTest, RenamingOntoALoadedProfileIsRefused) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto other = Profile::newProfile(u"Q");
+  EXPECT_REFUSED(profile.model(), profile.setName(u"Q"), "Velmora:Profile:ProfileAlreadyExists", "Q");
+  EXPECT_EQ(Profile::findLoadedProfile(u"Q"), other);
+}
+
+TEST_F(ProfileTest, UndoOntoANameThatIsTakenMeanwhileLeavesBothProfilesFiled) {
+  const auto first = Profile::newProfile(u"P");
+  first.setName(u"Q");
+  const auto second = Profile::newProfile(u"P");
+  ASSERT_TRUE(first.model().undo());
+  EXPECT_EQ(Profile::findLoadedProfile(u"P"), second);
+  EXPECT_EQ(Profile::findLoadedProfile(u"Q"), first);
+  EXPECT_EQ(reported(), (std::vector<std::string>{"Velmora:Profile:ProfileAlreadyExists"}));
+  ASSERT_TRUE(first.model().redo());
+  EXPECT_EQ(Profile::findLoadedProfile(u"Q"), first);
+}
+
+TEST_F(ProfileTest, ANewNameTakesTheProfileOffItsFile) {
+  const auto profile = Profile::newProfile(u"P");
+  save(profile);
+  profile.setName(u"P");
+  profile.setName(u"");
+  EXPECT_EQ(profile.filePath(), text(file("P.xml")));
+  EXPECT_FALSE(profile.dirty());
+  profile.setName(u"Q");
+  EXPECT_EQ(profile.filePath(), u"");
+  profile.saveToFile(u"");
+  EXPECT_TRUE(fs::exists(workingFolder() / "Q.xml"));
+  EXPECT_EQ(profile.filePath(), text(workingFolder() / "Q.xml"));
+}
+
+TEST_F(ProfileTest, DependenciesAreTheProfilesThatSomethingRefersTo) {
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child");
+  const auto parent = Profile::findLoadedProfile(u"Parent");
+  EXPECT_TRUE(child.isDependentOnProfile(u"Parent"));
+  EXPECT_FALSE(parent.isDependentOnProfile(u"Child"));
+  EXPECT_ERROR(parent.checkProfileCircularDependency(child), "Velmora:Profile:CircularProfileDependency", "Parent",
+               "Child");
+  EXPECT_REFUSED(parent.model(), add(parent, u"X", u"Child.Derived"), "Velmora:Profile:CircularProfileDependency",
+                 "Parent", "Child");
+  EXPECT_REFUSED(parent.model(), parent.prototypes().front().setParent(child.prototypes().front()),
+                 "Velmora:Profile:CircularPrototypeInheritance", "Parent.Base", "Child.Derived");
+  child.prototypes().front().setParent({});
+  EXPECT_FALSE(child.isDependentOnProfile(u"Parent"));
+  parent.checkProfileCircularDependency(child);
+  ASSERT_TRUE(child.model().undo());
+  EXPECT_TRUE(child.isDependentOnProfile(u"Parent"));
+}
+
+TEST_F(ProfileTest, AMissingDependencyIsMissedAndNamed) {
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child");
+  EXPECT_FALSE(child.hasMissingArtifact());
+  EXPECT_TRUE(catalog().allProfilesReadyForImport({child}));
+  Profile::unload(u"Parent");
+  fs::remove(file("Parent.xml"));
+  EXPECT_TRUE(child.hasMissingArtifact());
+  EXPECT_TRUE(catalog().getIsThisOrAnyDependentProfileUnhealthyOnLoad(child));
+  EXPECT_FALSE(catalog().allProfilesReadyForImport({child}));
+  EXPECT_TRUE(catalog().allProfilesReadyForImport({}));
+  EXPECT_ERROR(child.forceResolveDependentProfile(), "Velmora:Profile:ProfileProxyResolveFailed", "Child", "Parent");
+}
+
+TEST_F(ProfileTest, TheFirstFaultInTheOrderOfNamesMakesAProfileUnhealthyUntilItIsRepaired) {
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child");
+  add(child, u"Another", u"Parent.Base");
+  Profile::unload(u"Parent");
+  fs::remove(file("Parent.xml"));
+  reported();
+  child.checkHealth();
+  EXPECT_TRUE(child.getIsUnhealthyOnLoad());
+  ASSERT_EQ(diagnostics_->diagnostics.size(), 1u);
+  const auto& warning = diagnostics_->diagnostics[0];
+  EXPECT_EQ(warning.severity, kavra::Severity::HighPriorityWarning);
+  EXPECT_EQ(warning.id, "Velmora:Profile:ErrorLoadingProfile");
+  EXPECT_EQ(warning.arguments, (std::vector<std::u16string>{u"Child"}));
+  ASSERT_EQ(warning.causes.size(), 3u); // the parent that cannot be had, its profile, the file that is not there
+  EXPECT_EQ(text(warning.causes[0]), child.healthCheckErrorOnLoad());
+
+  for (const auto& prototype : child.prototypes().toVector())
+    prototype.setParent({});
+  child.checkHealth();
+  EXPECT_EQ(child.healthCheckErrorOnLoad(), u"");
+}
+
+TEST_F(ProfileTest, ExportingToAReleaseThatNobodyKnowsTouchesNoFile) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto path = text(file("old.xml"));
+  EXPECT_ERROR(profile.exportToPrevious(path, u"Dodo"), "Velmora:Profile:CannotExportToPrevious", "P", "Dodo", path);
+  EXPECT_FALSE(fs::exists(file("old.xml")));
+}
+
+TEST_F(ProfileTest, TheCatalogKeepsOneDefaultPerClassAndFollowsRenaming) {
+  const auto profile = Profile::newProfile(u"P");
+  add(profile, u"S");
+  catalog().setDefaultPrototype(u"zelkor.Component", u"P.S");
+  profile.setName(u"Q");
+  EXPECT_EQ(catalog().getDefaultPrototypeClass(u"Q.S"), u"zelkor.Component");
+  EXPECT_FALSE(catalog().isDefaultPrototype(u"P.S"));
+  catalog().setDefaultPrototype(u"zelkor.Component", u"");
+  EXPECT_FALSE(catalog().isDefaultPrototype(u"Q.S"));
+}
+
+TEST_F(ProfileTest, PeopleCanSeeWhatIsLoaded) {
+  testing::internal::CaptureStdout();
+  catalog().dumpLoaded();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Profiles loaded:\n");
+  add(Profile::newProfile(u"Z"), u"S");
+  Profile::newProfile(u"A");
+  testing::internal::CaptureStdout();
+  catalog().dumpLoaded();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Profiles loaded:\nProfile: A\nProfile: Z\n    Prototype: S\n");
+}
+
+} // namespace
+} // namespace zelkor::profile
