@@ -203,6 +203,11 @@ void ItemList::sortByKey() {
 }
 
 void* ItemList::at(std::size_t position) {
+  // The ends are known without an order: so a list may be emptied, or filled, from either.
+  if (!keyed_ && position == 0)
+    return first();
+  if (!keyed_ && position + 1 == count_)
+    return last();
   if (!ordered_)
     makeOrder();
   return nodes_[order_[position]].item;
@@ -275,7 +280,8 @@ void ItemList::check() const {
     for (std::size_t which = 0; which < indexCount(); ++which) {
       ModelElement::Impl* object = objectOf(nodes_[slot].item);
       void* found = keyed_ ? findKey(which, object->field(*property_->key(which))) : find(*object);
-      if (found != nodes_[slot].item)
+      // A sequence of references may hold an object several times.
+      if (!found || objectOf(found) != object)
         throw std::logic_error("an index does not find an item of its list");
     }
   }

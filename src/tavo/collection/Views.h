@@ -161,10 +161,7 @@ public:
       child.destroy();
   }
   /// Destroys the child, if there is one, and puts another in.
-  void replace(const Facade& child) const {
-    destroy();
-    add(child);
-  }
+  void replace(const Facade& child) const { owner_.object().replace(*property_, child.get()); }
 
 private:
   ModelElement owner_;

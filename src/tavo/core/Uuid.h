@@ -30,11 +30,13 @@ TAVO_EXPORT void toText(const Uuid& uuid, char (&out)[36]);
 /// Reads the canonical text, letters of either case; nothing when the text is anything else.
 TAVO_EXPORT std::optional<Uuid> parseUuid(std::string_view text);
 
-/// A hash over both 64-bit halves; a version-4 UUID needs no more mixing than that.
+/// A hash over both 64-bit halves. Identities that a host gives may be consecutive numbers, so every bit counts.
 inline std::size_t hashUuid(const Uuid& uuid) {
   std::uint64_t words[2];
   std::memcpy(words, uuid.data, sizeof words);
-  return static_cast<std::size_t>(words[0] ^ (words[1] * 0x9e3779b97f4a7c15ull));
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = static_cast<Wide>(words[0] ^ 0x9e3779b97f4a7c15ull) * (words[1] ^ 0xd1b54a32d192ed03ull);
+  return static_cast<std::size_t>(product) ^ static_cast<std::size_t>(product >> 64);
 }
 
 struct UuidHash {

@@ -43,6 +43,10 @@ Datatype doubleDatatype() {
   Datatype type = numberDatatype<double>("double", Datatype::Kind::real);
   type.compare = &compareDoubles;
   type.equal = [](const void* a, const void* b) { return compareDoubles(a, b) == 0; };
+  type.hash = [](const void* value) {
+    const double number = *static_cast<const double*>(value);
+    return std::isnan(number) ? std::size_t{1} : std::hash<double>{}(number); // all NaNs are equal
+  };
   return type;
 }
 

@@ -5,6 +5,7 @@
 #include "tavo/core/String.h"
 #include "tavo/core/Uuid.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -220,12 +221,14 @@ private:
     made.equal = [](const void* a, const void* b) {
       return read(a).has_value() == read(b).has_value() && (!read(a) || datatypeOf<T>().equal(&*read(a), &*read(b)));
     };
-    made.compare = [](const void* a, const void* b) {
-      if (!read(a) || !read(b))
-        return static_cast<int>(read(a).has_value()) - static_cast<int>(read(b).has_value());
-      return datatypeOf<T>().compare(&*read(a), &*read(b));
-    };
-    made.hash = [](const void* value) { return read(value) ? datatypeOf<T>().hash(&*read(value)) + 1 : 0; };
+    if (datatypeOf<T>().compare)
+      made.compare = [](const void* a, const void* b) {
+        if (!read(a) || !read(b))
+          return static_cast<int>(read(a).has_value()) - static_cast<int>(read(b).has_value());
+        return datatypeOf<T>().compare(&*read(a), &*read(b));
+      };
+    if (datatypeOf<T>().hash)
+      made.hash = [](const void* value) { return read(value) ? datatypeOf<T>().hash(&*read(value)) + 1 : 0; };
     made.contained = [](const void* value) -> const void* { return read(value) ? &*read(value) : nullptr; };
     made.emplace = [](void* value) -> void* { return &static_cast<Optional*>(value)->emplace(); };
     return made;
@@ -248,14 +251,19 @@ private:
     Datatype made = detail::basicDatatype<Vector>(name, Datatype::Kind::sequence);
     made.element = &datatypeOf<T>;
     made.saved = datatypeOf<T>().saved;
-    made.equal = [](const void* a, const void* b) { return compareElements(a, b) == 0; };
-    made.compare = &compareElements;
-    made.hash = [](const void* value) {
-      std::size_t sum = read(value).size();
-      for (const auto& element : read(value))
-        sum = sum * 0x9e3779b97f4a7c15ull + datatypeOf<T>().hash(&element);
-      return sum;
+    made.equal = [](const void* a, const void* b) {
+      return std::equal(read(a).begin(), read(a).end(), read(b).begin(), read(b).end(),
+                        [](const T& left, const T& right) { return datatypeOf<T>().equal(&left, &right); });
     };
+    if (datatypeOf<T>().compare)
+      made.compare = &compareElements;
+    if (datatypeOf<T>().hash)
+      made.hash = [](const void* value) {
+        std::size_t sum = read(value).size();
+        for (const auto& element : read(value))
+          sum = sum * 0x9e3779b97f4a7c15ull + datatypeOf<T>().hash(&element);
+        return sum;
+      };
     made.length = [](const void* value) { return read(value).size(); };
     made.at = [](const void* value, std::size_t index) -> const void* { return &read(value)[index]; };
     made.append = [](void* value, const void* element) {

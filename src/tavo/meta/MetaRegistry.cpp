@@ -208,8 +208,11 @@ struct MetaRegistry::Draft {
       registry.byId_.emplace(metaClass->id_, metaClass.get());
       for (const auto& property : metaClass->ownProperties_)
         for (const MetaProperty* key : property->keys_)
-          if (key)
-            const_cast<MetaProperty*>(key)->isKey_ = true;
+          if (key) {
+            auto& marked = const_cast<MetaProperty&>(*key);
+            marked.isKey_ = true;
+            marked.keysIncoming_ |= property->isReference() && !property->opposite();
+          }
     }
     registry.packages_.push_back(package.get());
     registry.owned_.push_back(std::move(package));

@@ -52,6 +52,8 @@ public:
   Value defaultValue() const;
   /// Whether some collection is keyed by this attribute, so that changing it must find those collections.
   bool isKey() const { return isKey_; }
+  /// Whether such a collection may be a reference without an opposite, which only the chain of incoming links finds.
+  bool keysIncoming() const { return keysIncoming_; }
   bool hasHook() const { return hasHook_; }
 
 private:
@@ -61,6 +63,7 @@ private:
   PropertyIndex index_ = 0;
   FeatureKind kind_{};
   bool isKey_ = false;
+  bool keysIncoming_ = false;
   bool hasHook_ = false;
   const Datatype* datatype_ = nullptr;
   const MetaClass* target_ = nullptr;

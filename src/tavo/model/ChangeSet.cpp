@@ -1,5 +1,6 @@
 #include "tavo/model/ChangeSet.h"
 
+#include "tavo/core/Errors.h"
 #include "tavo/model/ModelData.h"
 
 #include <algorithm>
@@ -29,6 +30,11 @@ struct Draft {
 
 using Key = std::tuple<int, const void*, const void*, PropertyIndex>;
 
+Place placeOf(const Impl& object, bool alive) {
+  const MetaProperty* property = object.containingProperty();
+  return {object.container(), property ? property->index() : PropertyIndex(0), alive};
+}
+
 const MetaProperty* propertyOf(Impl* container, PropertyIndex index) {
   return container ? &container->objectClass().at(index) : nullptr;
 }
@@ -37,7 +43,14 @@ const MetaProperty* propertyOf(Impl* container, PropertyIndex index) {
 
 Model ChangeSet::model() const { return Model(&model_); }
 
+/// A listener may have ended the model, and with it the step.
+void ChangeSet::requireStep() const {
+  if (!model_.isOpen())
+    raise(FrameworkError::CannotCreateWithoutModel, "ChangeSet");
+}
+
 bool ChangeSet::touches(const MetaProperty& property) const {
+  requireStep();
   bool touched = false;
   std::size_t at = 0;
   step_.forEach([&](Record& record) {
@@ -65,6 +78,7 @@ bool ChangeSet::touches(const MetaProperty& property) const {
 const std::vector<Change>& ChangeSet::changes() const {
   if (known_)
     return changes_;
+  requireStep();
 
   // The records of one direction name, for each thing that changed, its value before: the first record of it counts.
   std::map<Key, Draft> drafts;
@@ -83,7 +97,7 @@ const std::vector<Change>& ChangeSet::changes() const {
       break;
     case Record::Kind::state:
       drafts.try_emplace({1, record.object, nullptr, PropertyIndex(0)},
-                         Draft{order, Draft::Kind::life, {record.object->container(), 0, record.alive}, &record, 0});
+                         Draft{order, Draft::Kind::life, placeOf(*record.object, record.alive), &record, 0});
       break;
     case Record::Kind::link: {
       const auto count = [&](const Link& link) {
@@ -125,15 +139,15 @@ const std::vector<Change>& ChangeSet::changes() const {
     switch (draft->kind) {
     case Draft::Kind::attribute: {
       const MetaProperty& property = object.objectClass().at(std::get<3>(*key));
-      if (object.isAlive() && !property.datatype()->equal(draft->record->value, object.field(property)))
+      const auto life = drafts.find({1, &object, nullptr, PropertyIndex(0)});
+      const bool isNew = life != drafts.end() && !life->second.before.alive; // made with its values, or revived
+      if (object.isAlive() && !isNew && !property.datatype()->equal(draft->record->value, object.field(property)))
         say(Change::Kind::changed, object, &property, nullptr,
             Value::copyOf(*property.datatype(), draft->record->value));
       break;
     }
     case Draft::Kind::life: {
-      const Place now{object.container(),
-                      object.containingProperty() ? object.containingProperty()->index() : PropertyIndex(0),
-                      object.isAlive()};
+      const Place now = placeOf(object, object.isAlive());
       const Place& before = draft->before;
       if (before.alive != now.alive)
         say(now.alive ? Change::Kind::created : Change::Kind::destroyed, object, nullptr, nullptr, {});

@@ -11,7 +11,7 @@ class Step;
 /// One net change.
 struct Change {
   enum class Kind : std::uint8_t {
-    created,   ///< `object` is new
+    created,   ///< `object` is new, with the values that it has
     destroyed, ///< `object` is gone (its handle is false; see `uuid`)
     changed,   ///< attribute `property` of `object` had the value `before`
     added,     ///< `other` came into `property` of `object`
@@ -43,6 +43,8 @@ public:
   const std::vector<Change>& changes() const;
 
 private:
+  void requireStep() const;
+
   ModelData& model_;
   Step& step_;
   std::size_t from_;

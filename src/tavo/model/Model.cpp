@@ -19,9 +19,8 @@ ListenerToken& ListenerToken::operator=(ListenerToken&& other) noexcept {
 ListenerToken::~ListenerToken() { reset(); }
 
 void ListenerToken::reset() noexcept {
-  if (entry_)
-    entry_->active = false;
-  entry_.reset();
+  if (const auto entry = std::move(entry_))
+    entry->stop();
 }
 
 // Models
@@ -84,7 +83,7 @@ ModelElement::Impl* Model::findTopLevel(const MetaClass& metaClass) const {
 std::size_t Model::objectCount() const { return data().objectCount(); }
 void Model::moveContentsTo(const Model& target) const { target.data().adoptContents(data()); }
 
-bool Model::isOpenForWriting() const { return *this && !data_->frozen; }
+bool Model::isOpenForWriting() const { return *this && data_->isOpenForWriting(); }
 void Model::setFrozen(bool frozen) const { data().frozen = frozen; }
 unsigned Model::frameworkUpdateDepth() const { return data().frameworkUpdates; }
 
@@ -107,8 +106,14 @@ bool Model::redo() const {
 
 std::uint64_t Model::undoSerial() const { return canUndo() ? data().log().lastDone()->serial : 0; }
 std::uint64_t Model::redoSerial() const { return canRedo() ? data().log().firstUndone()->serial : 0; }
-void Model::setUndoDepth(std::size_t steps) const { data().log().setDepth(steps); }
-void Model::clearHistory() const { data().log().clear(); }
+void Model::setUndoDepth(std::size_t steps) const {
+  data().requireStillHistory();
+  data_->log().setDepth(steps);
+}
+void Model::clearHistory() const {
+  data().requireStillHistory();
+  data_->log().clear();
+}
 std::uint64_t Model::recordsWritten() const { return data().log().recordsWritten; }
 
 ListenerToken Model::addListener(std::function<void(const ChangeSet&)> listener) const {
@@ -124,7 +129,10 @@ void Model::atEnd(std::function<void()> action) const { data().endActions.push_b
 
 const String& Model::name() const { return data().name; }
 void Model::setName(const String& name) const { data().name = name; }
-Constellation& Model::constellation() const { return *data().constellation; }
+Constellation& Model::constellation() const {
+  Constellation* home = data().constellation;
+  return home ? *home : Constellation::process(); // its own may have ended before it
+}
 
 // Constellations
 

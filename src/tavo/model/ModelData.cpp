@@ -178,7 +178,7 @@ void ModelData::close() noexcept {
     std::erase(constellation->models_, this);
   constellation = nullptr;
   for (const auto& entry : listeners_)
-    entry->active = false;
+    entry->stop();
   dropContents();
   for (const auto& action : std::exchange(endActions, {}))
     action();
@@ -199,7 +199,12 @@ void ModelData::dropContents() noexcept {
 
 void ModelData::requireWritable() const {
   assert(thread_ == std::this_thread::get_id() && "a model belongs to one thread");
-  if (frozen || undoing_)
+  if (!isOpenForWriting())
+    raise(FrameworkError::ModelFrozen);
+}
+
+void ModelData::requireStillHistory() const {
+  if (undoing_)
     raise(FrameworkError::ModelFrozen);
 }
 
@@ -304,8 +309,9 @@ void ModelData::forEachKeyedHolder(Impl& object, const MetaProperty& key, const 
     if (property->opposite() && property->opposite()->key(0))
       forEachLink(object, *property,
                   [&](Link& link) { visitIfKeyed(*property->opposite(), *link.target, link.twinOrPrevious); });
-  for (Link* link = object.incoming_; link; link = link->next)
-    visitIfKeyed(link->feature(), *link->source, link);
+  if (key.keysIncoming())
+    for (Link* link = object.incoming_; link; link = link->next)
+      visitIfKeyed(link->feature(), *link->source, link);
 }
 
 void ModelData::swapAttribute(Impl& object, const MetaProperty& property, void* value) noexcept {
@@ -406,8 +412,9 @@ Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* co
   place(*object, {container, static_cast<Impl*>(last), property ? property->index() : PropertyIndex(0), true});
   if (standIn)
     giveWay(*standIn, *object);
+  const ModelElement handle(object); // a listener may destroy what has just been made
   change.commit();
-  return object;
+  return &handle.object();
 }
 
 Impl* ModelData::createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
@@ -495,8 +502,12 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
     return &prepared;
   };
   if (opposite && opposite->kind() == FeatureKind::refersOne)
-    if (Link* former = linkField(target, *opposite))
+    if (Link* former = linkField(target, *opposite)) {
+      // Adding what is there already is refused before anything is taken away.
+      if (property.isMany() && former->target == &source)
+        raise(FrameworkError::UniquenessConstraint, property.name(), toText(target.uuid()));
       unlink(*former);
+    }
   list = prepare(source, property, target);
   if (opposite)
     opposed = prepare(target, *opposite, source);
@@ -633,11 +644,10 @@ void ModelData::adoptContents(ModelData& other) {
     return;
   if (other.inTransaction())
     raise(FrameworkError::UndoInsideTransaction);
-  other.log_.clear();
   std::vector<std::pair<Impl*, Impl*>> standIns; // stand-in, object
   other.forEachExtent([&](const Extent& extent) {
     extent.forEach([&](Impl& object) {
-      Impl* here = identities_.find(object.uuid());
+      Impl* here = object.isAlive() ? identities_.find(object.uuid()) : nullptr;
       if (!here)
         return;
       if (here->isProxy())
@@ -660,7 +670,8 @@ void ModelData::adoptContents(ModelData& other) {
   if (!unlogged)
     log_.open().reserveRecords(arriving);
 
-  // From here on nothing can fail.
+  // From here on only stand-ins that give way can fail.
+  other.log_.clear();
   for (auto& [metaClass, extent] : other.extents_) {
     extent->forEach([&](Impl& object) {
       identities_.insert(object);
@@ -693,6 +704,7 @@ void ModelData::commit() {
     --transactionDepth_;
     return;
   }
+  const Model alive(this); // listeners may drop the last handle of the model
   if (!listeners_.empty() && log_.openSize() > 0) {
     // Still inside: what a listener changes joins this step.
     std::size_t from = 0;
@@ -703,7 +715,7 @@ void ModelData::commit() {
       from = end;
     }
     if (from < log_.openSize())
-      reportListenerError(Error(FrameworkError::TooManyListenerRounds, {errorArgument(static_cast<long long>(round))}));
+      runReported([&] { raise(FrameworkError::TooManyListenerRounds, round); });
   }
   --transactionDepth_;
   log_.close();
@@ -727,13 +739,13 @@ void ModelData::afterCommit(std::function<void()> action) {
 void ModelData::undo(bool forward) {
   if (inTransaction())
     raise(FrameworkError::UndoInsideTransaction);
-  if (frozen)
-    raise(FrameworkError::ModelFrozen);
+  requireWritable();
   ++frameworkUpdates;
   Step& step = forward ? log_.redo() : log_.undo();
   --frameworkUpdates;
   if (listeners_.empty())
     return;
+  const Model alive(this);
   undoing_ = true; // the history must not move under the listeners
   notify(step, 0, !forward);
   undoing_ = false;
@@ -745,7 +757,10 @@ void ModelData::notify(Step& step, std::size_t from, bool undone) noexcept {
     const std::shared_ptr<ListenerToken::Entry> entry = listeners_[i];
     if (!entry->active)
       continue;
+    ++entry->running;
     runReported([&] { entry->listen(changes); });
+    if (--entry->running == 0 && !entry->active)
+      entry->stop();
   }
   std::erase_if(listeners_, [](const auto& entry) { return !entry->active; });
 }

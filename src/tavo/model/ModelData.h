@@ -31,6 +31,14 @@ private:
 struct ListenerToken::Entry {
   std::function<void(const ChangeSet&)> listen;
   bool active = true;
+  unsigned running = 0; ///< calls that have not returned
+
+  /// What a listener holds on to (its own model, often) is let go as soon as it cannot be called any more.
+  void stop() noexcept {
+    active = false;
+    if (running == 0)
+      listen = nullptr;
+  }
 };
 
 /// Internal. One model. Everything that changes it is a member here or of UndoLog; every change is: reserve what may
@@ -83,7 +91,10 @@ public:
 
   // Transactions
 
+  bool isOpenForWriting() const { return !frozen && !undoing_; }
   void requireWritable() const;
+  /// Raises ModelFrozen while a step of the history is being announced.
+  void requireStillHistory() const;
   void begin() { ++transactionDepth_; }
   /// Ends the innermost transaction; the outermost one announces its changes and becomes a step.
   void commit();

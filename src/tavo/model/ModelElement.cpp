@@ -277,9 +277,14 @@ void ModelElement::Impl::add(const MetaProperty& property, Impl* item, std::size
     data().link(*this, property, *item, list ? itemBefore(*list, position) : nullptr);
     return;
   }
+  if (item->isProxy())
+    raise(FrameworkError::CannotModifyProxy, item->objectClass().name(), property.name());
+  if (item == this)
+    raise(FrameworkError::ContainmentCycle, property.name(), item->objectClass().name());
   if (item->container_ || (property.kind() == FeatureKind::containsOne && one(property)))
     raise(FrameworkError::CannotAddSecondObject, property.name(), item->objectClass().name());
-  for (const Impl* above = this; above; above = above->container_)
+  // Only what has contents can contain this: so building a deep tree from above does not climb it each time.
+  for (const Impl* above = item->hasContents() ? this : nullptr; above; above = above->container_)
     if (above == item)
       raise(FrameworkError::ContainmentCycle, property.name(), item->objectClass().name());
   void* previous = nullptr;
@@ -303,6 +308,24 @@ void ModelElement::Impl::remove(const MetaProperty& property, Impl* item) {
     data().attach(*item, nullptr, nullptr, static_cast<Impl*>(data().topLevel().last()));
 }
 
+bool ModelElement::Impl::hasContents() const {
+  for (const MetaProperty* property : objectClass().containments())
+    if (property->isMany() ? items(*property) && items(*property)->size() > 0 : one(*property) != nullptr)
+      return true;
+  return false;
+}
+
+void ModelElement::Impl::replace(const MetaProperty& property, Impl* child) {
+  Impl* present = one(property);
+  if (present == child)
+    return;
+  Transaction transaction(model());
+  if (present)
+    present->doDestroy();
+  add(property, child);
+  transaction.commit();
+}
+
 ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const BuilderImpl& builder,
                                                    const tavo::Uuid& uuid) {
   requireWritableOwner(*this, property);
@@ -319,8 +342,9 @@ ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property,
   if (keyed)
     add(property, made);
   made->cascadeCreation(builder);
+  const ModelElement handle(made); // a listener may destroy what has just been made
   transaction.commit();
-  return made;
+  return &handle.object();
 }
 
 void ModelElement::Impl::doDestroy(bool withHooks, bool withContents) {

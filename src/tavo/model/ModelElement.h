@@ -237,6 +237,10 @@ public:
   void add(const MetaProperty& property, Impl* item, std::size_t position = static_cast<std::size_t>(-1));
   /// Takes an item out of such a feature: a contained object becomes top-level. Nothing when it is not in there.
   void remove(const MetaProperty& property, Impl* item);
+  /// Destroys the child of a to-one containment, if there is one, and puts another in, as one change.
+  void replace(const MetaProperty& property, Impl* child);
+  /// Whether any containment holds something.
+  bool hasContents() const;
   /// Creates an object directly in a containment of this one, with the features that the builder holds.
   Impl* createInto(const MetaProperty& property, const BuilderImpl& builder, const tavo::Uuid& uuid = {});
 

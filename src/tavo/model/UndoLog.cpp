@@ -31,6 +31,10 @@ void Step::reserveRecords(std::size_t count) {
 void Step::popLast() noexcept {
   --size_;
   --last_->used;
+  dropUnusedChunks();
+}
+
+void Step::dropUnusedChunks() noexcept {
   while (last_->used == 0 && last_->previous) {
     Chunk* emptied = last_;
     last_ = emptied->previous;

@@ -70,7 +70,10 @@ public:
     ++last_->used;
     ++size_;
   }
-  Record& last() { return *record(*last_, last_->used - 1); }
+  Record& last() noexcept {
+    dropUnusedChunks();
+    return *record(*last_, last_->used - 1);
+  }
   /// Room for so many records at once.
   void reserveRecords(std::size_t count);
   void popLast() noexcept;
@@ -105,6 +108,8 @@ private:
     return std::launder(reinterpret_cast<Record*>(chunk.memory + index * sizeof(Record)));
   }
   void addChunk();
+  /// Room that was reserved for records that were never kept, at the end.
+  void dropUnusedChunks() noexcept;
   void dropChunks() noexcept;
 
   alignas(8) std::byte inPlace_[sizeof(Record)];

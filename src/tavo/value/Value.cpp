@@ -3,6 +3,8 @@
 #include "tavo/core/Error.h"
 #include "tavo/core/Errors.h"
 
+#include <cstring>
+
 namespace tavo {
 
 namespace detail {
@@ -59,7 +61,8 @@ int compare(const Value& a, const Value& b) {
     return a.type_->name < b.type_->name ? -1 : 1;
   if (a.type_->compare)
     return a.type_->compare(a.buffer_, b.buffer_);
-  return a.type_->equal(a.buffer_, b.buffer_) ? 0 : detail::compareValues(a.type_->hash ? a.hash() : 0, b.hash() + 1);
+  // Types without an order get one that is good for containers, and holds for this run only.
+  return a.type_->equal(a.buffer_, b.buffer_) ? 0 : std::memcmp(a.buffer_, b.buffer_, a.type_->size);
 }
 
 std::string valueText(const Datatype& type, const void* value) {

@@ -1,0 +1,43 @@
+#include "tests/support/Allocations.h"
+
+#include <cstdlib>
+
+namespace {
+
+constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
+thread_local std::size_t count = 0;
+thread_local std::size_t left = never;
+thread_local bool failed = false;
+
+void* allocate(std::size_t size) {
+  ++count;
+  if (left != never && left-- == 0) {
+    left = never;
+    failed = true;
+    throw std::bad_alloc();
+  }
+  if (void* memory = std::malloc(size ? size : 1))
+    return memory;
+  throw std::bad_alloc();
+}
+
+} // namespace
+
+std::size_t testsupport::allocations() { return count; }
+
+void testsupport::failAllocationAfter(std::size_t more) {
+  failed = false;
+  left = more;
+}
+
+bool testsupport::allocationFailed() {
+  left = never;
+  return failed;
+}
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
