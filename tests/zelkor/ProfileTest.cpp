@@ -283,6 +283,14 @@ TEST_F(ProfileTest, TheFirstFaultInTheOrderOfNamesMakesAProfileUnhealthyUntilItI
   EXPECT_EQ(child.healthCheckErrorOnLoad(), u"");
 }
 
+TEST_F(ProfileTest, AListenerWithAFaultIsReportedAndStopsNothing) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto token = profile.model().addShallowListener([] { throw std::runtime_error("a listener with a fault"); });
+  profile.setFriendlyName(u"friendly");
+  EXPECT_EQ(profile.friendlyName(), u"friendly");
+  EXPECT_EQ(reported(), (std::vector<std::string>{"tavo:messages:ForeignException"}));
+}
+
 TEST_F(ProfileTest, ExportingToAReleaseThatNobodyKnowsTouchesNoFile) {
   const auto profile = Profile::newProfile(u"P");
   const auto path = text(file("old.xml"));

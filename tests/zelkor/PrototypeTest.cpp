@@ -1,7 +1,7 @@
 #include "tests/zelkor/ProfileFixture.h"
 
 #include "zelkor/profile/ProfileResolver.h"
-#include "zelkor/profile/Tag.h"
+#include "zelkor/services/ProxySource.h"
 
 namespace zelkor::profile {
 namespace {
@@ -112,9 +112,19 @@ TEST_F(PrototypeTest, APropertyWithoutValidDefaultIsAFaultOfItsStereotype) {
   const auto profile = Profile::newProfile(u"P");
   const auto made = add(profile, u"S");
   addProperty(made, u"mass");
-  made.checkHealth();
+  made.getPropertySet().getPropertyByName(u"mass").setDefaultPropertyValue(u"12345", u"*");
   profile.checkHealth();
   EXPECT_FALSE(profile.getIsUnhealthyOnLoad());
+  save(profile);
+  catalog().unloadAllProfiles();
+  auto content = contentOf(file("P.xml"));
+  ASSERT_NE(content.find("12345"), content.npos);
+  write(file("P.xml"), content.replace(content.find("12345"), 5, "]"));
+
+  const auto loaded = Profile::loadFromFile(u"P");
+  EXPECT_TRUE(loaded.getIsUnhealthyOnLoad());
+  EXPECT_ERROR(loaded.prototypes().front().checkHealth(), "Velmora:Property:InvalidDefaultValue", "P.S.mass", "]");
+  EXPECT_TRUE(catalog().getIsThisOrAnyDependentProfileUnhealthyOnLoad(loaded));
 }
 
 TEST_F(PrototypeTest, ANewNameIsThatOfItsPropertySetToo) {
@@ -158,7 +168,9 @@ TEST_F(PrototypeTest, ParentsInAnotherProfileBindAgainThroughUnloadingChangeAndR
   add(parent, u"Added", u"zelkor.Port");
   save(parent);
   Profile::unload(u"Parent");
+  EXPECT_FALSE(derived.parentProxy().findTargetElement());
   parent = Profile::loadFromFile(u"Parent");
+  EXPECT_TRUE(derived.parentProxy().findTargetElement()); // without another look for the file
   EXPECT_EQ(derived.getParent().getFullyQualifiedName(), u"Parent.Basis");
   EXPECT_EQ(derived.getParent().model(), parent.model());
 

@@ -1,6 +1,7 @@
 #include "zelkor/framework/Diagnostics.h"
 
 #include "kavra/Diagnostics.h"
+#include "tavo/model/Model.h"
 
 namespace zelkor {
 namespace {
@@ -10,6 +11,12 @@ std::string readable(const tavo::Error& error) {
   const tavo::Error alone(error.id(), error.arguments());
   return alone.what();
 }
+
+/// Listeners of models that raise are reported like everything else.
+const bool listenersReport = [] {
+  tavo::setListenerErrorHandler([](const std::exception& error) { reportWarning(error); });
+  return true;
+}();
 
 } // namespace
 

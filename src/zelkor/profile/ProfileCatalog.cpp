@@ -59,12 +59,26 @@ void ProfileCatalog::addProfile(const Profile& profile) {
   }
   ModelIdentifier::createModelIdentifier(model, u"profile", name);
   enter(name, model);
+  bindReferences(profile);
 }
 
 void ProfileCatalog::enter(const tavo::String& name, const tavo::Model& model) {
-  // The listener knows the model by its address: with a handle it would keep the model alive.
-  auto follower = model.addShallowListener([this, address = model.get()] { followName(address); });
-  loaded_.insert_or_assign(name, Entry{model, std::move(follower), {}});
+  // An entry stays where it is under whatever key, and its listener goes with it.
+  Entry& entry = loaded_.insert_or_assign(name, Entry{name, model, {}, {}}).first->second;
+  try {
+    entry.follower = model.addShallowListener([this, &entry] { followName(entry); });
+  } catch (...) {
+    loaded_.erase(name);
+    throw;
+  }
+}
+
+void ProfileCatalog::bindReferences(const Profile& profile) const {
+  const auto name = profile.getName();
+  for (const auto& referring : tavo::Constellation::process().models())
+    if (const auto resolver = ProfileResolver::findModelResolver(referring, name);
+        resolver && !resolver.getReferencedModel())
+      resolver.setReferencedModel(profile.model());
 }
 
 bool ProfileCatalog::unloadProfile(const tavo::String& name) {
@@ -118,25 +132,23 @@ void ProfileCatalog::aboutToSetProfileName(const tavo::String& oldName, const ta
   }
 }
 
-void ProfileCatalog::followName(tavo::ModelData* model) {
-  const auto entry = std::ranges::find(loaded_, model, [](const auto& each) { return each.second.model.get(); });
-  if (entry == loaded_.end())
-    return;
-  const auto profile = Profile::getProfile(entry->second.model);
-  if (!profile || profile.p_Name() == entry->first || profile.p_Name() == entry->second.refused)
+void ProfileCatalog::followName(Entry& entry) {
+  const auto profile = Profile::getProfile(entry.model);
+  if (!profile || profile.p_Name() == entry.name || profile.p_Name() == entry.refused)
     return;
 
   const tavo::String name = profile.p_Name();
-  const tavo::String oldName = entry->first;
+  const tavo::String oldName = std::exchange(entry.name, name);
   if (loaded_.contains(name) || !isValidName(name)) {
     // Undo can bring back a name that somebody else has taken meanwhile. The profile stays filed under the other one.
-    entry->second.refused = name;
+    entry.name = oldName;
+    entry.refused = name;
     return warn(ProfileError::ProfileAlreadyExists, name);
   }
-  auto moved = loaded_.extract(entry);
+  auto moved = loaded_.extract(oldName);
   moved.key() = name;
-  moved.mapped().refused = {};
   loaded_.insert(std::move(moved));
+  entry.refused = {};
 
   followInDefaults(oldName, name);
   for (const auto& [other, referring] : loaded_) {

@@ -96,6 +96,7 @@ public:
 
 private:
   struct Entry {
+    tavo::String name; ///< the key
     tavo::Model model;
     tavo::ListenerToken follower;
     tavo::String refused; ///< a name that it came to have and could not be filed under
@@ -108,7 +109,9 @@ private:
   void enter(const tavo::String& name, const tavo::Model& model);
   /// Unbinds what loaded profiles refer to in the profile of that name.
   void letGoOf(const tavo::String& name) const;
-  void followName(tavo::ModelData* model);
+  /// Binds what other models refer to in a profile that has come, or come back.
+  void bindReferences(const Profile& profile) const;
+  void followName(Entry& entry);
   void followInDefaults(const tavo::String& oldName, const tavo::String& newName);
   void leadResolversToRenamed(const Profile& profile) const;
   void finishLoading(const tavo::Model& model);

@@ -108,8 +108,10 @@ private:
     catalog_.attempt_ = nullptr; // handlers may load
     succeeded_ = true;
     for (const auto& model : complete)
-      if (const auto profile = Profile::getProfile(model))
+      if (const auto profile = Profile::getProfile(model)) {
+        catalog_.bindReferences(profile);
         ModelEventBroadcastSystem::instance().triggerEvent(ModelEventType::profileLoaded, profile.getName(), profile);
+      }
   }
 
   void takeBack() noexcept {
