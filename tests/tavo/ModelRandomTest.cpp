@@ -29,7 +29,6 @@ struct PlainNode {
   int container = nobody;
   Name containing;
   std::map<Name, std::vector<int>> objects; ///< of every feature that holds objects, to one or to many
-  friend bool operator==(const PlainNode&, const PlainNode&) = default;
 };
 
 const MetaProperty& feature(const Name& name) { return Node::metaClass().property(name); }
