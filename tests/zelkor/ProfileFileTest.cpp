@@ -289,31 +289,38 @@ TEST_F(ProfileFileTest, AFileThatSomebodyElseWroteIsNotOverwritten) {
 TEST_F(ProfileFileTest, ASaveThatFailsAnywhereLeavesTheOldFileOrTheNewOneAndSaysTheTruthAboutIt) {
   const auto profile = Profile::newProfile(u"P");
   save(profile);
-  bool succeeded = false;
-  for (std::size_t step = 0; !succeeded; ++step) {
-    ASSERT_LT(step, 10000u);
+  FaultyFileSystem healthy;
+  {
+    const tavo::ScopedFileSystem installed(healthy);
+    profile.saveToFile(u"");
+  }
+  std::size_t failures = 0;
+  for (std::size_t step = 0; step < healthy.calls.size(); ++step) {
+    // Of the many writes, the first and the last.
+    if (step > 0 && step + 1 < healthy.calls.size() && healthy.calls[step - 1] == "write" &&
+        healthy.calls[step] == "write" && healthy.calls[step + 1] == "write")
+      continue;
+    SCOPED_TRACE(healthy.calls[step]);
     profile.saveToFile(u"");
     const auto before = contentOf(file("P.xml"));
-    profile.setDescription(text("round " + std::to_string(step)));
+    profile.setDescription(text("round " + std::to_string(100000 + step)));
     FaultyFileSystem faulty;
     faulty.failing = step;
     bool notSynced = false;
     try {
       const tavo::ScopedFileSystem installed(faulty);
       profile.saveToFile(u"");
-      succeeded = faulty.calls.size() <= step;
     } catch (const tavo::Error& error) {
+      ++failures;
       notSynced = error.id() == "tavo:io:SavedButNotSynced";
     }
     const auto after = contentOf(file("P.xml"));
-    EXPECT_EQ(profile.dirty(), after == before) << step;
+    EXPECT_EQ(profile.dirty(), after == before);
     EXPECT_TRUE(!notSynced || after != before);
     EXPECT_EQ(profile.filePath(), text(file("P.xml")));
-    std::size_t files = 0;
-    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder_))
-      ++files;
-    EXPECT_EQ(files, 2u) << step; // the profile and the working folder
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 2); // the profile and the working folder
   }
+  EXPECT_GT(failures, 8u);
 }
 
 TEST_F(ProfileFileTest, ALoadWhoseFileCannotBeReadToTheEndLeavesNothing) {

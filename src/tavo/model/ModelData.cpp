@@ -216,10 +216,10 @@ Extent* ModelData::extentOf(const MetaClass& metaClass) const {
 Extent& ModelData::extentFor(const MetaClass& metaClass) {
   if (lastExtent_ && &lastExtent_->metaClass() == &metaClass)
     return *lastExtent_;
-  auto& extent = extents_[&metaClass];
-  if (!extent)
-    extent = std::make_unique<Extent>(this, metaClass);
-  return *(lastExtent_ = extent.get());
+  if (const auto known = extents_.find(&metaClass); known != extents_.end())
+    return *(lastExtent_ = known->second.get());
+  auto extent = std::make_unique<Extent>(this, metaClass);
+  return *(lastExtent_ = extents_.emplace(&metaClass, std::move(extent)).first->second.get());
 }
 
 void ModelData::reserveIdentities(std::size_t more) {
