@@ -2,6 +2,8 @@
 // and again.
 #pragma once
 
+#include "kavra/Error.h"
+#include "kavra/Literals.h"
 #include "kavra/standalone/StandaloneHost.h"
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"

@@ -1,0 +1,136 @@
+#include "tests/zelkor/PropertyFixture.h"
+
+#include "zelkor/property/PropertySetResolver.impl.h"
+#include "zelkor/services/CurrentModelResolver.h"
+#include "zelkor/services/LostModelResolver.h"
+#include "zelkor/services/ModelIdentifier.h"
+#include "zelkor/services/Proxies.h"
+
+namespace zelkor::test {
+
+using namespace services::proxy;
+using property::PropertySetResolver;
+
+/// A value in `model` whose type is in `library`.
+class ProxiesTest : public PropertyTest {
+protected:
+  ProxiesTest() {
+    library = tavo::Model::create();
+    ModelIdentifier::createModelIdentifier(library, u"profile", u"Metals");
+    density = FloatType::makeFloatType(library);
+    density.setName(u"density");
+    density.setMax(20);
+    density.setMin(1);
+    resolver = makeResolver();
+    resolver.setReferencedModel(library);
+    value = Value::create(model);
+    object(value).getValueTypeProxyMutable().add(ProxySource::createProxySource(density, value, resolver, false));
+  }
+
+  PropertySetResolver makeResolver() const {
+    auto made = PropertySetResolver::create(model);
+    made.setURI(u"Metals");
+    return made;
+  }
+  static Value::Impl& object(const Value& of) { return static_cast<Value::Impl&>(of.object()); }
+
+  tavo::Model library;
+  FloatType density;
+  PropertySetResolver resolver;
+  Value value;
+};
+
+TEST_F(ProxiesTest, ATypeOfAnotherModelIsAsGoodAsAnyOther) {
+  EXPECT_EQ(value.getType(), density);
+  EXPECT_EQ(value.getExpression(), u"1");
+  value.setExpression(u"7.8");
+  EXPECT_EQ(value.valueTypeProxy().getTargetName(), u"Metals.density");
+  EXPECT_TRUE(value.valueTypeProxy().pointsTo(density));
+  value.setType(density);
+  EXPECT_EQ(resolver.proxies().size(), 1u);
+}
+
+TEST_F(ProxiesTest, AMissingTypeCostsNothing) {
+  value.setExpression(u"7.8");
+  library.destroy();
+  EXPECT_FALSE(value.getType());
+  EXPECT_EQ(value.getExpression(), u"7.8");
+  EXPECT_EQ(value.getValueIfExists(), number(7.8));
+  EXPECT_ERROR_UNCHANGED(model, value.setExpression(u"8"), "Velmora:Property:UnresolvedPropertyDefinition",
+                         "Metals.density");
+  try {
+    value.valueTypeProxy().getTargetElement();
+    FAIL() << "the target is gone";
+  } catch (const tavo::Error& error) {
+    EXPECT_EQ(error.id(), "Velmora:Property:FailedProxyResolve");
+    EXPECT_EQ(error.arguments(), (std::vector<tavo::String>{u"Metals.density", u"Metals"}));
+  }
+
+  const auto copy = value.clone(model);
+  EXPECT_EQ(copy.storedExpression(), u"7.8");
+  EXPECT_EQ(copy.valueTypeProxy().target(), value.valueTypeProxy().target());
+  const auto elsewhere = tavo::Model::create();
+  EXPECT_EQ(value.clone(elsewhere).valueTypeProxy().getTargetName(), u"Metals.density");
+  value.setExpression(u"");
+  EXPECT_EQ(value.getExpression(), u"");
+  EXPECT_TRUE(model.undo());
+  EXPECT_EQ(value.getExpression(), u"7.8");
+}
+
+TEST_F(ProxiesTest, AReloadedModelIsBoundByIdentity) {
+  const auto id = density.Uuid();
+  library.destroy();
+  EXPECT_FALSE(value.getType());
+
+  library = tavo::Model::create();
+  const auto again = library.create<FloatType>(id);
+  resolver.setReferencedModel(library);
+  EXPECT_EQ(value.getType(), again);
+  EXPECT_FALSE(density);
+}
+
+TEST_F(ProxiesTest, ADestroyedResolverLeavesWhatItTakesToFindTheTargetsAgain) {
+  value.setExpression(u"7.8");
+  const auto target = value.valueTypeProxy().target();
+  resolver.destroy();
+  EXPECT_EQ(value.valueTypeProxy().target(), target);
+  EXPECT_FALSE(value.getType());
+  EXPECT_EQ(value.valueTypeProxy().getTargetName(), u"Metals.density");
+  tavo::checkInvariants(model);
+
+  const auto other = makeResolver();
+  other.setReferencedModel(library);
+  EXPECT_EQ(value.getType(), density);
+  EXPECT_EQ(target.resolver(), other);
+  EXPECT_FALSE(model.findTopLevel<LostModelResolver>());
+}
+
+TEST_F(ProxiesTest, ATargetGoesWithItsLastSource) {
+  value.setType(builtIn(u"double"));
+  EXPECT_TRUE(resolver.proxies().empty());
+  EXPECT_TRUE(model.undo());
+  EXPECT_EQ(value.getType(), density);
+}
+
+TEST_F(ProxiesTest, AModelWithoutANameCannotBeReferredTo) {
+  const auto nameless = tavo::Model::create();
+  const auto type = FloatType::makeFloatType(nameless);
+  EXPECT_ERROR_UNCHANGED(model, value.setType(type), "Velmora:Property:ModelCannotBeReferred");
+}
+
+TEST_F(ProxiesTest, ReferencesWithinAModelSurviveItsFile) {
+  auto definition = set.addProperty(u"p", u"int8");
+  definition.defaultValue().setExpression(u"5");
+  const auto text = tavo::treeText(set); // what it refers to in the model is kept as identities
+  EXPECT_NE(text.toUtf8().find("int8"), std::string::npos);
+  EXPECT_EQ(CurrentModelResolver::createResolver(model), CurrentModelResolver::createResolver(model));
+}
+
+TEST_F(ProxiesTest, ModelsHaveOneIdentifier) {
+  const auto identifier = ModelIdentifier::getModelIdentifier(library);
+  EXPECT_EQ(ModelIdentifier::createModelIdentifier(library, u"profile", u"Alloys"), identifier);
+  EXPECT_EQ(identifier.uRI(), u"Alloys");
+  EXPECT_FALSE(ModelIdentifier::getModelIdentifier(model));
+}
+
+} // namespace zelkor::test

@@ -1,0 +1,136 @@
+// What holds for all types and values, on random ones.
+#include "tests/zelkor/PropertyFixture.h"
+
+#include "zelkor/property/BooleanType.h"
+#include "zelkor/property/Enumeration.h"
+
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+
+namespace zelkor::test {
+
+class RandomPropertiesTest : public PropertyTest {
+protected:
+  static std::vector<std::uint64_t> anyDimensions() {
+    return *rc::gen::resize(4, rc::gen::container<std::vector<std::uint64_t>>(rc::gen::inRange<std::uint64_t>(0, 4)));
+  }
+  /// Doubles of all magnitudes.
+  static double anyNumber() {
+    const auto mantissa =
+        static_cast<double>(*rc::gen::inRange<std::int64_t>(-(std::int64_t{1} << 53), std::int64_t{1} << 53));
+    return std::ldexp(mantissa, *rc::gen::inRange(-90, 60));
+  }
+  static std::int64_t anyInteger() { return *rc::gen::arbitrary<std::int64_t>() >> *rc::gen::inRange(0, 63); }
+  FloatType anyFloatType() {
+    auto [lo, hi] = std::minmax({anyNumber(), anyNumber()});
+    const bool isSingle = *rc::gen::arbitrary<bool>();
+    return floatType(lo, hi, isSingle ? u"single" : u"double");
+  }
+  IntegerType anyIntegerType() {
+    static const std::u16string_view roots[] = {u"int8",  u"uint8",  u"int16", u"uint16",
+                                                u"int32", u"uint32", u"int64", u"uint64"};
+    const auto root = builtIn(*rc::gen::elementOf(std::vector<std::u16string_view>(std::begin(roots), std::end(roots))))
+                          .cast<IntegerType>();
+    const auto within = [&](std::int64_t x) { return std::clamp(x, *root.getMinValue(), *root.getMaxValue()); };
+    auto [lo, hi] = std::minmax({within(anyInteger()), within(anyInteger())});
+    return integerType(lo, hi, root.p_Name());
+  }
+};
+
+RC_GTEST_FIXTURE_PROP(RandomPropertiesTest, DefaultsReadBackExactly, ()) {
+  const int kind = *rc::gen::inRange(0, 4);
+  const ValueType type = kind == 0   ? ValueType(anyFloatType())
+                         : kind == 1 ? ValueType(anyIntegerType())
+                         : kind == 2 ? ValueType(property::BooleanType::makeBooleanType(model))
+                                     : ValueType(property::Enumeration::makeEnumeration(model, u"Colors"));
+  type.setDimensions(anyDimensions());
+  const auto text = type.makeDefaultExpression();
+  RC_LOG() << text.toUtf8() << "\n";
+  const auto read = type.validateExpression(text);
+  RC_ASSERT(read == type.makeDefaultValue({}));
+}
+
+RC_GTEST_FIXTURE_PROP(RandomPropertiesTest, NumbersComeBackAsTheirShortestText, ()) {
+  const auto value = valueOf(builtIn(u"double"));
+  const double x = anyNumber();
+  value.setExpression(tavo::String::fromUtf8(kavra::shortestLiteral(x)));
+  RC_ASSERT(value.cachedValue() == number(x));
+  const auto whole = valueOf(builtIn(u"int64"));
+  const auto n = anyInteger();
+  whole.setExpression(tavo::String::fromUtf8(std::to_string(n)));
+  RC_ASSERT(whole.cachedValue() == int64(n));
+}
+
+RC_GTEST_FIXTURE_PROP(RandomPropertiesTest, WhateverIsDoneCanBeTakenBack, ()) {
+  const std::vector<tavo::String> names = {u"a", u"b", u"c", u"d"};
+  const std::vector<tavo::String> types = {u"double", u"int8", u"string", u"boolean", u"stringArray", u"Colors"};
+  const std::vector<tavo::String> texts = {u"", u"5", u"-1.5", u"true", u"'Red'", u"{'x'}", u"[1 2 3]", u"]"};
+  const auto any = [](const auto& from) { return *rc::gen::elementOf(from); };
+  const auto bound = [] { return number(*rc::gen::inRange(-3, 8)); };
+  model.clearHistory();
+  const auto before = stateOf(model);
+
+  const int count = *rc::gen::inRange(1, 25);
+  for (int i = 0; i < count; ++i) {
+    const auto definition = set.getPropertyByName(any(names));
+    const auto state = stateOf(model);
+    try {
+      switch (*rc::gen::inRange(0, definition ? 10 : 2)) {
+      case 0:
+        set.addProperty(any(names), any(types));
+        break;
+      case 1:
+        set.moveProperty(*rc::gen::inRange(0u, 5u), *rc::gen::inRange(0u, 5u));
+        break;
+      case 2:
+        set.removeProperty(definition.getName());
+        break;
+      case 3:
+        definition.setName(any(names));
+        break;
+      case 4:
+        definition.setBaseType(any(types));
+        break;
+      case 5:
+        definition.setDimensions(anyDimensions());
+        break;
+      case 6:
+        definition.setMinAndMax(bound(), bound());
+        break;
+      case 7:
+        definition.setUnit(any(std::vector<tavo::String>{u"", u"m", u"km", u"s"}));
+        break;
+      case 8:
+        definition.defaultValue().setUnits(any(std::vector<tavo::String>{u"", u"m", u"km", u"s"}));
+        break;
+      default:
+        definition.defaultValue().setExpression(any(texts));
+        break;
+      }
+    } catch (const tavo::Error&) {
+      RC_ASSERT(stateOf(model) == state);
+    }
+    for (const auto& each : set.getAllProperties()) {
+      RC_ASSERT(each == set.getPropertyByIndex(each.p_Index()));
+      RC_ASSERT(each.p_Index() < set.properties().size());
+      each.checkHealth();
+    }
+  }
+
+  const auto after = stateOf(model);
+  std::vector<kavra::HostArray> arrays;
+  for (const auto& each : set.getAllProperties())
+    arrays.push_back(each.defaultValue().getValueIfExists());
+  while (model.undo())
+    tavo::checkInvariants(model);
+  RC_ASSERT(stateOf(model) == before);
+  while (model.redo()) {
+  }
+  RC_ASSERT(stateOf(model) == after);
+  std::size_t i = 0;
+  for (const auto& each : set.getAllProperties())
+    RC_ASSERT(each.defaultValue().getValueIfExists() == arrays[i++]);
+}
+
+} // namespace zelkor::test
