@@ -57,6 +57,7 @@ TEST_F(ProfileFaultTest, AProfileIsLoadedWithWhatItNeedsOrNotAtAll) {
                                         EXPECT_EQ(announced, "");
                                       });
   EXPECT_GT(failures, 100u);
+  EXPECT_FALSE(Profile::findLoadedProfile(u"Child").getIsUnhealthyOnLoad());
   EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Child", u"Parent"}));
 }
 

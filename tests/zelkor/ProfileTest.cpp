@@ -3,6 +3,7 @@
 #include "zelkor/profile/DefaultStereotypeMap.h"
 #include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/profile/Tag.h"
+#include "zelkor/property/PropertySetResolver.h"
 #include "zelkor/property/ValueType.h"
 #include "zelkor/services/ModelIdentifier.h"
 
@@ -244,6 +245,25 @@ TEST_F(ProfileTest, DependenciesAreTheProfilesThatSomethingRefersTo) {
   parent.checkProfileCircularDependency(child);
   ASSERT_TRUE(child.model().undo());
   EXPECT_TRUE(child.isDependentOnProfile(u"Parent"));
+}
+
+TEST_F(ProfileTest, AModelHasOneResolverPerNameAndKind) {
+  const auto model = tavo::Model::create();
+  EXPECT_FALSE(ProfileResolver::findModelResolver(model, u"P"));
+  const auto made = ProfileResolver::createResolver(model, u"P");
+  const auto otherCase = ProfileResolver::createResolver(model, u"p");
+  const auto otherKind = property::PropertySetResolver::createResolver(model, u"P");
+  EXPECT_EQ(ProfileResolver::createResolver(model, u"P"), made);
+  EXPECT_EQ(ProfileResolver::findModelResolver(model, u"p"), otherCase);
+  EXPECT_NE(otherCase, made);
+
+  const auto profile = Profile::newProfile(u"P");
+  made.load();
+  otherKind.load();
+  EXPECT_EQ(made.getReferencedModel(), profile.model());
+  EXPECT_FALSE(otherKind.getReferencedModel());
+  EXPECT_ERROR(otherCase.load(), "Velmora:Profile:ProfileNotFound");
+  EXPECT_ERROR(ProfileResolver::createResolver(model, u"../P").load(), "Velmora:Profile:InvalidProfileName", "../P");
 }
 
 TEST_F(ProfileTest, AMissingDependencyIsMissedAndNamed) {

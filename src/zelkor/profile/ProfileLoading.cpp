@@ -103,15 +103,26 @@ private:
   void finish() {
     for (std::size_t i = 0; i < catalog_.complete_.size(); ++i)
       catalog_.finishLoading(tavo::Model(catalog_.complete_[i]));
+    for (const auto& model : catalog_.complete_)
+      catalog_.bindReferences(Profile::getProfile(model));
+
     const auto complete = std::exchange(catalog_.complete_, {});
     catalog_.arrived_.clear();
-    catalog_.attempt_ = nullptr; // handlers may load
+    catalog_.attempt_ = nullptr; // who hears of it may load more
     succeeded_ = true;
     for (const auto& model : complete)
-      if (const auto profile = Profile::getProfile(model)) {
-        catalog_.bindReferences(profile);
-        ModelEventBroadcastSystem::instance().triggerEvent(ModelEventType::profileLoaded, profile.getName(), profile);
-      }
+      announce(model);
+  }
+
+  static void announce(const tavo::Model& model) {
+    const auto profile = Profile::getProfile(model);
+    if (!profile) // who heard of another one has unloaded it
+      return;
+    try {
+      ModelEventBroadcastSystem::instance().triggerEvent(ModelEventType::profileLoaded, profile.getName(), profile);
+    } catch (const std::exception& error) {
+      reportWarning(error); // it is loaded all the same
+    }
   }
 
   void takeBack() noexcept {

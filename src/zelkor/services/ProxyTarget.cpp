@@ -4,6 +4,8 @@
 #include "zelkor/services/ModelResolver.h"
 #include "zelkor/services/ProxiableElement.h"
 
+#include <new>
+
 namespace zelkor::services::proxy {
 namespace {
 
@@ -22,6 +24,8 @@ ProxiableElement ProxyTarget::Impl::resolve() const {
   if (resolver)
     try {
       resolver.load();
+    } catch (const std::bad_alloc&) {
+      throw; // says nothing about the target
     } catch (const std::exception& error) {
       raiseBecause(error, PropertyError::FailedProxyResolve, getTargetName(), uri);
     }
