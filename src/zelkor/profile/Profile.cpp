@@ -71,7 +71,6 @@ bool leadsTo(const Profile& from, const Profile& goal, std::set<tavo::String>& v
 }
 
 void requireNoCircle(const Profile& profile) {
-  std::set<tavo::String> visited;
   for (const auto& name : profile.getDependentProfiles())
     if (const auto dependency = ProfileCatalog::instance().getProfile(name))
       profile.checkProfileCircularDependency(dependency);

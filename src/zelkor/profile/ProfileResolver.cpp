@@ -10,7 +10,11 @@ ProfileResolver ProfileResolver::findModelResolver(const tavo::Model& model, con
 }
 
 ProfileResolver ProfileResolver::createResolver(const tavo::Model& model, const tavo::String& name) {
-  return services::proxy::findOrCreateResolver<ProfileResolver>(model, name);
+  const auto resolver = services::proxy::findOrCreateResolver<ProfileResolver>(model, name);
+  // What is loaded already can be reached without asking for it.
+  if (const auto profile = ProfileCatalog::instance().getProfile(name); profile && !resolver.getReferencedModel())
+    resolver.setReferencedModel(profile.model());
+  return resolver;
 }
 
 void ProfileResolver::Impl::load() { setReferencedModel(ProfileCatalog::instance().loadProfileNamed(getURI())); }

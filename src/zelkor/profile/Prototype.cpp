@@ -43,6 +43,19 @@ std::vector<tavo::String> propertyNames(const Prototype& prototype) {
   return set ? set.getAllPropertyNames() : std::vector<tavo::String>();
 }
 
+/// Whether the ancestor is above the stereotype, as far as that can be said without loading anything.
+bool isBelow(const Prototype& prototype, const Prototype& ancestor) {
+  std::vector<Prototype> line;
+  for (auto next = prototype; next && !contains(line, next);) {
+    line.push_back(next);
+    const auto proxy = next.parentProxy();
+    next = proxy ? proxy.findTargetElement().as<Prototype>() : Prototype();
+    if (next == ancestor)
+      return true;
+  }
+  return false;
+}
+
 /// The loaded stereotypes below one; those of its own profile count even when that is in no catalog yet.
 std::vector<Prototype> descendantsOf(const Prototype& ancestor) {
   auto profiles = ProfileCatalog::instance().getProfilesInCatalog();
@@ -51,7 +64,7 @@ std::vector<Prototype> descendantsOf(const Prototype& ancestor) {
   std::vector<Prototype> found;
   for (const auto& profile : profiles)
     for (const auto& prototype : profile.prototypes().toVector())
-      if (prototype.isDerivedFrom(ancestor))
+      if (prototype != ancestor && isBelow(prototype, ancestor))
         found.push_back(prototype);
   return found;
 }
