@@ -230,18 +230,19 @@ TEST_F(PropertySetTest, AnotherTypeTakesTheDefaultAlongWhenItCan) {
       {u"string", u"'a'", u"double", "Velmora:Property:DefaultValueIncompatibleWithType"},
       {u"string", u"'Red'", u"Colors", ""},
       {u"string", u"{'a'}", u"stringArray", ""},
+      {u"string", u"'Dull'", u"paint.Gloss", ""},
       {u"boolean", u"true", u"double", "Velmora:Property:DefaultValueIncompatibleWithType"},
       {u"boolean", u"", u"double", ""},
   };
-  for (const auto& [from, text, to, error] : moves) {
-    SCOPED_TRACE(error);
-    auto definition = property(from, text);
-    if (*error) {
-      EXPECT_ERROR_UNCHANGED(model, definition.setBaseType(to), error);
+  for (const auto& move : moves) {
+    SCOPED_TRACE(move.error);
+    auto definition = property(move.from, move.text);
+    if (*move.error) {
+      EXPECT_ERROR_UNCHANGED(model, definition.setBaseType(move.to), move.error);
     } else {
-      definition.setBaseType(to);
-      EXPECT_EQ(definition.getBaseType(), to);
-      EXPECT_EQ(definition.defaultValue().storedExpression(), text);
+      definition.setBaseType(move.to);
+      EXPECT_EQ(definition.getBaseType(), move.to);
+      EXPECT_EQ(definition.defaultValue().storedExpression(), move.text);
       definition.checkHealth();
     }
     set.removeProperty(u"p");

@@ -1,7 +1,6 @@
 #include "tests/zelkor/PropertyFixture.h"
 
 #include "zelkor/property/PropertySetResolver.impl.h"
-#include "zelkor/services/CurrentModelResolver.h"
 #include "zelkor/services/LostModelResolver.h"
 #include "zelkor/services/ModelIdentifier.h"
 #include "zelkor/services/Proxies.h"
@@ -118,12 +117,25 @@ TEST_F(ProxiesTest, AModelWithoutANameCannotBeReferredTo) {
   EXPECT_ERROR_UNCHANGED(model, value.setType(type), "Velmora:Property:ModelCannotBeReferred");
 }
 
-TEST_F(ProxiesTest, ReferencesWithinAModelSurviveItsFile) {
-  auto definition = set.addProperty(u"p", u"int8");
-  definition.defaultValue().setExpression(u"5");
-  const auto text = tavo::treeText(set); // what it refers to in the model is kept as identities
-  EXPECT_NE(text.toUtf8().find("int8"), std::string::npos);
-  EXPECT_EQ(CurrentModelResolver::createResolver(model), CurrentModelResolver::createResolver(model));
+TEST_F(ProxiesTest, ReferencesWithinAModelComeBackWithItsFile) {
+  const auto written = tavo::Model::create();
+  const auto motor = profile::Profile::createProfile(written, u"Drives").addPropertySet(u"Motor");
+  const auto speed = motor.addProperty(u"speed", u"int8");
+  speed.setDefaultPropertyValue(u"5", u"*");
+  speed.setMinAndMax(int64(0), int64(10));
+  motor.addEnumProperty(u"color", u"Colors");
+
+  const auto text = tavo::modelText(written);
+  const auto read = tavo::Model::create();
+  tavo::readModel(text, "Drives", read);
+  EXPECT_EQ(tavo::modelText(read), text);
+  const auto copy = read.find<PropertyDefinition>(speed.Uuid());
+  EXPECT_EQ(copy.getType(), copy.ownedType());
+  EXPECT_EQ(copy.getBaseType(), u"int8");
+  EXPECT_FALSE(copy.defaultValue().cachedValue());
+  EXPECT_EQ(copy.defaultValue().getValueIfExists(), kavra::HostArray::scalar(std::int8_t{5}));
+  EXPECT_ERROR_UNCHANGED(read, copy.setMax(int64(4)), "Velmora:Property:InvalidMaxForDefaultValue", "5", "4");
+  tavo::checkInvariants(read);
 }
 
 TEST_F(ProxiesTest, ModelsHaveOneIdentifier) {

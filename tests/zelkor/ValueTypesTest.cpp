@@ -174,12 +174,12 @@ TEST_F(ValueTypesTest, WholeNumbersAreReadDigitForDigit) {
       {std::numeric_limits<std::int64_t>::max(), u"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
       {std::numeric_limits<std::int64_t>::max(), u"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
   };
-  for (const auto& [max, text, value] : rows) {
-    auto type = integerType(std::numeric_limits<std::int64_t>::min(), max);
-    if (value)
-      EXPECT_EQ(type.validateExpression(text), int64(*value));
+  for (const auto& row : rows) {
+    auto type = integerType(std::numeric_limits<std::int64_t>::min(), row.max);
+    if (row.value)
+      EXPECT_EQ(type.validateExpression(row.text), int64(*row.value));
     else
-      EXPECT_ERROR(type.validateExpression(text), "Velmora:Property:InvalidIntegerPropValueMinMax");
+      EXPECT_ERROR(type.validateExpression(row.text), "Velmora:Property:InvalidIntegerPropValueMinMax");
   }
 }
 
