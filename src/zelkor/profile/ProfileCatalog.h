@@ -77,7 +77,7 @@ public:
   bool getIsThisOrAnyDependentProfileUnhealthyOnLoad(const Profile& profile) const;
   bool allProfilesReadyForImport(const std::vector<Profile>& profiles) const;
 
-  // The stereotype that new elements of a class of the host get in this session
+  // The stereotype that new elements of a class of the host get, until the process ends
 
   /// The class whose default the stereotype is, or empty.
   tavo::String getDefaultPrototypeClass(const tavo::String& fullyQualifiedName) const;
