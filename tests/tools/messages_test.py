@@ -16,8 +16,16 @@ struct TestError {
   /// () Nothing works.
   static constexpr ErrorId Nothing{"test:io:Nothing"};
 };
+
+struct OtherError {
+  /// () Each component has an order of its own.
+  static constexpr ErrorId Asleep{"test:more:Asleep"};
+};
 """
 MESSAGES = """
+["test:more"]
+Asleep = "It sleeps."
+
 ["test:io"]
 CannotRead = 'The "file" {0}\\n is asleep: {1}, {1}. \u20ac'
 Nothing = "Nothing works."
