@@ -12,6 +12,8 @@ struct TextError {
   static constexpr ErrorId BuiltInName{"zelkor:text:BuiltInName"};
   /// (file, difference) A profile holds something that the text form cannot say.
   static constexpr ErrorId CannotDescribe{"zelkor:text:CannotDescribe"};
+  /// () The standard output takes no more.
+  static constexpr ErrorId CannotPrint{"zelkor:text:CannotPrint"};
   /// (things) Parents, base types or profiles lead back to where they started.
   static constexpr ErrorId Cycle{"zelkor:text:Cycle"};
   /// (kind, name, line) A name stands twice.
@@ -20,14 +22,26 @@ struct TextError {
   static constexpr ErrorId InvalidIdentity{"zelkor:text:InvalidIdentity"};
   /// (kind, name) A name is not valid.
   static constexpr ErrorId InvalidName{"zelkor:text:InvalidName"};
+  /// (enumeration) The members of an enumeration cannot be found.
+  static constexpr ErrorId MissingEnumeration{"zelkor:text:MissingEnumeration"};
   /// (table, key) A key that must be there is not.
   static constexpr ErrorId MissingKey{"zelkor:text:MissingKey"};
+  /// (name, reference) Something refers to a thing that cannot be had.
+  static constexpr ErrorId MissingTarget{"zelkor:text:MissingTarget"};
   /// (keys) Two keys exclude each other.
   static constexpr ErrorId OneOf{"zelkor:text:OneOf"};
+  /// (file, name) An output is not named after its profile.
+  static constexpr ErrorId OutputName{"zelkor:text:OutputName"};
+  /// (identity, path, path) Two objects are to have one identity.
+  static constexpr ErrorId SharedIdentity{"zelkor:text:SharedIdentity"};
   /// (problem) The text is no TOML.
   static constexpr ErrorId Syntax{"zelkor:text:Syntax"};
   /// (profile) A profile is referred to that `dependsOn` does not list.
   static constexpr ErrorId UndeclaredDependency{"zelkor:text:UndeclaredDependency"};
+  /// (message) The health check finds a fault.
+  static constexpr ErrorId Unhealthy{"zelkor:text:Unhealthy"};
+  /// (units, units of the base) A type is given other units than its base type has.
+  static constexpr ErrorId UnitsOfBase{"zelkor:text:UnitsOfBase"};
   /// (key, value, choices) A value is none of those there are.
   static constexpr ErrorId UnknownChoice{"zelkor:text:UnknownChoice"};
   /// (table, key, suggestion) A key means nothing.

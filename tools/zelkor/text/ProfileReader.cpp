@@ -500,7 +500,8 @@ private:
       return root.wrongKind(*node, "identities", "a table of paths and identities");
     for (auto&& [key, value] : *table) {
       auto* text = value.as_string();
-      if (text && tavo::parseUuid(text->get()))
+      // What ends with a feature is a value of any text; the builder knows which.
+      if (text)
         profile.identities[std::string(key.str())] = {text->get(), placeOf(value)};
       else
         findings_.add(placeOf(value), std::string(key.str()), TextError::InvalidIdentity,

@@ -1,0 +1,163 @@
+// check: everything that can be wrong with profiles, all of it.
+#include "tools/zelkor/command/Commands.h"
+#include "tools/zelkor/command/Files.h"
+#include "tools/zelkor/command/Report.h"
+#include "tools/zelkor/text/Errors.h"
+
+#include "kavra/Text.h"
+#include "zelkor/profile/DefaultStereotypeMap.h"
+#include "zelkor/profile/DefaultStereotypePair.h"
+#include "zelkor/profile/Profile.h"
+#include "zelkor/profile/ProfileCatalog.h"
+#include "zelkor/profile/Prototype.h"
+#include "zelkor/property/Enumeration.h"
+#include "zelkor/property/PropertyDefinition.h"
+#include "zelkor/property/PropertySet.h"
+#include "zelkor/property/Value.h"
+#include "zelkor/services/ProxySource.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+#include <unistd.h>
+
+namespace zelkor::command {
+namespace {
+
+using profile::Profile;
+using text::TextError;
+
+std::string utf8(const tavo::String& text) { return kavra::toUtf8(text); }
+
+class Check {
+public:
+  Check(const Profile& profile, text::Findings& findings) : profile_(profile), findings_(findings) {}
+
+  void run() {
+    dependencies();
+    for (const auto& type : profile_.valueTypes().toVector())
+      checkType(type, utf8(type.getName()));
+    for (const auto& set : profile_.propertySets().toVector())
+      checkSet(set);
+    for (const auto& stereotype : profile_.prototypes().toVector())
+      checkStereotype(stereotype);
+    // What the checks above have no name for must not pass unseen.
+    attempt(utf8(profile_.getName()), [&] {
+      profile_.checkHealth();
+      if (findings_.empty() && profile_.isUnhealthyOnLoad())
+        findings_.add({}, utf8(profile_.getName()), TextError::Unhealthy, utf8(profile_.healthCheckErrorOnLoad()));
+    });
+  }
+
+private:
+  template <class Action>
+  void attempt(const std::string& element, Action&& action) {
+    try {
+      action();
+    } catch (...) {
+      addCurrent(findings_, {}, element);
+    }
+  }
+
+  void dependencies() {
+    auto& catalog = profile::ProfileCatalog::instance();
+    for (const auto& name : profile_.getDependentProfiles()) {
+      attempt(utf8(name), [&] {
+        catalog.loadProfileNamed(name);
+        profile_.checkProfileCircularDependency(catalog.getProfile(name));
+      });
+    }
+  }
+
+  /// Whether what a proxy refers to is there; says so when it is not.
+  void checkTarget(const services::proxy::ProxySource& source, const std::string& element) {
+    attempt(element, [&] {
+      if (source && !source.getTargetElement())
+        findings_.add({}, element, TextError::MissingTarget, element, utf8(source.getTargetName()));
+    });
+  }
+
+  void checkType(const property::ValueType& type, const std::string& element) {
+    checkTarget(type.typeProxy(), element);
+    auto enumeration = type.as<property::Enumeration>();
+    if (enumeration && !property::Enumeration::isValidEnumerationName(enumeration.getKavraEnumName()))
+      findings_.add({}, element, TextError::MissingEnumeration, utf8(enumeration.getKavraEnumName()));
+  }
+
+  void checkSet(const property::PropertySet& set) {
+    for (const auto& definition : set.getAllProperties()) {
+      auto element = utf8(definition.getFullyQualifiedName());
+      checkTarget(definition.typeProxy(), element);
+      auto type = definition.getType();
+      auto enumeration = type.as<property::Enumeration>();
+      if (enumeration && !property::Enumeration::isValidEnumerationName(enumeration.getKavraEnumName()))
+        findings_.add({}, element, TextError::MissingEnumeration, utf8(enumeration.getKavraEnumName()));
+      else if (type)
+        attempt(element, [&] { definition.checkHealth(); });
+    }
+  }
+
+  void checkStereotype(const profile::Prototype& stereotype) {
+    auto element = utf8(stereotype.getFullyQualifiedName());
+    checkTarget(stereotype.parentProxy(), element);
+    if (auto map = stereotype.defaultStereotypeMap()) {
+      for (const auto& pair : map.defaults().toVector())
+        checkTarget(pair.defaultStereotypeProxy(), element);
+    }
+    if (auto set = stereotype.getPropertySet()) {
+      checkSet(set);
+      for (const auto& name : set.getAllPropertyNames()) {
+        for (const auto& ancestor : stereotype.getAncestors()) {
+          if (auto above = ancestor.getPropertySet(); above && above.getPropertyByName(name))
+            attempt(element + "." + utf8(name), [&] { stereotype.checkPropertyNameAcrossHierarchy(name); });
+        }
+      }
+    }
+  }
+
+  const Profile& profile_;
+  text::Findings& findings_;
+};
+
+/// Says on a terminal which of many files it is at.
+void showProgress(std::size_t number, std::size_t count, const std::string& file) {
+  if (count > 1 && isatty(STDERR_FILENO))
+    std::cerr << "\r\033[K"
+              << (number <= count ? std::to_string(number) + "/" + std::to_string(count) + " " + file : "")
+              << std::flush;
+}
+
+} // namespace
+
+int check(const std::vector<std::string>& inputs, bool json) {
+  std::vector<text::Finding> all;
+  Surroundings surroundings;
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    showProgress(i + 1, inputs.size(), inputs[i]);
+    text::Findings found(inputs[i]);
+    try {
+      surroundings.lookIn({std::filesystem::absolute(inputs[i]).parent_path()});
+      auto model = readProfile(inputs[i]);
+      Check(Profile::getProfile(model), found).run();
+    } catch (...) {
+      addCurrent(found);
+    }
+    auto sorted = found.sorted();
+    all.insert(all.end(), sorted.begin(), sorted.end());
+  }
+  showProgress(inputs.size() + 1, inputs.size(), {});
+
+  if (!json) {
+    print(all);
+    return all.empty() ? success : findings;
+  }
+  auto list = nlohmann::ordered_json::array();
+  for (auto& finding : all)
+    list.push_back(
+        {{"file", finding.file}, {"element", finding.element}, {"id", finding.id}, {"message", finding.message}});
+  std::cout << nlohmann::ordered_json{{"findings", list}}.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+            << '\n';
+  return all.empty() ? success : findings;
+}
+
+} // namespace zelkor::command

@@ -1,0 +1,18 @@
+// What the command `zelkor` does, one function a subcommand. Each prints its result and returns the exit status.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zelkor::command {
+
+enum ExitStatus { success = 0, findings = 1, misuse = 2 };
+
+int compile(const std::filesystem::path& input, const std::filesystem::path& output);
+/// To the standard output when `output` is empty.
+int decompile(const std::filesystem::path& input, const std::filesystem::path& output);
+int show(const std::filesystem::path& input, bool json);
+int check(const std::vector<std::string>& inputs, bool json);
+
+} // namespace zelkor::command

@@ -1,0 +1,85 @@
+// The command line of `zelkor`.
+#include "tools/zelkor/command/Commands.h"
+#include "tools/zelkor/command/Version.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+using namespace zelkor::command;
+
+namespace {
+
+/// A script for bash, made from the subcommands and options that there are.
+std::string completionScript(const CLI::App& app) {
+  std::string script = "_zelkor() {\n  local word=${COMP_WORDS[COMP_CWORD]} words\n  case ${COMP_WORDS[1]} in\n";
+  std::string names;
+  for (auto* command : app.get_subcommands({})) {
+    std::string options;
+    for (auto* option : command->get_options()) {
+      for (auto& name : option->get_lnames())
+        options += " --" + name;
+      for (auto& name : option->get_snames())
+        options += " -" + name;
+    }
+    script += "    " + command->get_name() + ") words='" + options + "' ;;\n";
+    names += " " + command->get_name();
+  }
+  script += "    *) words='" + names +
+            " --help --version' ;;\n  esac\n"
+            "  if [ \"$COMP_CWORD\" -eq 1 ]; then words='" +
+            names +
+            " --help --version'; fi\n"
+            "  COMPREPLY=($(compgen -W \"$words\" -- \"$word\") )\n"
+            "  if [ \"$COMP_CWORD\" -gt 1 ] && [ \"${word#-}\" = \"$word\" ]; then\n"
+            "    COMPREPLY+=($(compgen -f -- \"$word\"))\n  fi\n}\ncomplete -o filenames -F _zelkor zelkor\n";
+  return script;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Compiles, checks and shows profiles of architecture models.", "zelkor");
+  app.set_version_flag("--version", std::string("zelkor ") + version);
+  app.require_subcommand(1);
+  app.footer("Exit status: 0, 1 with findings, 2 for a command line that makes no sense.\n"
+             "Profiles and enumerations are looked for beside the file and in the folders of ZELKOR_PATH.");
+  std::string input, output;
+  std::vector<std::string> inputs;
+  bool json = false;
+  int status = success;
+
+  auto* compileCommand = app.add_subcommand("compile", "Make a profile from its text form");
+  compileCommand->add_option("FILE", input, "The text, FILE.toml")->required();
+  compileCommand->add_option("-o,--output", output, "The profile; beside the text by default");
+  compileCommand->callback([&] { status = compile(input, output); });
+
+  auto* decompileCommand = app.add_subcommand("decompile", "Write the text form of a profile");
+  decompileCommand->add_option("FILE", input, "The profile, FILE.xml")->required();
+  decompileCommand->add_option("-o,--output", output, "The text; the standard output by default");
+  decompileCommand->callback([&] { status = decompile(input, output); });
+
+  auto* showCommand = app.add_subcommand("show", "Print what a profile holds");
+  showCommand->add_option("FILE", input, "The profile, FILE.xml")->required();
+  showCommand->add_flag("--json", json, "As JSON");
+  showCommand->callback([&] { status = show(input, json); });
+
+  auto* checkCommand = app.add_subcommand("check", "Find everything that is wrong with profiles");
+  checkCommand->add_option("FILES", inputs, "The profiles")->required();
+  checkCommand->add_flag("--json", json, "As JSON, on the standard output");
+  checkCommand->callback([&] { status = check(inputs, json); });
+
+  auto* completion = app.add_subcommand("completion", "Print a completion script for bash");
+  completion->callback([&] { std::cout << completionScript(app); });
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? success : misuse;
+  } catch (const std::exception& error) {
+    std::cerr << "zelkor: " << error.what() << '\n';
+    return findings;
+  }
+  std::cout.flush();
+  return std::cout ? status : findings;
+}
