@@ -17,7 +17,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <iostream>
+#include <limits>
 
 namespace zelkor::command {
 namespace {
@@ -58,7 +60,8 @@ ordered_json describe(const PropertyDefinition& definition, const tavo::Model& m
   if (!definition.getDimensions().empty())
     json["dimensions"] = definition.getDimensions();
   for (auto& [key, bound] : {std::pair{"min", definition.getMin()}, std::pair{"max", definition.getMax()}}) {
-    if (bound)
+    // The bounds of a floating-point class itself say nothing.
+    if (bound && std::abs(*bound.asNumber()) < static_cast<double>(std::numeric_limits<float>::max()))
       json[key] = utf8(kavra::displayText(bound));
   }
   if (auto value = definition.defaultValue()) {
@@ -114,8 +117,10 @@ void printProperties(const ordered_json& list) {
       std::cout << ' ' << property["dimensions"].dump();
     if (property.contains("units"))
       std::cout << ", " << text("units") << (property["unitsInherited"] ? " (inherited)" : "");
-    if (property.contains("min") || property.contains("max"))
+    if (property.contains("min") && property.contains("max"))
       std::cout << ", " << text("min") << " to " << text("max");
+    else if (property.contains("min") || property.contains("max"))
+      std::cout << (property.contains("min") ? ", from " : ", up to ") << text("min") << text("max");
     if (property.contains("default"))
       std::cout << " = " << (text("default").empty() ? "''" : text("default"))
                 << (property["defaultInherited"] ? " (of the type)" : "");

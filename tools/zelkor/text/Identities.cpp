@@ -11,6 +11,8 @@
 #include "zelkor/property/Enumeration.h"
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/Value.h"
+#include "zelkor/services/CurrentModelResolver.h"
+#include "zelkor/services/Proxies.h"
 #include "zelkor/services/ProxyTarget.h"
 #include "zelkor/services/Resolver.h"
 
@@ -104,6 +106,9 @@ private:
   std::vector<std::pair<std::string, ProxyTarget>> targets_;
 };
 
+/// The path of the resolver of references within a model, which has no URI.
+constexpr std::string_view ownResolver = "CurrentModelResolver ";
+
 /// What a feature at the end of a path is set to.
 struct AttributePath {
   std::string object, feature;
@@ -149,10 +154,34 @@ property::ValueType sharedType(const property::PropertyDefinition& definition) {
   return owned ? owned.getBaseType() : definition.getType();
 }
 
+constexpr std::string_view targetsOf = "/proxies/(";
+
+/// Makes the targets that nothing refers to any more but that a file still holds: nothing else would make them.
+void makeUnusedTargets(const tavo::Model& model, const std::map<std::string, std::string>& given) {
+  auto objects = objectsByPath(model);
+  for (auto& [path, identity] : given) {
+    auto at = path.find(targetsOf);
+    if (at == path.npos || path.back() != ')' || objects.contains(path))
+      continue;
+    auto owner = objects.find(path.substr(0, at));
+    auto resolver =
+        owner == objects.end() ? services::proxy::Resolver() : owner->second.as<services::proxy::Resolver>();
+    if (!resolver && path.substr(0, at) == ownResolver)
+      resolver = services::proxy::CurrentModelResolver::createResolver(model);
+    auto name = path.substr(at + targetsOf.size(), path.size() - at - targetsOf.size() - 1);
+    auto target = objects.find(name);
+    auto id = target == objects.end() ? tavo::parseUuid(name) : std::optional(target->second.Uuid());
+    auto targetClass = given.find(path + "/targetClassId");
+    auto classId = targetClass == given.end() ? std::nullopt : tavo::parseUuid(targetClass->second);
+    if (resolver && id && classId)
+      services::proxy::createTarget(resolver, *id, *classId, {});
+  }
+}
+
 class Renumbering {
 public:
   Renumbering(const tavo::Model& model, const IdentitySources& sources, Findings& findings)
-      : model_(model), sources_(sources), findings_(findings), walk_(model) {
+      : model_(model), sources_(sources), findings_(findings), walk_((makeUnusedTargets(model, sources.given), model)) {
     if (sources.before)
       before_ = objectsByPath(sources.before);
   }
@@ -164,6 +193,8 @@ public:
       if (auto definition = object.as<property::PropertyDefinition>())
         chooseVersion(path, definition);
     }
+    if (!findings_.empty())
+      return {};
     auto copy = tavo::Model::create();
     tavo::readModel(ordered(replaced(tavo::modelText(model_).view())), "the profile", copy);
     setAttributes(copy);
@@ -327,6 +358,14 @@ void describeDifferences(const tavo::Model& built, const tavo::Model& wanted, Pr
     profile.order = to.topLevel;
   for (auto& [path, object] : to.objects) {
     auto found = from.objects.find(path);
+    if (found == from.objects.end() && (object.as<ProxyTarget>() || path == ownResolver)) {
+      profile.identities[path] = {tavo::toText(object.Uuid()), {}};
+      if (auto target = object.as<ProxyTarget>()) {
+        profile.identities[path + "/targetClassId"] = {tavo::toText(target.targetClassId()), {}};
+        profile.identities[path + "/targetName"] = {utf8(target.targetName()), {}};
+      }
+      continue;
+    }
     if (found == from.objects.end() || &found->second.objectClass() != &object.objectClass())
       tavo::raise(TextError::CannotDescribe, profile.file, "the object " + path);
     if (found->second.Uuid() != object.Uuid() && !object.objectClass().has(tavo::ClassFlag::derivedIdentity))

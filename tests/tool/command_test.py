@@ -1,0 +1,184 @@
+"""Runs the real command: examples, exit statuses, and what it leaves behind. usage: command_test.py ZELKOR EXAMPLES"""
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ZELKOR, EXAMPLES = sys.argv[1], pathlib.Path(sys.argv[2])
+ORDER = ["AvionicsHardware", "TimingScheduling", "FlightControl"]
+
+HEAD = "[[set]]\nname = 'S'\n[[set.property]]\nname = 'p'\n"
+ENUM = "[[enumeration]]\nname = 'Hue'\nmembers = ['Red', 'Green']\n"
+
+
+class CommandTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zelkor-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def run_command(self, *arguments, **options):
+        # A command that waits for a pipe would never end.
+        return subprocess.run([ZELKOR, *map(str, arguments)], cwd=self.folder, capture_output=True, text=True,
+                              check=False, timeout=60, **options)
+
+    def write(self, name, text):
+        (self.folder / name).write_text(text)
+        return name
+
+    def files(self):
+        return {path.name: path.read_bytes() for path in self.folder.iterdir() if path.is_file()}
+
+    def compile(self, name, text):
+        return self.run_command("compile", self.write(name + ".toml", text))
+
+    def compile_examples(self):
+        for name in ORDER:
+            shutil.copy(EXAMPLES / f"{name}.toml", self.folder)
+            done = self.run_command("compile", f"{name}.toml")
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+
+    def test_examples_compile_and_check_clean(self):
+        self.compile_examples()
+        done = self.run_command("check", *(f"{name}.xml" for name in ORDER))
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, "", ""))
+        shown = json.loads(self.run_command("show", "--json", "FlightControl.xml").stdout)
+        self.assertEqual(shown["dependsOn"], ORDER[:2])
+
+    def test_decompiled_examples_compile_to_the_same_bytes(self):
+        self.compile_examples()
+        before = self.files()
+        for name in ORDER:
+            done = self.run_command("decompile", f"{name}.xml", "-o", f"{name}.toml")
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            self.assertNotIn("[identities]", (self.folder / f"{name}.toml").read_text())
+            (self.folder / f"{name}.xml").unlink()
+            self.assertEqual(self.run_command("compile", f"{name}.toml").returncode, 0)
+            self.assertEqual((self.folder / f"{name}.xml").read_bytes(), before[f"{name}.xml"], name)
+
+    def test_refuses_with_place_and_identifier_and_writes_nothing(self):
+        cases = {
+            "unknown type": (HEAD + "type = 'duoble'\n", 5, "zelkor:text:UnknownName", 'did you mean "double"?'),
+            "out of range": (HEAD + "type = 'uint8'\ndefault = 300\n", 6,
+                             "Velmora:Property:InvalidIntegerPropValueMinMax", ""),
+            "fraction": (HEAD + "type = 'uint8'\nmax = 1.5\n", 6, "zelkor:text:WrongKind", "whole number"),
+            "no expression": (HEAD + "type = 'double'\ndefault = { expr = '2*' }\n", 6,
+                              "Velmora:Property:CannotEvalExpression", ""),
+            "variable": (HEAD + "type = 'double'\ndefault = { expr = 'speed*2' }\n", 6,
+                         "Velmora:Property:CannotEvalExpression", "there are no variables"),
+            "bare word": (ENUM + HEAD + "type = 'Hue'\ndefault = { expr = 'Green' }\n", 9,
+                          "Velmora:Property:CannotEvalExpression", 'default = "Green"'),
+            "no member": (ENUM + HEAD + "type = 'Hue'\ndefault = 'Gren'\n", 9, "Velmora:Property:InvalidEnumPropValue",
+                          'did you mean "Green"?'),
+            "bad unit": (HEAD + "type = 'double'\nunits = 'kgg'\n", 6, "kavra:units:UnknownUnit", "'kg'"),
+            "other unit": (HEAD + "type = 'double'\nunits = 'm'\ndefault = { value = 1, units = 's' }\n", 7,
+                           "Velmora:Property:UnitsNotConvertible", ""),
+            "unit of a text": (HEAD + "type = 'string'\nunits = 'm'\n", 6, "Velmora:Property:CantHaveUnit", ""),
+            "crossed bounds": (HEAD + "type = 'double'\nmin = 2\nmax = 1\n", 6, "Velmora:Property:MaxLessThanMin", ""),
+            "wrong shape": (HEAD + "type = 'double'\ndimensions = [3]\ndefault = [1, 2]\n", 7,
+                            "Velmora:Property:InvalidDimensions", ""),
+            "circle of types": ("[[type]]\nname = 'A'\nbase = 'B'\n[[type]]\nname = 'B'\nbase = 'A'\n", 3,
+                                "zelkor:text:Cycle", "A -> B -> A"),
+            "circle of parents": ("[[stereotype]]\nname = 'A'\nparent = 'B'\n[[stereotype]]\nname = 'B'\nparent = 'A'\n",
+                                  6, "Velmora:Profile:CircularPrototypeInheritance", ""),
+            "undeclared": ("[[stereotype]]\nname = 'A'\nparent = 'Other.B'\n", 3, "zelkor:text:UndeclaredDependency",
+                           "Other"),
+            "missing profile": ("[profile]\ndependsOn = ['Other']\n", 2, "Velmora:Profile:ProfileNotFound", ""),
+            "name of an ancestor": ("[[stereotype]]\nname = 'A'\n[[stereotype.property]]\nname = 'p'\ntype = 'double'\n"
+                                    "[[stereotype]]\nname = 'B'\nparent = 'A'\n[[stereotype.property]]\nname = 'p'\n"
+                                    "type = 'double'\n", 10, "Velmora:Profile:NonUniquePropertyNamesInHierarchy", ""),
+            "port as component": ("[[stereotype]]\nname = 'A'\nappliesTo = ['Port']\n[profile]\ndefaultStereotype = 'A'\n",
+                                  5, "Velmora:Profile:InvalidComponentDefault", ""),
+            "shared identity": ("[[tag]]\nname = 'A'\n[[tag]]\nname = 'B'\nwas = 'A'\n", None,
+                                "zelkor:text:SharedIdentity", ""),
+        }
+        for name, (text, line, identifier, words) in cases.items():
+            with self.subTest(name):
+                done = self.compile("P", text)
+                self.assertEqual(done.returncode, 1)
+                self.assertEqual(done.stdout, "")
+                self.assertEqual(len(done.stderr.splitlines()), 1, done.stderr)
+                self.assertIn(f" {identifier}: ", done.stderr)
+                self.assertIn(words, done.stderr)
+                if line:
+                    self.assertRegex(done.stderr, rf"^P\.toml:{line}:\d+: ")
+                self.assertEqual(list(self.files()), ["P.toml"])
+
+    def test_inputs_that_are_no_files_of_the_kind_are_refused_at_once(self):
+        os.mkfifo(self.folder / "Pipe.xml")
+        (self.folder / "Folder.xml").mkdir()
+        self.assertEqual(self.compile("P", "[[tag]]\nname = 'T'\n").returncode, 0)
+        whole = (self.folder / "P.xml").read_text()
+        self.write("Cut.xml", whole[:len(whole) // 2])
+        self.write("Bomb.xml", '<!DOCTYPE a [<!ENTITY b "c">]><a>&b;</a>')
+        self.write("Empty.xml", "")
+        for name in ["Pipe.xml", "Folder.xml", "Cut.xml", "Bomb.xml", "Empty.xml", "Nothing.xml"]:
+            for command in ["check", "show", "decompile", "compile"]:
+                with self.subTest(name=name, command=command):
+                    done = self.run_command(command, name)
+                    self.assertEqual(done.returncode, 1, done.stderr)
+                    self.assertEqual(len(done.stderr.splitlines()), 1, done.stderr)
+                    self.assertTrue(done.stderr.startswith(name), done.stderr)
+
+    def test_a_failure_to_write_leaves_the_old_files(self):
+        self.assertEqual(self.compile("P", ENUM).returncode, 0)
+        before = self.files()
+        (self.folder / "P.xml").unlink()
+        (self.folder / "P.xml").mkdir()
+        done = self.compile("P", ENUM.replace("Green", "Blue"))
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(self.files()["Hue.enum.toml"], before["Hue.enum.toml"])
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([ZELKOR, "completion"], stdout=full, check=False)
+        self.assertEqual(done.returncode, 1)
+
+    def test_identities_follow_names_outputs_and_renames(self):
+        text = HEAD + "type = 'double'\ndefault = 1\n"
+        self.compile("P", text)
+        first = self.files()["P.xml"]
+        self.compile("P", text)
+        self.assertEqual(self.files()["P.xml"], first)
+
+        identity = lambda: [line for line in self.files()["P.xml"].decode().splitlines() if "<properties" in line][0]
+        uuid = lambda: identity().split('uuid="')[1][:36]
+        version = lambda: identity().split('currentVersionId="')[1][:36]
+        old, old_version = uuid(), version()
+        self.compile("P", text.replace("name = 'p'", "name = 'q'\nwas = 'p'"))
+        self.assertEqual((uuid(), version()), (old, old_version))
+        self.compile("P", text.replace("name = 'p'", "name = 'q'").replace("default = 1", "default = 2"))
+        self.assertEqual(uuid(), old)
+        self.assertNotEqual(version(), old_version)
+
+    def test_check_tells_of_everything_that_is_missing(self):
+        self.compile_examples()
+        (self.folder / "AssuranceLevel.enum.toml").unlink()
+        (self.folder / "TimingScheduling.xml").unlink()
+        done = self.run_command("check", "--json", "FlightControl.xml", "AvionicsHardware.xml")
+        self.assertEqual(done.returncode, 1)
+        found = {(f["file"], f["element"], f["id"]) for f in json.loads(done.stdout)["findings"]}
+        for expected in [
+                ("AvionicsHardware.xml", "AvionicsHardware.Equipment.assuranceLevel", "zelkor:text:MissingEnumeration"),
+                ("FlightControl.xml", "TimingScheduling", "Velmora:Profile:ProfileNotFound"),
+                ("FlightControl.xml", "FlightControl.ControlLaw", "Velmora:Property:FailedProxyResolve")]:
+            self.assertIn(expected, found)
+
+    def test_exit_status_says_how_it_went(self):
+        for arguments, status in [([], 2), (["compil"], 2), (["check"], 2), (["show", "--jso", "x"], 2),
+                                  (["--help"], 0), (["--version"], 0), (["compile", "--help"], 0)]:
+            with self.subTest(arguments):
+                self.assertEqual(self.run_command(*arguments).returncode, status)
+
+    def test_completion_offers_what_there_is(self):
+        script = self.write("complete.bash", self.run_command("completion").stdout)
+        done = subprocess.run(["bash", "-c", f". ./{script}; COMP_WORDS=(zelkor sh); COMP_CWORD=1; _zelkor; "
+                               "echo ${COMPREPLY[@]}; COMP_WORDS=(zelkor show --j); COMP_CWORD=2; _zelkor; "
+                               "echo ${COMPREPLY[@]}"], cwd=self.folder, capture_output=True, text=True, check=True)
+        self.assertEqual(done.stdout, "show\n--json\n")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
