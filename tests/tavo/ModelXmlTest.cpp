@@ -70,6 +70,17 @@ TEST_F(ModelXmlTest, AModelComesBackAsItWasAndGivesTheSameBytesAgain) {
   EXPECT_FALSE(zebra.note().has_value());
 }
 
+TEST_F(ModelXmlTest, KeysThatAreElementsDoNotClashWithOneThatIsEmpty) {
+  auto shelf = Shelf::create(model);
+  book(shelf, u"", 0);
+  book(shelf, u"\x01", 1);
+  book(shelf, u"\x02", 2);
+  const auto text = tavo::modelText(model);
+  auto again = tavo::Model::create();
+  tavo::readModel(text, "again.xml", again);
+  EXPECT_EQ(tavo::modelText(again), text);
+}
+
 TEST_F(ModelXmlTest, ATreeReadWithFreshIdentitiesIsACopyThatRefersToWhatIsOutside) {
   auto shelf = fill();
   auto other = Shelf::create(model);
@@ -111,6 +122,11 @@ TEST_F(ModelXmlTest, FaultyDocumentsAreRefusedWhole) {
        "tavo:messages:UnknownClass"},
       {"id=\"00000000-0000-3000-8000-000000000033\"", "id=\"00000000-0000-3000-8000-000000000099\"",
        "tavo:messages:UnknownFeature"},
+      {"<family name=\"library\" version=\"1.0\" uri=\"http://schema.zelkor.example/tavo/library/1.0\"/>", "",
+       "tavo:messages:InvalidText"},
+      {"<feature name=\"price\"",
+       "<feature name=\"prize\" id=\"00000000-0000-3000-8000-000000000033\"/><feature name=\"price\"",
+       "tavo:messages:InvalidText"},
       {"price=\"2\"", "price=\"two\"", "tavo:messages:InvalidText"},
       {"price=\"2\"", "prize=\"2\"", "tavo:messages:UnknownFeature"},
       {"Name=\"B\"", "Name=\"A\"", "tavo:messages:InvalidText"},

@@ -83,7 +83,7 @@ public:
     if (depth_ == 1)
       section_ = Section::none;
     else if (section_ == Section::objects)
-      frames_.pop_back();
+      endFrame();
   }
 
   void text(const XmlReader& reader, std::string_view text) override {
@@ -107,13 +107,15 @@ public:
 private:
   enum class Section { none, families, dictionary, outside, objects };
   static constexpr std::uint32_t noAnchor = 0xffffffffu;
+  static constexpr std::size_t longestQuote = 80; ///< of a faulty text in a message
 
   /// An open element below <objects>.
   struct Frame {
-    Impl* object = nullptr; ///< of an object's element, and of the elements of its values
+    enum class Kind { object, value, leaf } kind; ///< nothing may stand in a leaf
+    Impl* object = nullptr;                       ///< of an object's element, and of the elements of its values
     const ClassEntry* entry = nullptr;
-    const MetaProperty* property = nullptr; ///< of a value's element
-    bool leaf = false;                      ///< nothing may stand in it
+    const MetaProperty* property =
+        nullptr; ///< that holds the object (none for a top-level one), or that is the value's
   };
 
   struct Pending {
@@ -163,6 +165,7 @@ private:
     const MetaPackage* package = MetaRegistry::instance().findPackage(name);
     if (!package)
       raise(FrameworkError::UnknownFamily, place(), name);
+    families_.push_back(package);
     if (version == package->version())
       return;
     if (isOlder(version, package->version()))
@@ -176,9 +179,12 @@ private:
     auto entry = std::make_unique<ClassEntry>();
     entry->name = require(attributes, xf::name);
     const Uuid id = readUuid(require(attributes, xf::id));
+    const std::string_view family = require(attributes, xf::family);
     entry->metaClass = MetaRegistry::instance().findClass(id);
     if (!entry->metaClass)
-      raise(FrameworkError::UnknownClass, place(), entry->name, require(attributes, xf::family));
+      raise(FrameworkError::UnknownClass, place(), entry->name, family);
+    if (std::find(families_.begin(), families_.end(), &entry->metaClass->package()) == families_.end())
+      raise(FrameworkError::InvalidText, place(), "the schema of the class \"" + entry->name + "\" is not listed");
     if (!classesByName_.emplace(entry->name, entry.get()).second ||
         !classes_.emplace(entry->metaClass, entry.get()).second)
       raise(FrameworkError::InvalidText, place(), "the class \"" + entry->name + "\" is listed twice");
@@ -193,8 +199,9 @@ private:
     const MetaProperty* property = entry.metaClass->findProperty(readUuid(require(attributes, xf::id)));
     if (!property || !property->isSaved())
       raise(FrameworkError::UnknownFeature, place(), name, entry.name);
-    if (entry.find(name))
-      raise(FrameworkError::InvalidText, place(), "the feature \"" + name + "\" is listed twice");
+    for (const auto& [known, other] : entry.features)
+      if (known == name || other == property)
+        raise(FrameworkError::InvalidText, place(), "the feature \"" + name + "\" is listed twice");
     entry.features.emplace_back(std::move(name), property);
   }
 
@@ -217,9 +224,9 @@ private:
       return;
     }
     const Frame frame = frames_.back();
-    if (frame.leaf)
+    if (frame.kind == Frame::Kind::leaf)
       unexpected(name);
-    if (frame.property)
+    if (frame.kind == Frame::Kind::value)
       return readItem(frame, name, attributes);
     const MetaProperty* property = frame.entry->find(name);
     if (!property)
@@ -233,7 +240,7 @@ private:
       require(attributes, xf::ref);
       onlyAttributes(attributes, {xf::ref});
       refer(*frame.object, *property, require(attributes, xf::ref));
-      frames_.push_back({.leaf = true});
+      frames_.push_back({Frame::Kind::leaf});
       return;
     case FeatureKind::attribute:
       startValue(frame, *property, attributes);
@@ -286,12 +293,21 @@ private:
       }
       readAttribute(*object, entry, attribute);
     }
+    frames_.push_back({Frame::Kind::object, object, &entry, property});
+  }
+
+  /// An object gets its place when all its values are there: some of them, keys too, may stand in elements of their
+  /// own.
+  void endFrame() {
+    const Frame frame = frames_.back();
+    frames_.pop_back();
+    if (frame.kind != Frame::Kind::object)
+      return;
     try {
-      data_.placeLast(*object, container, property);
+      data_.placeLast(*frame.object, frames_.empty() ? nullptr : frames_.back().object, frame.property);
     } catch (const Error& error) { // a key that is taken: the model knows which, the file knows where
       raiseBecause(error, FrameworkError::InvalidText, place(), "the object clashes with another");
     }
-    frames_.push_back({object, &entry, nullptr, false});
   }
 
   Impl* createObject(const ClassEntry& entry, Impl* container, const MetaProperty* property, const Uuid& uuid) {
@@ -328,7 +344,7 @@ private:
   void readPlain(const MetaProperty& property, const Datatype& type, void* to, std::string_view text) {
     switch (type.kind) {
     case Datatype::Kind::string:
-      *static_cast<String*>(to) = toString(text);
+      *static_cast<String*>(to) = String::fromUtf8(text);
       return;
     case Datatype::Kind::optional:
       return readPlain(property, type.element(), type.emplace(to), text);
@@ -351,11 +367,11 @@ private:
         return;
     }
     raise(FrameworkError::InvalidText, place(),
-          "\"" + std::string(text) + "\" is no " + std::string(type.name) + " for \"" + std::string(property.name()) +
-              "\"");
+          "\"" + std::string(text.substr(0, longestQuote)) + "\" is no " + std::string(type.name) + " for \"" +
+              std::string(property.name()) + "\"");
   }
 
-  // Values that are elements. They are put together aside and then written, so that indexes learn of keys.
+  // Values that are elements
 
   void startValue(const Frame& owner, const MetaProperty& property, std::span<const XmlAttribute> attributes) {
     const Datatype& type = *property.datatype();
@@ -371,13 +387,10 @@ private:
       else
         onlyAttributes(attributes, {});
     }
-    try {
-      data_.writeAttribute(*owner.object, property, value.data());
-    } catch (const Error& error) {
-      raiseBecause(error, FrameworkError::InvalidText, place(), "the object clashes with another");
-    }
+    // The object is in no collection yet, so no index has to know.
+    type.swap(owner.object->field(property), value.data());
     const bool isSequence = inner.kind == Datatype::Kind::sequence;
-    frames_.push_back({owner.object, owner.entry, &property, !isSequence});
+    frames_.push_back({isSequence ? Frame::Kind::value : Frame::Kind::leaf, owner.object, owner.entry, &property});
   }
 
   void readElementValue(const MetaProperty& property, const Datatype& type, void* to,
@@ -414,11 +427,10 @@ private:
     const Datatype& type = declared.kind == Datatype::Kind::optional ? declared.element() : declared;
     Value element(type.element());
     readElementValue(property, type.element(), element.data(), attributes);
-    // An attribute that is a list is no key, so it may grow where it is.
     void* field = frame.object->field(property);
     void* list = declared.kind == Datatype::Kind::optional ? const_cast<void*>(declared.contained(field)) : field;
     type.append(list, element.data());
-    frames_.push_back({.leaf = true});
+    frames_.push_back({Frame::Kind::leaf});
   }
 
   // References
@@ -445,7 +457,11 @@ private:
       raise(FrameworkError::InvalidText, at(),
             "\"" + std::string(property.name()) + "\" cannot refer to an object of class \"" +
                 std::string(target.objectClass().name()) + "\"");
-    data_.link(source, property, target, ModelData::atEnd);
+    try {
+      data_.link(source, property, target, ModelData::atEnd);
+    } catch (const Error& error) {
+      raiseBecause(error, FrameworkError::InvalidText, at(), "the reference cannot be made");
+    }
   }
 
   Impl* findTarget(const Uuid& uuid) const {
@@ -506,10 +522,8 @@ private:
   Uuid readUuid(std::string_view text) const {
     if (const auto uuid = parseUuid(text))
       return *uuid;
-    raise(FrameworkError::InvalidText, place(), "\"" + std::string(text) + "\" is no identity");
+    raise(FrameworkError::InvalidText, place(), "\"" + std::string(text.substr(0, longestQuote)) + "\" is no identity");
   }
-
-  String toString(std::string_view utf8) const { return String(toUtf16(utf8)); }
 
   String unescaped(std::string_view utf8) const {
     if (auto text = unescapeText(toUtf16(utf8)))
@@ -523,6 +537,7 @@ private:
   std::size_t depth_ = 0;
   Section section_ = Section::none;
   Section lastSection_ = Section::none;
+  std::vector<const MetaPackage*> families_;
   std::vector<std::unique_ptr<ClassEntry>> dictionary_;
   boost::unordered_flat_map<std::string, ClassEntry*> classesByName_;
   boost::unordered_flat_map<const MetaClass*, ClassEntry*> classes_;
