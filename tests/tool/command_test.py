@@ -74,7 +74,8 @@ class CommandTest(unittest.TestCase):
                           "Velmora:Property:CannotEvalExpression", 'default = "Green"'),
             "no member": (ENUM + HEAD + "type = 'Hue'\ndefault = 'Gren'\n", 9, "Velmora:Property:InvalidEnumPropValue",
                           'did you mean "Green"?'),
-            "bad unit": (HEAD + "type = 'double'\nunits = 'kgg'\n", 6, "kavra:units:UnknownUnit", "'kg'"),
+            "bad unit": (HEAD + "type = 'double'\nunits = 'kgg'\n", 6, "kavra:units:UnknownUnit",
+                         ": unit 'kgg' is not known at position 1; did you mean 'kg'?"),
             "other unit": (HEAD + "type = 'double'\nunits = 'm'\ndefault = { value = 1, units = 's' }\n", 7,
                            "Velmora:Property:UnitsNotConvertible", ""),
             "unit of a text": (HEAD + "type = 'string'\nunits = 'm'\n", 6, "Velmora:Property:CantHaveUnit", ""),
@@ -151,7 +152,11 @@ class CommandTest(unittest.TestCase):
         self.assertEqual((uuid(), version()), (old, old_version))
         self.compile("P", text.replace("name = 'p'", "name = 'q'").replace("default = 1", "default = 2"))
         self.assertEqual(uuid(), old)
-        self.assertNotEqual(version(), old_version)
+        versions = {old_version, version()}
+        for bound in ["1e-9", "2e-9"]:
+            self.compile("P", HEAD + f"type = 'double'\nmin = {bound}\ndefault = 1\n")
+            versions.add(version())
+        self.assertEqual(len(versions), 4)
 
     def test_check_tells_of_everything_that_is_missing(self):
         self.compile_examples()

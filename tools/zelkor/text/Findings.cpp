@@ -1,6 +1,7 @@
 #include "tools/zelkor/text/Findings.h"
 
 #include "kavra/Text.h"
+#include "tavo/core/MessageCatalog.h"
 
 #include <algorithm>
 
@@ -16,10 +17,11 @@ std::string Finding::line() const {
 }
 
 void Findings::add(Place place, const std::string& element, const tavo::Error& error, const std::string& hint) {
-  // One finding is one line: the causes follow on it.
-  std::string message = kavra::toUtf8(error.message());
+  // One finding is one line: the causes follow on it. An error of the host's has its text in its cause.
+  bool hasText = tavo::MessageCatalog::find(error.id().text()).has_value();
+  std::string message = hasText || !error.cause() ? kavra::toUtf8(error.message()) : std::string();
   for (auto cause = error.cause(); cause; cause = cause->cause())
-    message += " Because: " + kavra::toUtf8(cause->message());
+    message += (message.empty() ? "" : " Because: ") + kavra::toUtf8(cause->message());
   if (!hint.empty())
     message += " " + hint;
   std::replace(message.begin(), message.end(), '\n', ' ');

@@ -2,6 +2,7 @@
 
 #include "tools/zelkor/text/Errors.h"
 
+#include "kavra/Rendering.h"
 #include "kavra/Text.h"
 #include "tavo/core/Uuid.h"
 #include "tavo/model/ModelElementDatatype.h"
@@ -140,7 +141,7 @@ std::string contentOf(const property::PropertyDefinition& definition, const Uuid
   add(value ? utf8(value.units()) : std::string());
   add(utf8(definition.getUnit()));
   for (auto& bound : {definition.getMin(), definition.getMax()})
-    add(bound ? tavo::toText(tavo::nameUuid(derivedSpace, std::to_string(*bound.asNumber()))) : std::string("-"));
+    add(kavra::toUtf8(kavra::expressionText(bound).value_or(u"-")));
   for (auto extent : definition.getDimensions())
     add(std::to_string(extent));
   if (auto enumeration = definition.getType().as<property::Enumeration>())

@@ -523,7 +523,7 @@ private:
     for (auto& name : enumeration.getLiteralsAsStrings())
       names.push_back(kavra::toUtf8(name));
     std::string text = "\"" + word + "\" is no member of " + kavra::toUtf8(enumeration.getKavraEnumName());
-    return text + suggestion(word, names) + ".";
+    return text + suggestion(word, names);
   }
 
   //--------------------------------------------------------------------------------------------------------------------

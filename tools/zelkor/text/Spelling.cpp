@@ -31,7 +31,7 @@ std::size_t distance(std::string_view a, std::string_view b) {
 std::string suggestion(std::string_view wrong, const std::vector<std::string>& names) {
   // A longer text is not a misspelled name, and comparing it would only cost time.
   if (wrong.size() > 200)
-    return {};
+    return ".";
   const std::string* nearest = nullptr;
   std::size_t smallest = std::max<std::size_t>(1, wrong.size() / 3) + 1;
   for (auto& name : names) {
@@ -40,7 +40,7 @@ std::string suggestion(std::string_view wrong, const std::vector<std::string>& n
       nearest = &name;
     }
   }
-  return nearest ? "; did you mean \"" + *nearest + "\"?" : std::string();
+  return nearest ? "; did you mean \"" + *nearest + "\"?" : ".";
 }
 
 } // namespace zelkor::text

@@ -7,7 +7,7 @@
 
 namespace zelkor::text {
 
-/// "; did you mean "double"?", or nothing when none of the names is near.
+/// The end of a sentence about a name: "; did you mean "double"?", or a full stop when none of the names is near.
 std::string suggestion(std::string_view wrong, const std::vector<std::string>& names);
 
 } // namespace zelkor::text
