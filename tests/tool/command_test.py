@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import resource
 import shutil
 import subprocess
 import sys
@@ -133,6 +134,17 @@ class CommandTest(unittest.TestCase):
         done = self.compile("P", ENUM.replace("Green", "Blue"))
         self.assertEqual(done.returncode, 1)
         self.assertEqual(self.files()["Hue.enum.toml"], before["Hue.enum.toml"])
+
+        # A limit on the size of files does what a full disk does, to the profile but not to the small enumeration.
+        # The signal that the limit would send is ignored, as this program ignores it.
+        self.write("Q.toml", ENUM.replace("Hue", "Tint"))
+        before = self.files()
+        done = self.run_command("compile", "Q.toml", restore_signals=False,
+                                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1024, 1024)))
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stderr, r"^Q\.toml: tavo:io:CannotWrite: [^\n]*\n$")
+        self.assertEqual(self.files(), before)
+
         with open("/dev/full", "w") as full:
             done = subprocess.run([ZELKOR, "completion"], stdout=full, check=False)
         self.assertEqual(done.returncode, 1)
