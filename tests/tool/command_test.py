@@ -183,6 +183,16 @@ class CommandTest(unittest.TestCase):
                 ("FlightControl.xml", "FlightControl.ControlLaw", "Velmora:Property:FailedProxyResolve")]:
             self.assertIn(expected, found)
 
+    def test_profiles_must_not_depend_on_each_other(self):
+        self.compile("A", "[[stereotype]]\nname = 'X'\n")
+        child = "[profile]\ndependsOn = ['{0}']\n[[stereotype]]\nname = '{1}'\nparent = '{0}.{2}'\n"
+        self.assertEqual(self.compile("B", child.format("A", "Y", "X")).returncode, 0)
+        before = self.files()
+        done = self.compile("A", child.format("B", "X", "Y"))
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stderr, r"^A\.toml:2:14: zelkor:text:Cycle: .*\n$")
+        self.assertEqual(self.files()["A.xml"], before["A.xml"])
+
     def test_exit_status_says_how_it_went(self):
         for arguments, status in [([], 2), (["compil"], 2), (["check"], 2), (["show", "--jso", "x"], 2),
                                   (["--help"], 0), (["--version"], 0), (["compile", "--help"], 0)]:
