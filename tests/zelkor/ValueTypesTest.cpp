@@ -23,9 +23,9 @@ using property::UnitQueryClientWrapper;
 
 class ValueTypesTest : public PropertyTest {
 protected:
-  Enumeration colors(std::vector<std::uint64_t> dimensions = {}) {
+  Enumeration colors(const std::vector<std::uint64_t>& dimensions = {}) {
     auto type = Enumeration::makeEnumeration(model, u"Colors");
-    type.setDimensions(std::move(dimensions));
+    type.setDimensions(dimensions);
     return type;
   }
   HostArray member(std::u16string_view name) { return colors().getValueFromString(name); }

@@ -99,7 +99,9 @@ private:
     for (auto& [path, target] : targets_) {
       auto known = paths_.find(target.targetId());
       auto name = known == paths_.end() ? tavo::toText(target.targetId()) : known->second;
-      objects[unique(path + "/(" + name + ")", taken)] = target;
+      std::string place(path);
+      place.append("/(").append(name).append(")");
+      objects[unique(place, taken)] = target;
     }
   }
 
