@@ -16,6 +16,7 @@ struct Place {
   std::uint32_t line = 0;
   std::uint32_t column = 0;
 
+  // clang-tidy 14 takes the zero in a defaulted comparison for a null pointer. NOLINTNEXTLINE(modernize-use-nullptr)
   friend auto operator<=>(const Place&, const Place&) = default;
 };
 
