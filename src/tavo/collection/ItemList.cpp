@@ -227,7 +227,8 @@ void* ItemList::search(std::size_t which, std::uint32_t hash, const Matches& mat
 }
 
 void* ItemList::find(const ModelElement::Impl& object) const {
-  if (keyed_ && count_ >= indexedFrom) {
+  // Links of a map are indexed by key alone, and stay so when the list has become short.
+  if (keyed_ && (links_ || count_ >= indexedFrom)) {
     void* item = findKey(0, object.field(*property_->key(0)));
     return item && objectOf(item) == &object ? item : nullptr;
   }
