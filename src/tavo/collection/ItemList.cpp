@@ -34,6 +34,8 @@ std::uint32_t identityHash(const ModelElement::Impl& object) { return fold(reint
 
 } // namespace
 
+ListField::~ListField() { delete list; }
+
 void KeyIndex::reserve(std::size_t count) {
   const std::size_t wanted = std::bit_ceil(count * 3 / 2 + 8);
   if (entries_ && wanted <= mask_ + 1)

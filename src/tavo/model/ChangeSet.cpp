@@ -91,13 +91,16 @@ const std::vector<Change>& ChangeSet::changes() const {
                          Draft{order, Draft::Kind::attribute, {}, &record, 0});
       break;
     case Record::Kind::placement:
-      drafts.try_emplace(
-          {1, record.object, nullptr, PropertyIndex(0)},
-          Draft{order, Draft::Kind::life, {record.place.container, record.place.property, record.alive}, &record, 0});
+      drafts.try_emplace({1, record.object, nullptr, PropertyIndex(0)},
+                         Draft{order,
+                               Draft::Kind::life,
+                               {record.place.container, record.place.property, record.otherAlive},
+                               &record,
+                               0});
       break;
     case Record::Kind::state:
       drafts.try_emplace({1, record.object, nullptr, PropertyIndex(0)},
-                         Draft{order, Draft::Kind::life, placeOf(*record.object, record.alive), &record, 0});
+                         Draft{order, Draft::Kind::life, placeOf(*record.object, record.otherAlive), &record, 0});
       break;
     case Record::Kind::link: {
       const auto count = [&](const Link& link) {
@@ -105,7 +108,7 @@ const std::vector<Change>& ChangeSet::changes() const {
                            .try_emplace({2, link.source, link.target, link.property},
                                         Draft{order, Draft::Kind::link, {}, &record, 0})
                            .first->second;
-        draft.balance += record.alive ? -1 : 1;
+        draft.balance += record.otherAlive ? -1 : 1;
       };
       count(*record.link);
       if (const Link* twin = record.link->twin())

@@ -2,7 +2,6 @@
 
 #include "tavo/core/Errors.h"
 #include "tavo/model/ModelData.h"
-#include "tavo/model/Transaction.h"
 
 namespace tavo {
 
@@ -84,8 +83,8 @@ std::size_t Model::objectCount() const { return data().objectCount(); }
 void Model::moveContentsTo(const Model& target) const { target.data().adoptContents(data()); }
 
 bool Model::isOpenForWriting() const { return *this && data_->isOpenForWriting(); }
-void Model::setFrozen(bool frozen) const { data().frozen = frozen; }
-unsigned Model::frameworkUpdateDepth() const { return data().frameworkUpdates; }
+void Model::setFrozen(bool frozen) const { data().setFrozen(frozen); }
+unsigned Model::frameworkUpdateDepth() const { return data().frameworkUpdateDepth(); }
 
 bool Model::canUndo() const { return data().log().canUndo(); }
 bool Model::canRedo() const { return data().log().canRedo(); }
@@ -125,12 +124,12 @@ ListenerToken Model::addShallowListener(std::function<void()> listener) const {
 }
 
 void Model::afterCommit(std::function<void()> action) const { data().afterCommit(std::move(action)); }
-void Model::atEnd(std::function<void()> action) const { data().endActions.push_back(std::move(action)); }
+void Model::atEnd(std::function<void()> action) const { data().atEnd(std::move(action)); }
 
-const String& Model::name() const { return data().name; }
-void Model::setName(const String& name) const { data().name = name; }
+const String& Model::name() const { return data().name(); }
+void Model::setName(const String& name) const { data().setName(name); }
 Constellation& Model::constellation() const {
-  Constellation* home = data().constellation;
+  Constellation* home = data().constellation();
   return home ? *home : Constellation::process(); // its own may have ended before it
 }
 
@@ -138,7 +137,7 @@ Constellation& Model::constellation() const {
 
 Constellation::~Constellation() {
   for (ModelData* model : models_)
-    model->constellation = nullptr;
+    model->setConstellation(nullptr);
 }
 
 Constellation& Constellation::process() {
@@ -156,43 +155,21 @@ std::vector<Model> Constellation::models() const {
 
 void Constellation::adopt(const Model& model) {
   ModelData& data = model.data();
-  if (data.constellation == this)
+  if (data.constellation() == this)
     return;
   models_.push_back(&data);
-  if (data.constellation)
-    std::erase(data.constellation->models_, &data);
-  data.constellation = this;
+  if (data.constellation())
+    std::erase(data.constellation()->models_, &data);
+  data.setConstellation(this);
 }
+
+// Kinds of updates
 
 UnloggedUpdate::UnloggedUpdate(const Model& model)
-    : model_(model), before_(std::exchange(model.data().unlogged, true)) {}
-UnloggedUpdate::~UnloggedUpdate() {
-  if (model_)
-    model_.get()->unlogged = before_;
-}
+    : model_(model), before_(model.data().setRecording(Recording::silent)) {}
+UnloggedUpdate::~UnloggedUpdate() { model_.get()->setRecording(before_); }
 
-FrameworkUpdate::FrameworkUpdate(const Model& model) : model_(model) { ++model_.data().frameworkUpdates; }
-FrameworkUpdate::~FrameworkUpdate() { --model_.get()->frameworkUpdates; }
-
-// Transactions
-
-Transaction::Transaction(const Model& model)
-    : model_(model), savepoint_(model.data().log().openSize()), deferred_(model.data().deferredCount()) {
-  model_.data().begin();
-}
-
-Transaction::~Transaction() { rollback(); }
-
-void Transaction::commit() {
-  if (!std::exchange(open_, false))
-    return;
-  model_.get()->commit();
-}
-
-void Transaction::rollback() noexcept {
-  if (!std::exchange(open_, false))
-    return;
-  model_.get()->rollback(savepoint_, deferred_);
-}
+FrameworkUpdate::FrameworkUpdate(const Model& model) : model_(model) { model_.data().beginFrameworkUpdate(); }
+FrameworkUpdate::~FrameworkUpdate() { model_.get()->endFrameworkUpdate(); }
 
 } // namespace tavo

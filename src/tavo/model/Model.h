@@ -13,6 +13,7 @@ namespace tavo {
 
 class ChangeSet;
 class Constellation;
+enum class Recording : std::uint8_t;
 
 /// Unregisters its listener when it is destroyed. May outlive the model.
 class TAVO_EXPORT ListenerToken {
@@ -181,7 +182,7 @@ public:
 
 private:
   Model model_;
-  bool before_;
+  Recording before_;
 };
 
 /// What happens with an exception of a listener, and with listeners that never come to rest. The default prints it to

@@ -4,29 +4,13 @@
 #include "tavo/model/ChangeSet.h"
 #include "tavo/model/Extent.h"
 #include "tavo/model/IdentityIndex.h"
-#include "tavo/model/Model.h"
+#include "tavo/model/LinkPool.h"
+#include "tavo/model/Transaction.h"
 #include "tavo/model/UndoLog.h"
 
 #include <thread>
 
 namespace tavo {
-
-/// Internal. The links of a model, in chunks.
-class LinkPool {
-public:
-  Link* create();
-  void release(Link* link) noexcept;
-  void clear() noexcept;
-  /// Takes over all links of another pool; `reserveAdoption` has made the room.
-  void adopt(LinkPool& other) noexcept;
-  void reserveAdoption(const LinkPool& other) { chunks_.reserve(chunks_.size() + other.chunks_.size()); }
-
-private:
-  std::vector<std::unique_ptr<Link[]>> chunks_;
-  static constexpr std::size_t smallestLinkChunk = 8;
-  std::size_t chunkSize_ = smallestLinkChunk;
-  Link* free_ = nullptr;
-};
 
 struct ListenerToken::Entry {
   std::function<void(const ChangeSet&)> listen;
@@ -41,6 +25,13 @@ struct ListenerToken::Entry {
   }
 };
 
+/// Internal. What becomes of changes.
+enum class Recording : std::uint8_t {
+  steps,   ///< each can be undone, and is announced
+  silent,  ///< they leave no trace; since the history goes on around them, only values may change, and no keys
+  reading, ///< they leave no trace, and there is no history: a file is being read
+};
+
 /// Internal. One model. Everything that changes it is a member here or of UndoLog; every change is: reserve what may
 /// fail, record, apply.
 class ModelData {
@@ -53,6 +44,20 @@ public:
   bool isOpen() const { return open_; }
   /// Ends the model: handles of it and of its objects become false.
   void close() noexcept;
+
+  // What hosts set
+
+  const String& name() const { return name_; }
+  void setName(const String& name) { name_ = name; }
+  Constellation* constellation() const { return constellation_; }
+  void setConstellation(Constellation* home) { constellation_ = home; }
+  void setFrozen(bool frozen) { frozen_ = frozen; }
+  void atEnd(std::function<void()> action) { endActions_.push_back(std::move(action)); }
+  unsigned frameworkUpdateDepth() const { return frameworkUpdates_; }
+  void beginFrameworkUpdate() { ++frameworkUpdates_; }
+  void endFrameworkUpdate() { --frameworkUpdates_; }
+  /// Returns what was set before.
+  Recording setRecording(Recording recording) { return std::exchange(recording_, recording); }
 
   // Objects
 
@@ -69,7 +74,7 @@ public:
   std::size_t objectCount() const { return alive_; }
   void adoptContents(ModelData& other);
 
-  // Reading a file, with `unlogged` set: an object is made, gets its values, and then its place.
+  // Reading a file: an object is made, gets its values, and then its place.
 
   ModelElement::Impl* createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
   void placeLast(ModelElement::Impl& object, ModelElement::Impl* container, const MetaProperty* property);
@@ -83,24 +88,27 @@ public:
               ModelElement::Impl* previous);
   /// Makes a reference, in a list behind the link `previous` (null: first) or at its end.
   void link(ModelElement::Impl& source, const MetaProperty& property, ModelElement::Impl& target, void* previous);
-  static inline void* const atEnd = reinterpret_cast<void*>(1);
+  static inline void* const atTheEnd = reinterpret_cast<void*>(1);
   void unlink(Link& link);
   void destroyTree(ModelElement::Impl& root, bool withHooks, bool withContents);
-  void disassociate(ModelElement::Impl& object);
-  void disassociateIncoming(ModelElement::Impl& object);
+  /// Clears the references to and from an object, or only those to it.
+  void clearReferences(ModelElement::Impl& object);
+  void clearReferencesTo(ModelElement::Impl& object);
 
   // Transactions
 
-  bool isOpenForWriting() const { return !frozen && !undoing_; }
+  bool isOpenForWriting() const { return open_ && !frozen_ && !announcingHistory_; }
   void requireWritable() const;
   /// Raises ModelFrozen while a step of the history is being announced.
   void requireStillHistory() const;
-  void begin() { ++transactionDepth_; }
+  Savepoint begin() {
+    ++transactionDepth_;
+    return {log_.openSize(), deferred_.size()};
+  }
   /// Ends the innermost transaction; the outermost one announces its changes and becomes a step.
   void commit();
-  /// Back to the savepoint, without the actions that came to wait for the commit since.
-  void rollback(std::size_t savepoint, std::size_t deferred) noexcept;
-  std::size_t deferredCount() const { return deferred_.size(); }
+  /// Ends the innermost transaction and takes back what was changed since it began.
+  void rollback(const Savepoint& savepoint) noexcept;
   void afterCommit(std::function<void()> action);
   bool inTransaction() const { return transactionDepth_ > 0; }
   UndoLog& log() { return log_; }
@@ -122,31 +130,38 @@ public:
   void release(ModelElement::Impl& object) noexcept;
   void release(Link& link) noexcept;
 
-  Constellation* constellation = nullptr;
-  String name;
-  unsigned frameworkUpdates = 0;
-  bool frozen = false;
-  /// While true, changes are not recorded: for reading into a model that had nothing to lose.
-  bool unlogged = false;
-  std::vector<std::function<void()>> endActions;
-
 private:
   friend void checkInvariants(const Model& model);
 
   Extent& extentFor(const MetaClass& metaClass);
-  void reserveIdentities(std::size_t count);
+  void reserveIdentities(std::size_t more);
   ItemList& listFor(ModelElement::Impl& owner, const MetaProperty& property);
+  /// The last place in a feature, or among the top-level objects; there is room for one more from then on.
+  Placement makeRoom(ModelElement::Impl* container, const MetaProperty* property);
+  /// Calls `visit(list, which, item)` for each map that has the object under that key.
   template <class Visit>
-  void forEachKeyedHolder(ModelElement::Impl& object, const MetaProperty& key, const Visit& visit);
+  static void forEachKeyedHolder(ModelElement::Impl& object, const MetaProperty& key, const Visit& visit);
+  ModelElement::Impl& construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
   /// Lets the object take over every reference to its stand-in, which is destroyed.
   void giveWay(ModelElement::Impl& standIn, ModelElement::Impl& object);
   void notify(Step& step, std::size_t from, bool undone) noexcept;
-  void reserveRecord();
-  /// Adds a record for which there is room; null when the model is not logged.
+  bool isRecording() const { return recording_ == Recording::steps; }
+  void reserveRecord() {
+    if (isRecording())
+      log_.open().reserveRecord();
+  }
+  /// Adds a record for which there is room; null when changes are not recorded.
   Record* keep(const Record& record) noexcept;
 
   std::size_t handles_ = 0;
   bool open_ = true;
+  bool frozen_ = false;
+  bool announcingHistory_ = false; ///< which must not move under the listeners
+  Recording recording_ = Recording::steps;
+  unsigned frameworkUpdates_ = 0;
+  unsigned transactionDepth_ = 0;
+  Constellation* constellation_;
+  String name_;
   boost::unordered_flat_map<const MetaClass*, std::unique_ptr<Extent>> extents_;
   Extent* lastExtent_ = nullptr; ///< creation comes in runs of one class
   IdentityIndex identities_;
@@ -154,11 +169,20 @@ private:
   ItemList topLevel_{nullptr};
   LinkPool links_;
   UndoLog log_{*this};
-  unsigned transactionDepth_ = 0;
   std::vector<std::function<void()>> deferred_; ///< wait for the outermost commit
-  bool undoing_ = false;
+  std::vector<std::function<void()>> endActions_;
   std::vector<std::shared_ptr<ListenerToken::Entry>> listeners_;
   std::thread::id thread_ = std::this_thread::get_id();
 };
+
+inline Record* ModelData::keep(const Record& record) noexcept {
+  if (!isRecording())
+    return nullptr;
+  Step& step = *log_.current();
+  auto* kept = ::new (step.reserveRecord()) Record(record);
+  step.keepRecord();
+  ++log_.recordsWritten;
+  return kept;
+}
 
 } // namespace tavo

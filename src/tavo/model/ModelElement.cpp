@@ -104,7 +104,7 @@ const MetaProperty* ModelElement::Impl::containingProperty() const {
   return container_ ? &container_->objectClass().at(containing_) : nullptr;
 }
 
-bool ModelElement::Impl::runsHooks() const { return data().frameworkUpdates == 0; }
+bool ModelElement::Impl::runsHooks() const { return data().frameworkUpdateDepth() == 0; }
 
 const MetaProperty& ModelElement::Impl::getPropertyByIndex(PropertyIndex index) const {
   return objectClass().property(index);
@@ -263,7 +263,7 @@ void ModelElement::Impl::setOne(const MetaProperty& property, Impl* target) {
     if (Link* link = *static_cast<LinkField*>(field(property)))
       data().unlink(*link);
     if (target)
-      data().link(*this, property, *target, ModelData::atEnd);
+      data().link(*this, property, *target, ModelData::atTheEnd);
     transaction.commit();
   }
   }
@@ -353,13 +353,13 @@ void ModelElement::Impl::doDestroy(bool withHooks, bool withContents) {
 
 void ModelElement::Impl::disassociateIncoming() {
   Transaction transaction(model());
-  data().disassociateIncoming(*this);
+  data().clearReferencesTo(*this);
   transaction.commit();
 }
 
 void ModelElement::Impl::basicDisassociateAll() {
   Transaction transaction(model());
-  data().disassociate(*this);
+  data().clearReferences(*this);
   transaction.commit();
 }
 

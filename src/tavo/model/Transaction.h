@@ -5,6 +5,12 @@
 
 namespace tavo {
 
+/// Internal. Where a transaction began, for going back there.
+struct Savepoint {
+  std::size_t records;
+  std::size_t actions; ///< that waited for the commit
+};
+
 /// Rolls back in its destructor unless it was committed. Transactions of a model nest like their scopes: an inner one
 /// is a savepoint, the outermost one becomes one undo step and one event. A change outside any transaction is a
 /// transaction of its own.
@@ -26,8 +32,7 @@ public:
 
 private:
   Model model_;
-  std::size_t savepoint_;
-  std::size_t deferred_; ///< actions that waited for the commit when this began
+  Savepoint savepoint_;
   bool open_ = true;
 };
 

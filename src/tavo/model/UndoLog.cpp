@@ -68,19 +68,19 @@ void UndoLog::apply(Record& record) noexcept {
     record.place = model_.detach(*record.object);
     model_.place(*record.object, other);
     const bool alive = record.object->isAlive();
-    model_.setAlive(*record.object, record.alive);
-    record.alive = alive;
+    model_.setAlive(*record.object, record.otherAlive);
+    record.otherAlive = alive;
     break;
   }
   case Record::Kind::state: {
     const bool alive = record.object->isAlive();
-    model_.setAlive(*record.object, record.alive);
-    record.alive = alive;
+    model_.setAlive(*record.object, record.otherAlive);
+    record.otherAlive = alive;
     break;
   }
   case Record::Kind::link:
     model_.toggle(*record.link, record.position.previous, record.position.twinPrevious);
-    record.alive = !record.alive;
+    record.otherAlive = !record.otherAlive;
     break;
   }
 }
@@ -94,11 +94,12 @@ void UndoLog::discard(Record& record) noexcept {
   }
   case Record::Kind::placement:
   case Record::Kind::state:
-    if (record.changesLife && record.alive) // the state in force is the dead one, and nothing can bring the other back
+    if (record.changesLife &&
+        record.otherAlive) // the state in force is the dead one, and nothing can bring the other back
       model_.release(*record.object);
     break;
   case Record::Kind::link:
-    if (record.alive)
+    if (record.otherAlive)
       model_.release(*record.link);
     break;
   }
@@ -131,12 +132,12 @@ void UndoLog::rollbackTo(std::size_t size) noexcept {
     recycle(current_.release());
 }
 
-Step* UndoLog::close() noexcept {
+void UndoLog::close() noexcept {
   if (!current_)
-    return nullptr;
+    return;
   if (current_->size() == 0) {
     recycle(current_.release());
-    return nullptr;
+    return;
   }
   forgetUndone();
   Step* step = current_.release();
@@ -148,7 +149,6 @@ Step* UndoLog::close() noexcept {
   ++count_;
   while (count_ > depth_)
     dropOldest();
-  return done_;
 }
 
 void UndoLog::dropOldest() noexcept {

@@ -33,7 +33,7 @@ struct Record {
   };
 
   Kind kind;
-  bool alive = false;       ///< the other state of the object or link: whether it is there
+  bool otherAlive = false;  ///< the other state of the object or link: whether it is there
   bool changesLife = false; ///< of placement: creation and destruction, rather than moving
   PropertyIndex property = 0;
   union {
@@ -136,9 +136,9 @@ public:
 
   /// Takes back and forgets the records of the open step from `size` on. Never raises.
   void rollbackTo(std::size_t size) noexcept;
-  /// Closes the open step: it becomes the last one that can be undone, and what could be redone is forgotten. Null when
-  /// nothing changed.
-  Step* close() noexcept;
+  /// Closes the open step: unless nothing changed, it becomes the last one that can be undone, and what could be redone
+  /// is forgotten.
+  void close() noexcept;
 
   bool canUndo() const { return done_ != nullptr; }
   bool canRedo() const { return undone_ != nullptr; }

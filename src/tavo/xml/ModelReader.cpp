@@ -458,7 +458,7 @@ private:
             "\"" + std::string(property.name()) + "\" cannot refer to an object of class \"" +
                 std::string(target.objectClass().name()) + "\"");
     try {
-      data_.link(source, property, target, ModelData::atEnd);
+      data_.link(source, property, target, ModelData::atTheEnd);
     } catch (const Error& error) {
       raiseBecause(error, FrameworkError::InvalidText, at(), "the reference cannot be made");
     }
@@ -554,16 +554,14 @@ private:
 /// called.
 class Reading {
 public:
-  explicit Reading(const Model& model) : model_(model) {
-    model_.data().unlogged = true;
-    ++model_.data().frameworkUpdates;
+  explicit Reading(const Model& model) : model_(model), update_(model) {
+    model_.data().setRecording(Recording::reading);
   }
   Reading(const Reading&) = delete;
   Reading& operator=(const Reading&) = delete;
   ~Reading() {
     ModelData& data = *model_.get();
-    --data.frameworkUpdates;
-    data.unlogged = false;
+    data.setRecording(Recording::steps);
     if (!kept_)
       data.dropContents();
   }
@@ -571,6 +569,7 @@ public:
 
 private:
   Model model_;
+  FrameworkUpdate update_;
   bool kept_ = false;
 };
 

@@ -1,0 +1,308 @@
+// The changes of a model: each checks, reserves, records and applies, in this order.
+#include "tavo/model/ModelData.h"
+
+#include "tavo/core/Errors.h"
+#include "tavo/model/FeatureFields.h"
+#include "tavo/model/Transaction.h"
+
+#include <cassert>
+
+namespace tavo {
+namespace {
+
+using Impl = ModelElement::Impl;
+
+String keyText(const MetaProperty& key, const void* value) { return errorArgument(valueText(*key.datatype(), value)); }
+
+/// What must hold before an object comes into a map.
+void requireFreeKeys(const ItemList& list, const Impl& object) {
+  for (std::size_t which = 0; which < 2; ++which)
+    if (const MetaProperty* key = list.property() ? list.property()->key(which) : nullptr)
+      if (list.findKey(which, object.field(*key)))
+        raise(FrameworkError::UniquenessConstraint, list.property()->name(), keyText(*key, object.field(*key)));
+}
+
+} // namespace
+
+ItemList& ModelData::listFor(Impl& owner, const MetaProperty& property) {
+  ListField& field = listField(owner, property);
+  if (!field.list)
+    field.list = new ItemList(&property);
+  return *field.list;
+}
+
+Placement ModelData::makeRoom(Impl* container, const MetaProperty* property) {
+  Placement place{container, nullptr, property ? property->index() : PropertyIndex(0), true};
+  if (container && !property->isMany())
+    return place;
+  ItemList& list = container ? listFor(*container, *property) : topLevel_;
+  list.reserveOne();
+  place.previous = static_cast<Impl*>(list.last());
+  return place;
+}
+
+// Objects
+
+Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
+  Extent& extent = extentFor(metaClass);
+  reserveIdentities(1);
+  Impl& object = *extent.create(uuid);
+  identities_.insert(object);
+  object.isProxy_ = proxy;
+  ++alive_;
+  return object;
+}
+
+Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* container, const MetaProperty* property,
+                        bool proxy) {
+  requireWritable();
+  const Uuid uuid = wanted.is_nil() ? randomUuid() : wanted;
+  Impl* standIn = wanted.is_nil() ? nullptr : identities_.find(uuid);
+  if (standIn && (proxy || !standIn->isProxy()))
+    raise(FrameworkError::DuplicateIdentity, name_, toText(uuid));
+
+  Transaction change{Model(this)};
+  const Placement last = makeRoom(container, property);
+  reserveRecord();
+  Impl& object = construct(metaClass, uuid, proxy);
+
+  Record record(Record::Kind::placement, &object);
+  record.changesLife = true;
+  keep(record);
+  place(object, last);
+  if (standIn)
+    giveWay(*standIn, object);
+  const ModelElement handle(&object); // a listener may destroy what has just been made
+  change.commit();
+  return &handle.object();
+}
+
+Impl* ModelData::createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
+  assert(!isRecording());
+  return &construct(metaClass, uuid, proxy);
+}
+
+void ModelData::placeLast(Impl& object, Impl* container, const MetaProperty* property) {
+  const Placement last = makeRoom(container, property);
+  if (container && property->isMany())
+    requireFreeKeys(*listField(*container, *property).list, object);
+  place(object, last);
+}
+
+// Values
+
+template <class Visit>
+void ModelData::forEachKeyedHolder(Impl& object, const MetaProperty& key, const Visit& visit) {
+  const auto visitIfKeyed = [&](const MetaProperty& holder, Impl& owner, void* item) {
+    if (!holder.isMany())
+      return;
+    for (std::size_t which = 0; which < 2; ++which)
+      if (holder.key(which) && holder.key(which)->index() == key.index())
+        visit(*listField(owner, holder).list, which, item);
+  };
+  if (object.container_ && object.isPlaced_)
+    visitIfKeyed(object.container_->objectClass().at(object.containing_), *object.container_, &object);
+  for (const MetaProperty* property : object.objectClass().references())
+    if (property->opposite() && property->opposite()->key(0))
+      forEachLink(object, *property,
+                  [&](Link& link) { visitIfKeyed(*property->opposite(), *link.target, link.twinOrPrevious); });
+  if (key.keysIncoming())
+    for (Link* link = object.incoming_; link; link = link->next)
+      visitIfKeyed(link->feature(), *link->source, link);
+}
+
+void ModelData::writeAttribute(Impl& object, const MetaProperty& property, void* value) {
+  requireWritable();
+  if (object.isProxy())
+    raise(FrameworkError::CannotModifyProxy, object.objectClass().name(), property.name());
+  const Datatype& type = *property.datatype();
+  if (type.equal(object.field(property), value))
+    return;
+  if (property.isKey())
+    forEachKeyedHolder(object, property, [&](ItemList& list, std::size_t which, void*) {
+      if (list.hasOther(which, value, object))
+        raise(FrameworkError::UniquenessConstraint, list.property()->name(), keyText(property, value));
+    });
+  if (!isRecording()) {
+    swapAttribute(object, property, value);
+    return;
+  }
+
+  Transaction change{Model(this)};
+  reserveRecord();
+  Record record(Record::Kind::attribute, &object);
+  record.property = property.index();
+  Record& kept = *keep(record);
+  type.move(kept.value, value);
+  swapAttribute(object, property, kept.value);
+  change.commit();
+}
+
+void ModelData::swapAttribute(Impl& object, const MetaProperty& property, void* value) noexcept {
+  void* field = object.field(property);
+  if (!property.isKey()) {
+    property.datatype()->swap(field, value);
+    return;
+  }
+  forEachKeyedHolder(object, property,
+                     [](ItemList& list, std::size_t which, void* item) { list.unindex(which, item); });
+  property.datatype()->swap(field, value);
+  forEachKeyedHolder(object, property,
+                     [](ItemList& list, std::size_t which, void* item) { list.reindex(which, item); });
+}
+
+// Containment and references
+
+void ModelData::attach(Impl& child, Impl* container, const MetaProperty* property, Impl* previous) {
+  requireWritable();
+  Transaction change{Model(this)};
+  Placement place = makeRoom(container, property);
+  place.previous = previous;
+  if (container && property->isMany())
+    requireFreeKeys(*listField(*container, *property).list, child);
+  reserveRecord();
+
+  Record record(Record::Kind::placement, &child);
+  record.otherAlive = true;
+  record.place = detach(child);
+  keep(record);
+  this->place(child, place);
+  change.commit();
+}
+
+void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, void* previous) {
+  requireWritable();
+  Transaction change{Model(this)};
+  const MetaProperty* opposite = property.opposite();
+  ItemList* list = nullptr;
+  ItemList* opposed = nullptr;
+  const auto prepare = [this](Impl& owner, const MetaProperty& feature, Impl& item) -> ItemList* {
+    if (!feature.isMany())
+      return nullptr;
+    ItemList& prepared = listFor(owner, feature);
+    requireFreeKeys(prepared, item);
+    if (!feature.key(0) && (feature.collection() == CollectionKind::set || feature.opposite()) && prepared.find(item))
+      raise(FrameworkError::UniquenessConstraint, feature.name(), toText(item.uuid()));
+    prepared.reserveOne();
+    return &prepared;
+  };
+  if (opposite && opposite->kind() == FeatureKind::refersOne)
+    if (Link* former = linkField(target, *opposite)) {
+      // Adding what is there already is refused before anything is taken away.
+      if (property.isMany() && former->target == &source)
+        raise(FrameworkError::UniquenessConstraint, property.name(), toText(target.uuid()));
+      unlink(*former);
+    }
+  list = prepare(source, property, target);
+  if (opposite)
+    opposed = prepare(target, *opposite, source);
+  reserveRecord();
+  Link* made = links_.create();
+  if (opposite) {
+    Link* twin = nullptr;
+    try {
+      twin = links_.create();
+    } catch (...) {
+      links_.release(made);
+      throw;
+    }
+    *twin = Link{&target, &source, made, nullptr, 0, opposite->index(), true, false};
+    made->paired = true;
+    made->twinOrPrevious = twin;
+  }
+  made->source = &source;
+  made->target = &target;
+  made->property = property.index();
+
+  keep(Record(made));
+  void* behind = previous == atTheEnd ? (list ? list->last() : nullptr) : previous;
+  void* twinBehind = opposed ? opposed->last() : nullptr;
+  toggle(*made, behind, twinBehind);
+  change.commit();
+}
+
+void ModelData::unlink(Link& link) {
+  requireWritable();
+  if (!isRecording()) {
+    void* ignored = nullptr;
+    toggle(link, ignored, ignored);
+    release(link);
+    return;
+  }
+  Transaction change{Model(this)};
+  reserveRecord();
+  Record record(&link);
+  record.otherAlive = true;
+  toggle(link, record.position.previous, record.position.twinPrevious);
+  keep(record);
+  change.commit();
+}
+
+void ModelData::destroyTree(Impl& root, bool withHooks, bool withContents) {
+  requireWritable();
+  Transaction change{Model(this)};
+  std::vector<Impl*> tree;
+  if (withHooks) {
+    // Hooks may change what they find, so the tree is gathered again when they have run.
+    tree.push_back(&root);
+    for (std::size_t i = 0; i < tree.size(); ++i) {
+      if (!tree[i]->isAlive())
+        continue;
+      tree[i]->aboutToDestroy();
+      if (tree[i]->isAlive() && withContents)
+        forEachChild(*tree[i], [&](Impl& child) { tree.push_back(&child); });
+    }
+    tree.clear();
+    if (!root.isAlive()) { // a hook did it
+      change.commit();
+      return;
+    }
+  }
+  if (!withContents) {
+    forEachChild(root, [&](Impl& child) { tree.push_back(&child); });
+    for (Impl* child : tree)
+      attach(*child, nullptr, nullptr, static_cast<Impl*>(topLevel_.last()));
+    tree.clear();
+  }
+  tree.push_back(&root);
+  for (std::size_t i = 0; i < tree.size(); ++i)
+    forEachChild(*tree[i], [&](Impl& child) { tree.push_back(&child); });
+
+  for (std::size_t i = tree.size(); i-- > 0;)
+    clearReferences(*tree[i]);
+  for (std::size_t i = tree.size(); i-- > 1;) {
+    reserveRecord();
+    Record record(Record::Kind::state, tree[i]);
+    record.otherAlive = true;
+    record.changesLife = true;
+    keep(record);
+    setAlive(*tree[i], false);
+  }
+  reserveRecord();
+  Record record(Record::Kind::placement, &root);
+  record.otherAlive = true;
+  record.changesLife = true;
+  record.place = detach(root);
+  keep(record);
+  setAlive(root, false);
+  if (!isRecording())
+    for (Impl* object : tree)
+      release(*object);
+  change.commit();
+}
+
+void ModelData::clearReferences(Impl& object) {
+  clearReferencesTo(object);
+  for (const MetaProperty* property : object.objectClass().references())
+    forEachLink(object, *property, [&](Link& link) { unlink(link); });
+}
+
+void ModelData::clearReferencesTo(Impl& object) {
+  while (object.incoming_)
+    unlink(*object.incoming_);
+  for (const MetaProperty* property : object.objectClass().references())
+    if (property->opposite())
+      forEachLink(object, *property, [&](Link& link) { unlink(link); });
+}
+
+} // namespace tavo
