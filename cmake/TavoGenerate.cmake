@@ -1,11 +1,11 @@
 # Makes C++ from class schemas; docs/schemas.md describes them.
 
-find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
-
-# An installed package says where the generator is; in the source tree it stands with the other tools.
+# An installed package says where the generator is; in the source tree it stands with the other tools. A property rather
+# than a variable, since the function below may be called from folders that do not see the variables of this one.
 if(NOT TAVOGEN_FOLDER)
   cmake_path(SET TAVOGEN_FOLDER NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../tools/tavogen")
 endif()
+set_property(GLOBAL PROPERTY TAVOGEN_FOLDER "${TAVOGEN_FOLDER}")
 
 # tavo_generate(TARGET name SCHEMAS file... [DEPENDS target...] [OUTPUT folder])
 #
@@ -25,6 +25,9 @@ function(tavo_generate)
     set(arg_OUTPUT ${PROJECT_BINARY_DIR}/gen)
   endif()
   list(TRANSFORM arg_SCHEMAS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/" REGEX "^[^/]")
+  # Only here, so that nobody needs Python to link the libraries.
+  find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
+  get_property(tavogen GLOBAL PROPERTY TAVOGEN_FOLDER)
 
   set(depends)
   foreach(target IN LISTS arg_DEPENDS)
@@ -37,10 +40,10 @@ function(tavo_generate)
   set_target_properties(${arg_TARGET} PROPERTIES TAVO_SCHEMAS "${arg_SCHEMAS}")
   list(TRANSFORM depends PREPEND "--depends=")
 
-  file(GLOB_RECURSE generator CONFIGURE_DEPENDS ${TAVOGEN_FOLDER}/*.py)
+  file(GLOB_RECURSE generator CONFIGURE_DEPENDS ${tavogen}/*.py)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${arg_SCHEMAS} ${generator})
   execute_process(
-    COMMAND ${Python3_EXECUTABLE} -B ${TAVOGEN_FOLDER} --name=${arg_TARGET} --output=${arg_OUTPUT} ${depends}
+    COMMAND ${Python3_EXECUTABLE} -B ${tavogen} --name=${arg_TARGET} --output=${arg_OUTPUT} ${depends}
             ${arg_SCHEMAS}
     OUTPUT_VARIABLE sources OUTPUT_STRIP_TRAILING_WHITESPACE
     ERROR_VARIABLE faults

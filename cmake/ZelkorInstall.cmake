@@ -1,5 +1,5 @@
-# What is installed: the libraries, their headers at the paths they have here, a CMake package and pkg-config files. The
-# installed tree can be moved as a whole.
+# What is installed: the libraries, their public headers at the paths they have here, a CMake package and pkg-config
+# files. The installed tree can be moved as a whole.
 
 include(CMakePackageConfigHelpers)
 
@@ -7,15 +7,23 @@ set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set(ZELKOR_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/zelkor)
 set(ZELKOR_INSTALL_DATADIR ${CMAKE_INSTALL_DATADIR}/zelkor)
 
-# Installs the library NAME as the target NAME::NAME of the package. All libraries made by zelkor_add_library take part.
+# zelkor_install_library(NAME HEADERS file... [WITHOUT folder...])
+#
+# Installs the library NAME as the target NAME::NAME of the package. HEADERS are those that its users include, or that
+# code generated for them does; all others are its own. Generated headers are public but for those of the named folders.
 function(zelkor_install_library name)
+  cmake_parse_arguments(arg "" "" "HEADERS;WITHOUT" ${ARGN})
   install(TARGETS ${name} EXPORT ${name}Targets
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(EXPORT ${name}Targets NAMESPACE ${name}:: DESTINATION ${ZELKOR_INSTALL_CMAKEDIR})
-  foreach(root ${PROJECT_SOURCE_DIR}/src ${PROJECT_BINARY_DIR}/gen)
-    install(DIRECTORY ${root}/${name} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+  foreach(header IN LISTS arg_HEADERS)
+    cmake_path(GET header PARENT_PATH folder)
+    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${name}/${folder})
   endforeach()
+  list(TRANSFORM arg_WITHOUT REPLACE "(.+)" "PATTERN;\\1;EXCLUDE")
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/gen/${name} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    FILES_MATCHING PATTERN "*.h" ${arg_WITHOUT})
   set_property(GLOBAL APPEND PROPERTY ZELKOR_INSTALLED_LIBRARIES ${name})
 endfunction()
 
@@ -44,6 +52,8 @@ function(zelkor_install_package)
       install(FILES ${schema} DESTINATION ${ZELKOR_INSTALL_DATADIR}/schemas/${place})
     endforeach()
   endforeach()
+
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
   set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH PC_PREFIX /prefix/${pkgconfig_dir} /prefix)

@@ -32,7 +32,6 @@ function(zelkor_add_library name)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
   zelkor_compile_options(${name})
-  zelkor_install_library(${name})
 endfunction()
 
 # A test executable NAME of the given sources, linked with LIBS. It is one CTest test with the label of its folder

@@ -20,6 +20,8 @@ public:
 
   /// The value of the text, or null when it cannot be evaluated. Never raises for bad text.
   virtual kavra::HostArray evalExpression(const tavo::String& text) const;
+  /// Where the host's application sets the variables that expressions see; null without a host.
+  const std::shared_ptr<kavra::Workspace>& workspace() const { return workspace_; }
 
 private:
   std::shared_ptr<kavra::Workspace> workspace_;

@@ -1,4 +1,0 @@
-// A program exports nothing.
-#pragma once
-
-#define SHOP_EXPORT
