@@ -1,9 +1,12 @@
 #include "tests/zelkor/PropertyFixture.h"
 
 #include "zelkor/property/PropertySetResolver.impl.h"
+#include "zelkor/services/CurrentModelResolver.h"
 #include "zelkor/services/LostModelResolver.h"
 #include "zelkor/services/ModelIdentifier.h"
 #include "zelkor/services/Proxies.h"
+
+#include <functional>
 
 namespace zelkor::test {
 
@@ -97,18 +100,69 @@ TEST_F(ProxiesTest, ADestroyedResolverLeavesWhatItTakesToFindTheTargetsAgain) {
   EXPECT_EQ(value.valueTypeProxy().getTargetName(), u"Metals.density");
   tavo::checkInvariants(model);
 
+  // Finding them again is no change; the next target takes them along.
   const auto other = makeResolver();
+  const auto before = stateOf(model);
+  const auto serial = model.undoSerial();
   other.setReferencedModel(library);
   EXPECT_EQ(value.getType(), density);
+  EXPECT_EQ(stateOf(model), before);
+  EXPECT_EQ(model.undoSerial(), serial);
+  other.setReferencedModel({});
+  EXPECT_FALSE(value.getType());
+
+  other.createProxyTarget(library.create<FloatType>());
   EXPECT_EQ(target.resolver(), other);
   EXPECT_FALSE(model.findTopLevel<LostModelResolver>());
+  tavo::checkInvariants(model);
 }
 
 TEST_F(ProxiesTest, ATargetGoesWithItsLastSource) {
-  value.setType(builtIn(u"double"));
+  const std::function<void()> ways[] = {
+      [&] { value.setType(builtIn(u"double")); },
+      [&] { value.destroy(); },
+      [&] { value.valueTypeProxy().destroy(); },
+  };
+  for (const auto& way : ways) {
+    const auto before = stateOf(model);
+    const auto copy = value.clone(model);
+    way();
+    EXPECT_EQ(resolver.proxies().size(), 1u);
+    copy.destroy();
+    EXPECT_TRUE(resolver.proxies().empty());
+    for (int step = 0; step < 3; ++step)
+      EXPECT_TRUE(model.undo());
+    EXPECT_EQ(stateOf(model), before);
+    EXPECT_EQ(value.getType(), density);
+    tavo::checkInvariants(model);
+  }
+}
+
+TEST_F(ProxiesTest, WhatIsRemovedTakesItsTargetsAlong) {
+  const auto before = stateOf(model);
+  const auto definition = set.addProperty(u"p", u"double");
+  definition.setType(density); // for the definition and for its default
+  EXPECT_EQ(resolver.proxies().size(), 1u);
+  set.removeProperty(u"p");
+  value.destroy();
   EXPECT_TRUE(resolver.proxies().empty());
-  EXPECT_TRUE(model.undo());
-  EXPECT_EQ(value.getType(), density);
+  const auto here = model.findTopLevel<CurrentModelResolver>();
+  EXPECT_TRUE(!here || here.proxies().empty());
+
+  while (stateOf(model) != before)
+    ASSERT_TRUE(model.undo());
+  resolver.destroy();
+  value.setType(builtIn(u"double"));
+  EXPECT_FALSE(model.findTopLevel<LostModelResolver>()) << "nothing is missed any more";
+}
+
+TEST_F(ProxiesTest, ACopyInAnotherModelUsesTheResolverThatIsThere) {
+  library.destroy();
+  const auto elsewhere = tavo::Model::create();
+  const auto there = PropertySetResolver::createResolver(elsewhere, u"Metals");
+  const auto copy = value.clone(elsewhere);
+  EXPECT_EQ(copy.valueTypeProxy().getResolver(), there);
+  EXPECT_FALSE(elsewhere.findTopLevel<LostModelResolver>());
 }
 
 TEST_F(ProxiesTest, AModelWithoutANameCannotBeReferredTo) {

@@ -7,32 +7,37 @@
 #include "zelkor/services/ModelResolvers.h"
 #include "zelkor/services/Proxies.h"
 
-namespace zelkor::services::proxy {
-namespace {
+#include <algorithm>
 
-/// The first resolver at the top of the model that has the class and the URI.
-ModelResolver find(const tavo::Model& model, const tavo::MetaClass& resolverClass, std::u16string_view uri) {
+namespace zelkor::services::proxy {
+
+ModelResolver findResolver(const tavo::Model& model, const tavo::MetaClass& resolverClass, std::u16string_view name) {
   for (const auto& element : model.topLevel())
-    if (element.isA(resolverClass) && ModelResolver(element.get()).uRI() == uri)
+    if (element.isA(resolverClass) && ModelResolver(element.get()).uRI() == name)
       return ModelResolver(element.get());
   return {};
 }
 
-} // namespace
+bool hasTargetOf(const Resolver& resolver, const tavo::Model& model) {
+  return std::ranges::any_of(resolver.proxies().toVector(),
+                             [&](const auto& target) { return static_cast<bool>(model.find(target.targetId())); });
+}
 
 ModelResolver ModelResolver::findModelResolver(const ModelIdentifier& identifier, const tavo::String& name,
                                                const tavo::MetaClass& resolverClass) {
-  return find(identifier.model(), resolverClass, name);
+  return findResolver(identifier.model(), resolverClass, name);
 }
 
 void ModelResolver::Impl::setReferencedModel(const tavo::Model& referenced) {
   setBoundModel(referenced);
-  if (referenced)
-    adoptLostTargets(This());
   for (const auto& target : getProxies().toVector()) {
     target.unbind();
     target.findElement();
   }
+  if (isA(LostModelResolver::metaClass()) || getURI().empty())
+    return;
+  if (const auto lost = findResolver<LostModelResolver>(model(), getURI()))
+    lost.setReferencedModel(referenced);
 }
 
 tavo::Model ModelResolver::Impl::getReferencedModel() const {
@@ -73,7 +78,10 @@ LostModelResolver LostModelResolver::createResolver(const tavo::Model& model, co
 }
 
 void LostModelResolver::Impl::load() {
-  // Nobody knows where its model is; see adoptLostTargets.
+  // It does not know where its model is; a resolver that refers there again does.
+  for (const auto& resolver : resolversOf<ModelResolver>(model()))
+    if (!resolver.isA(LostModelResolver::metaClass()) && !getURI().empty() && resolver.uRI() == getURI())
+      return resolver.load();
 }
 
 } // namespace zelkor::services::proxy

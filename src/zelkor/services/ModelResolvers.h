@@ -17,13 +17,15 @@ std::vector<Facade> resolversOf(const tavo::Model& model) {
 }
 
 /// The first one whose URI is exactly the name, or an empty handle.
+ZELKOR_EXPORT ModelResolver findResolver(const tavo::Model& model, const tavo::MetaClass& resolverClass,
+                                         std::u16string_view name);
 template <class Facade>
 Facade findResolver(const tavo::Model& model, std::u16string_view name) {
-  for (auto& resolver : resolversOf<Facade>(model))
-    if (resolver.uRI() == name)
-      return resolver;
-  return {};
+  return findResolver(model, Facade::metaClass(), name).template as<Facade>();
 }
+
+/// Whether the model has one of the resolver's targets, and so is the one that the resolver means.
+ZELKOR_EXPORT bool hasTargetOf(const Resolver& resolver, const tavo::Model& model);
 
 template <class Facade>
 Facade findOrCreateResolver(const tavo::Model& model, const tavo::String& name) {

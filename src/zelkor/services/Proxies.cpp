@@ -8,7 +8,7 @@
 #include "zelkor/services/CurrentModelResolver.h"
 #include "zelkor/services/LostModelResolver.h"
 #include "zelkor/services/ModelIdentifier.h"
-#include "zelkor/services/ModelResolver.h"
+#include "zelkor/services/ModelResolvers.h"
 #include "zelkor/services/ProxySource.impl.h"
 #include "zelkor/services/ProxyTarget.builder.h"
 #include "zelkor/services/ProxyTarget.impl.h"
@@ -32,19 +32,12 @@ ProxySource sourceIn(const tavo::ModelElement& owner, const tavo::MetaProperty& 
   return ProxySource(owner.object().one(feature));
 }
 
-/// Takes out what `feature` holds, and with it a target that nothing refers to any more, unless it is going to be used.
-void clear(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& wanted = {}) {
-  const auto former = sourceIn(owner, feature);
-  if (!former)
-    return;
-  const auto target = former.target();
-  former.destroy();
-  if (target && target != wanted && !target.object().isReferredTo())
-    target.destroy();
-}
-
 void put(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& target) {
-  clear(owner, feature, target);
+  if (const auto former = sourceIn(owner, feature)) {
+    if (former.target() == target)
+      return;
+    former.destroy();
+  }
   const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
   auto* source = owner.object().createInto(feature, plain, tavo::derivedUuid(owner.Uuid(), feature));
   static_cast<ProxySource::Impl&>(*source).setTarget(target);
@@ -63,9 +56,8 @@ void referTo(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
 }
 
 void referToNothing(const tavo::ModelElement& owner, const tavo::MetaProperty& feature) {
-  tavo::Transaction transaction(owner.model());
-  clear(owner, feature);
-  transaction.commit();
+  if (const auto source = sourceIn(owner, feature))
+    source.destroy();
 }
 
 void referAs(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxySource& source) {
@@ -79,9 +71,14 @@ void referAs(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
   } else if (const auto element = target.findElement()) {
     referTo(owner, feature, element);
   } else {
-    const auto lost = LostModelResolver::createResolver(owner.model(), target.resolver().uRI());
+    const auto there = target.resolver();
+    Resolver here;
+    if (!there.uRI().empty())
+      here = findResolver(owner.model(), there.objectClass(), there.uRI());
+    if (!here)
+      here = LostModelResolver::createResolver(owner.model(), there.uRI());
     const auto& known = static_cast<ProxyTarget::Impl&>(target.object());
-    put(owner, feature, createTarget(lost, known.getTargetId(), known.getTargetClassId(), known.getTargetName()));
+    put(owner, feature, createTarget(here, known.getTargetId(), known.getTargetClassId(), known.getTargetName()));
   }
   transaction.commit();
 }
@@ -120,25 +117,33 @@ tavo::String nameForMessages(const ProxiableElement& element) {
   return identifier && !identifier.uRI().empty() ? tavo::concat(identifier.uRI(), u".", name) : name;
 }
 
+void destroyIfUnused(const ProxyTarget& target) {
+  if (!target || target.object().isReferredTo())
+    return;
+  const auto resolver = target.resolver();
+  target.destroy();
+  if (resolver && resolver.isA(LostModelResolver::metaClass()) && resolver.proxies().empty())
+    resolver.destroy();
+}
+
 void adoptLostTargets(const Resolver& resolver) {
   if (resolver.isA(LostModelResolver::metaClass()) || resolver.uRI().empty())
     return;
-  for (const auto& element : resolver.model().topLevel()) {
-    const auto lost = element.as<LostModelResolver>();
-    if (!lost || lost.uRI() != resolver.uRI())
-      continue;
-    tavo::Transaction transaction(resolver.model());
-    const auto& proxies = resolver.objectClass().at(Resolver::Impl::Index::proxies);
-    for (const auto& target : lost.proxies().toVector())
-      if (!resolver.findProxyTarget(target.targetId())) {
-        lost.object().remove(proxies, target.get());
-        resolver.object().add(proxies, target.get());
-        target.unbind();
-      }
-    if (lost.proxies().empty())
-      lost.destroy();
-    transaction.commit();
-  }
+  const auto lost = findResolver<LostModelResolver>(resolver.model(), resolver.uRI());
+  if (!lost)
+    return;
+
+  tavo::Transaction transaction(resolver.model());
+  const auto& proxies = resolver.objectClass().at(Resolver::Impl::Index::proxies);
+  for (const auto& target : lost.proxies().toVector())
+    if (!resolver.findProxyTarget(target.targetId())) {
+      lost.object().remove(proxies, target.get());
+      resolver.object().add(proxies, target.get());
+      target.unbind();
+    }
+  if (lost.proxies().empty())
+    lost.destroy();
+  transaction.commit();
 }
 
 } // namespace zelkor::services::proxy

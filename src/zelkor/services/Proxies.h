@@ -37,6 +37,9 @@ ZELKOR_EXPORT ProxyTarget createTarget(const Resolver& resolver, const tavo::Uui
 /// What messages call an element of another model: the qualified name, or the model's name, a dot and the name.
 ZELKOR_EXPORT tavo::String nameForMessages(const ProxiableElement& element);
 
+/// Takes away a target that nothing refers to any more.
+ZELKOR_EXPORT void destroyIfUnused(const ProxyTarget& target);
+
 /// Lets `resolver` take over the targets that resolvers of the same URI have left behind.
 ZELKOR_EXPORT void adoptLostTargets(const Resolver& resolver);
 

@@ -2,6 +2,7 @@
 
 #include "tavo/model/Transaction.h"
 #include "zelkor/services/ProxiableElement.h"
+#include "zelkor/services/Proxies.h"
 #include "zelkor/services/ProxyTarget.h"
 #include "zelkor/services/Resolver.h"
 
@@ -42,6 +43,14 @@ Resolver ProxySource::Impl::getResolver() const {
 tavo::String ProxySource::Impl::getTargetName() const {
   const auto target = getTarget();
   return target ? target.targetName() : tavo::String();
+}
+
+void ProxySource::Impl::aboutToDestroy() {
+  Base::aboutToDestroy();
+  // A target lives as long as something refers to it, wherever that is destroyed.
+  const auto target = getTarget();
+  setTarget({});
+  destroyIfUnused(target);
 }
 
 } // namespace zelkor::services::proxy
