@@ -42,7 +42,7 @@ struct FrameworkError {
   static constexpr ErrorId FileNotFound{"tavo:io:FileNotFound"};
   /// (what it says) The cause of an error was an exception that is not of this framework.
   static constexpr ErrorId ForeignException{"tavo:messages:ForeignException"};
-  /// (version found, family, version supported) A file was written by a newer or unknown version of a schema.
+  /// (version found, family, version supported, place) A file was written by a newer or unknown version of a schema.
   static constexpr ErrorId InvalidFamilyVersion{"tavo_evo:messages:InvalidFamilyVersion"};
   /// (place, reason) A text in a file does not read as the value that belongs there.
   static constexpr ErrorId InvalidText{"tavo:messages:InvalidText"};
@@ -68,8 +68,8 @@ struct FrameworkError {
   static constexpr ErrorId NotARegularFile{"tavo:io:NotARegularFile"};
   /// (operation) The operation is declared, and not written yet.
   static constexpr ErrorId NotAvailable{"tavo:messages:NotAvailable"};
-  /// (version found, family, version supported) A file was written by an older version of a schema than this build
-  /// reads.
+  /// (version found, family, version supported, place) A file was written by an older version of a schema than this
+  /// build reads.
   static constexpr ErrorId OldFamilyVersion{"tavo_evo:messages:OldFamilyVersion"};
   /// (path, reason) A file has been saved, but its folder could not be synced.
   static constexpr ErrorId SavedButNotSynced{"tavo:io:SavedButNotSynced"};

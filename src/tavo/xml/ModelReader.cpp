@@ -139,7 +139,7 @@ private:
             "this is no model file: it starts with \"" + std::string(name) + "\" instead of \"tavo\"");
     const std::string_view format = require(attributes, xf::format);
     if (format != xf::formatVersion)
-      raise(FrameworkError::InvalidFamilyVersion, format, xf::root, xf::formatVersion);
+      raise(FrameworkError::InvalidFamilyVersion, format, xf::root, xf::formatVersion, place());
   }
 
   void startSection(std::string_view name) {
@@ -169,8 +169,8 @@ private:
     if (version == package->version())
       return;
     if (isOlder(version, package->version()))
-      raise(FrameworkError::OldFamilyVersion, version, name, package->version());
-    raise(FrameworkError::InvalidFamilyVersion, version, name, package->version());
+      raise(FrameworkError::OldFamilyVersion, version, name, package->version(), place());
+    raise(FrameworkError::InvalidFamilyVersion, version, name, package->version(), place());
   }
 
   void readClass(std::string_view element, std::span<const XmlAttribute> attributes) {

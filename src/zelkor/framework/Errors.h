@@ -136,7 +136,7 @@ struct PropertyError {
   static constexpr ErrorId MaxMinMustOnlyOnFloatOrInteger{"Velmora:Property:MaxMinMustOnlyOnFloatOrInteger"};
   /// (new minimum, maximum) A minimum would be above the maximum.
   static constexpr ErrorId MinGreaterThanMax{"Velmora:Property:MinGreaterThanMax"};
-  /// (type) The model in which a value type lives has no identifier by which other models could refer to it.
+  /// (element) The model in which an element lives has no identifier by which other models could refer to it.
   static constexpr ErrorId ModelCannotBeReferred{"Velmora:Property:ModelCannotBeReferred"};
   /// () Units are given to a value whose type has none.
   static constexpr ErrorId TypeDoesntHaveUnit{"Velmora:Property:TypeDoesntHaveUnit"};
