@@ -3,6 +3,7 @@
 #include "tests/zelkor/ProfileFixture.h"
 
 #include "zelkor/property/ValueType.h"
+#include "zelkor/services/ProxySource.h"
 
 namespace zelkor::profile {
 namespace {
@@ -59,6 +60,54 @@ TEST_F(ProfileFaultTest, AProfileIsLoadedWithWhatItNeedsOrNotAtAll) {
   EXPECT_GT(failures, 100u);
   EXPECT_FALSE(Profile::findLoadedProfile(u"Child").getIsUnhealthyOnLoad());
   EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Child", u"Parent"}));
+}
+
+TEST_F(ProfileFaultTest, AProfileIsMadeOrNot) {
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child"); // refers to what is going to be made
+  Profile::unload(u"Parent");
+  const auto models = tavo::Constellation::process().models().size();
+  const auto failures =
+      testsupport::failEachAllocation([&] { Profile::newProfile(u"Parent"); },
+                                      [&](std::size_t) {
+                                        EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{u"Child"});
+                                        EXPECT_EQ(tavo::Constellation::process().models().size(), models);
+                                        EXPECT_TRUE(child.prototypes().front().hasParent());
+                                      });
+  EXPECT_GT(failures, 50u);
+}
+
+TEST_F(ProfileFaultTest, AProfileKnowsWhetherItWasSaved) {
+  const auto profile = Profile::newProfile(u"ProfileWithALongName");
+  const auto path = file("ProfileWithALongName.xml");
+  save(profile);
+  int round = 0;
+  std::string before;
+  const auto failures = testsupport::failEachAllocation([&] { profile.saveToFile(u""); },
+                                                        [&](std::size_t) {
+                                                          const auto after = contentOf(path);
+                                                          EXPECT_EQ(profile.dirty(), after == before);
+                                                          before = after;
+                                                          profile.setDescription(text(std::to_string(++round)));
+                                                        });
+  EXPECT_GT(failures, 10u);
+  EXPECT_FALSE(profile.dirty());
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 2); // the profile and the working folder
+}
+
+TEST_F(ProfileFaultTest, AProfileIsUnloadedOrStays) {
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child");
+  const auto parent = Profile::findLoadedProfile(u"Parent");
+  const auto failures =
+      testsupport::failEachAllocation([&] { Profile::unload(u"Parent"); },
+                                      [&](std::size_t) {
+                                        EXPECT_EQ(Profile::findLoadedProfile(u"Parent"), parent);
+                                        EXPECT_EQ(child.prototypes().front().getParent(), parent.prototypes().front());
+                                      });
+  EXPECT_GT(failures, 0u);
+  EXPECT_FALSE(parent);
+  EXPECT_EQ(child.prototypes().front().getParent().getName(), u"Base");
 }
 
 } // namespace

@@ -109,7 +109,9 @@ TEST_F(ProfileFileTest, BadFilesAreRefusedWithTheirErrorAndLeaveTheCatalogAsItWa
       {"document-hostile", "tavo:messages:MalformedXml", {}},
       {"document-empty", "tavo:messages:MalformedXml", {}},
       {"family-future", "Velmora:Profile:CannotLoadFutureVersion", {text(file("Bad.xml")), u"3.0"}},
-      {"family-old", "tavo_evo:messages:OldFamilyVersion", {}},
+      {"family-old",
+       "tavo_evo:messages:OldFamilyVersion",
+       {u"2.6", u"zelkor_property", u"2.8", text(file("Bad.xml").native() + ":4:5")}},
       {"family-unknown", "tavo:messages:UnknownFamily", {}},
       {"class-unknown", "tavo:messages:UnknownClass", {}},
       {"objects-none", "Velmora:Profile:NotAProfile", {text(file("Bad.xml"))}},
@@ -361,6 +363,27 @@ TEST_F(ProfileFileTest, UnloadingNamesOneOrAll) {
     EXPECT_EQ(announced(), "-B-A-C");
   }
   EXPECT_FALSE(catalog().unloadProfile(u"A"));
+}
+
+TEST_F(ProfileFileTest, UnloadingDoesNotWaitForATransactionOfTheProfile) {
+  const auto profile = Profile::newProfile(u"P");
+  tavo::Transaction open(profile.model());
+  add(profile, u"S");
+  Profile::unload(u"P");
+  EXPECT_EQ(announced(), "-P");
+  EXPECT_FALSE(profile);
+  open.commit();
+  EXPECT_EQ(announced(), "");
+}
+
+TEST_F(ProfileFileTest, WithoutAWorkingFolderOnlyThePathCounts) {
+  const auto profile = Profile::newProfile(u"P");
+  save(profile);
+  fs::remove(workingFolder());
+  EXPECT_ERROR(load("Missing"), "Velmora:Profile:ProfileNotFound", "Missing.xml");
+  EXPECT_ERROR(profile.saveToFile(u"P.xml"), "tavo:io:CannotWrite");
+  Profile::unload(u"P");
+  EXPECT_EQ(load("P"), "P");
 }
 
 TEST_F(ProfileFileTest, AnOlderProfileGetsTheBuiltInTypesThatItDoesNotHave) {

@@ -1,11 +1,15 @@
 #include "tests/zelkor/ProfileFixture.h"
 
+#include "zelkor/clone/CloneContext.h"
 #include "zelkor/profile/DefaultStereotypeMap.h"
+#include "zelkor/profile/DefaultStereotypePair.h"
 #include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/profile/Tag.h"
 #include "zelkor/property/PropertySetResolver.h"
 #include "zelkor/property/ValueType.h"
 #include "zelkor/services/ModelIdentifier.h"
+#include "zelkor/services/ProxySource.h"
+#include "zelkor/test/PrototypableFixture.h"
 
 namespace zelkor::profile {
 namespace {
@@ -119,28 +123,61 @@ TEST_F(ProfileTest, AnInheritedPortStereotypeIsNoDefaultOfComponents) {
   EXPECT_EQ(profile.model().undoSerial(), serial);
 }
 
-TEST_F(ProfileTest, DefaultsPerKindRefuseWhatDoesNotApplyAndASecondOne) {
+TEST_F(ProfileTest, EachKindHasOneDefaultThatAppliesToIt) {
   const auto profile = Profile::newProfile(u"P");
-  const auto any = add(profile, u"Any"), onConnectors = add(profile, u"OnConnectors", u"zelkor.Connector");
-  const auto map = any.defaultStereotypeMap();
   const auto model = profile.model();
-  EXPECT_FALSE(map.getPortDefault());
-  map.removePortDefault();
-  EXPECT_REFUSED(model, map.setPortDefault(onConnectors), "Velmora:Profile:InvalidPortDefault", "P.OnConnectors");
-  EXPECT_REFUSED(model, map.setArchitectureDefault(onConnectors), "Velmora:Profile:InvalidComponentDefault");
-  map.setPortDefault(any);
-  const auto serial = model.undoSerial();
-  map.setPortDefault(any);
-  EXPECT_EQ(model.undoSerial(), serial);
-  map.setConnectorDefault(onConnectors);
-  EXPECT_REFUSED(model, map.setConnectorDefault(any), "tavo:messages:UniquenessConstraint");
-  EXPECT_EQ(map.getConnectorDefault(), onConnectors);
-  map.removePortDefault();
-  EXPECT_FALSE(map.hasDefault(u"port"));
+  const auto any = add(profile, u"Any");
+  add(profile, u"OnPorts", u"zelkor.Port");
+  add(profile, u"OnConnectors", u"zelkor.Connector");
+  add(profile, u"OnComponents", u"zelkor.Component");
+  const auto map = any.defaultStereotypeMap();
+  const struct {
+    const char16_t *key, *fitting, *other; ///< the stereotype that applies, and one that does not
+    void (DefaultStereotypeMap::*set)(const Prototype&) const;
+    Prototype (DefaultStereotypeMap::*get)() const;
+    void (DefaultStereotypeMap::*remove)() const;
+    std::string id;
+    Texts arguments;
+  } rows[] = {
+      {u"component", u"OnComponents", u"OnPorts", &DefaultStereotypeMap::setArchitectureDefault,
+       &DefaultStereotypeMap::getArchitectureDefault, &DefaultStereotypeMap::removeArchitectureDefault,
+       "Velmora:Profile:InvalidComponentDefault", Texts{}},
+      {u"port", u"OnPorts", u"OnConnectors", &DefaultStereotypeMap::setPortDefault,
+       &DefaultStereotypeMap::getPortDefault, &DefaultStereotypeMap::removePortDefault,
+       "Velmora:Profile:InvalidPortDefault", Texts{u"P.OnConnectors"}},
+      {u"connector", u"OnConnectors", u"OnComponents", &DefaultStereotypeMap::setConnectorDefault,
+       &DefaultStereotypeMap::getConnectorDefault, &DefaultStereotypeMap::removeConnectorDefault,
+       "Velmora:Profile:InvalidConnectorDefault", Texts{u"P.OnComponents"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.id);
+    const auto empty = tavo::modelText(model);
+    const auto fitting = profile.prototypes().find(row.fitting), other = profile.prototypes().find(row.other);
+    EXPECT_FALSE((map.*row.get)());
+    (map.*row.remove)();
+    EXPECT_TRUE(testsupport::raises([&] { (map.*row.set)(other); }, row.id, row.arguments));
+    EXPECT_EQ(tavo::modelText(model), empty);
+
+    (map.*row.set)(any);
+    (map.*row.remove)();
+    (map.*row.set)(fitting);
+    const auto serial = model.undoSerial();
+    (map.*row.set)(fitting);
+    EXPECT_EQ(model.undoSerial(), serial) << "the same again is no change";
+    EXPECT_REFUSED(model, (map.*row.set)(any), "tavo:messages:UniquenessConstraint");
+    EXPECT_TRUE(testsupport::raises([&] { (map.*row.set)(other); }, row.id, row.arguments));
+    EXPECT_EQ((map.*row.get)(), fitting);
+    EXPECT_EQ(map.getDefault(row.key), fitting);
+  }
+  EXPECT_EQ(map.defaults().size(), std::size(rows));
   map.clearAll();
-  EXPECT_FALSE(map.hasDefault(u"connector"));
-  ASSERT_TRUE(model.undo());
-  EXPECT_EQ(map.getConnectorDefault(), onConnectors);
+  EXPECT_TRUE(map.defaults().empty());
+  ASSERT_TRUE(model.undo()) << "one step";
+  EXPECT_EQ(map.getConnectorDefault().getName(), u"OnConnectors");
+  EXPECT_FALSE(map.hasDefault(u"Component"));
+  profile.prototypes().find(u"OnPorts").destroy();
+  EXPECT_FALSE(map.getPortDefault());
+  EXPECT_TRUE(map.hasDefault(u"port"));
 }
 
 TEST_F(ProfileTest, ADefaultOfAnotherProfileIsHeldByProxyAndSurvivesItsUnloading) {
@@ -148,12 +185,52 @@ TEST_F(ProfileTest, ADefaultOfAnotherProfileIsHeldByProxyAndSurvivesItsUnloading
   const auto child = Profile::loadFromFile(u"Child");
   const auto map = child.prototypes().front().defaultStereotypeMap();
   map.setPortDefault(catalog().getPrototype(u"Parent.Base"));
+  child.prototypes().front().setParent({});
+  save(child);
+  catalog().unloadAllProfiles();
+
+  const auto loaded = Profile::loadFromFile(u"Child").prototypes().front().defaultStereotypeMap();
+  EXPECT_TRUE(loaded.defaults().front().defaultStereotypeProxy().findTargetElement()) << "bound, since it is at hand";
   Profile::unload(u"Parent");
-  EXPECT_EQ(map.getPortDefault().getFullyQualifiedName(), u"Parent.Base"); // loaded again for the purpose
+  EXPECT_EQ(loaded.getPortDefault().getFullyQualifiedName(), u"Parent.Base"); // loaded again for the purpose
   Profile::unload(u"Parent");
   fs::remove(file("Parent.xml"));
-  EXPECT_FALSE(map.getPortDefault());
-  EXPECT_TRUE(map.hasDefault(u"port"));
+  EXPECT_FALSE(loaded.getPortDefault());
+  EXPECT_TRUE(loaded.hasDefault(u"port"));
+  loaded.removePortDefault();
+  EXPECT_FALSE(Profile::findLoadedProfile(u"Child").isDependentOnProfile(u"Parent"));
+}
+
+TEST_F(ProfileTest, ATagIsOnAnyNumberOfElementsOfItsModel) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto model = profile.model();
+  const auto tag = profile.addTag(u"reviewed in 2020");
+  tag.setDescription(u"by two");
+  profile.addTag(u"other");
+  const auto one = test::PrototypableFixture::create(model), two = test::PrototypableFixture::create(model);
+  EXPECT_TRUE(tag.linkedElements().empty());
+  for (const auto& element : {one, two, one})
+    tag.setLinkedElements(element);
+  EXPECT_EQ(tag.linkedElements().size(), 2u);
+  const auto other = tavo::Model::create();
+  const auto elsewhere = test::PrototypableFixture::create(other);
+  EXPECT_REFUSED(model, tag.setLinkedElements(elsewhere), "tavo:messages:CannotCreateCrossModelAssociation");
+  EXPECT_REFUSED(model, tag.setLinkedElements({}), "tavo:messages:CannotAddNonExistentObject");
+  EXPECT_REFUSED(model, tag.setName(u"other"), "tavo:messages:UniquenessConstraint", "tags", "other");
+
+  EXPECT_EQ(tag.clone(model, {}).cast<Tag>().linkedElements().size(), 2u);
+  const auto copy = tag.clone(other, {}).cast<Tag>();
+  EXPECT_EQ(copy.getName(), u"reviewed in 2020");
+  EXPECT_EQ(copy.description(), u"by two");
+  EXPECT_TRUE(copy.linkedElements().empty());
+
+  one.destroy();
+  tag.removeLinkedElement(two);
+  tag.removeLinkedElement(two);
+  EXPECT_TRUE(tag.linkedElements().empty());
+  ASSERT_TRUE(model.undo());
+  ASSERT_TRUE(model.undo());
+  EXPECT_EQ(tag.linkedElements().size(), 2u);
 }
 
 TEST_F(ProfileTest, ANewNameReachesEverybodyWhoRefersToIt) {
@@ -214,6 +291,42 @@ TEST_F(ProfileTest, UndoOntoANameThatIsTakenMeanwhileLeavesBothProfilesFiled) {
   EXPECT_EQ(Profile::findLoadedProfile(u"Q"), first);
 }
 
+TEST_F(ProfileTest, ANameThatAMissingProfileHadDoesNotMixUpReferences) {
+  // Child refers to Missing, then to Parent, which takes the name of the missing one.
+  const auto missing = Profile::newProfile(u"Missing"), parent = Profile::newProfile(u"Parent");
+  add(missing, u"M");
+  add(parent, u"Base");
+  const auto child = Profile::newProfile(u"Child");
+  const auto lost = add(child, u"Lost", u"Missing.M"), derived = add(child, u"Derived", u"Parent.Base");
+  Profile::unload(u"Missing");
+  parent.setName(u"Missing");
+  EXPECT_EQ(derived.getParent().getName(), u"Base");
+  EXPECT_FALSE(lost.getParent());
+  parent.setName(u"Another");
+  EXPECT_EQ(child.getDependentProfiles(), (Texts{u"Missing", u"Another"}));
+}
+
+TEST_F(ProfileTest, AProfileMadeElsewhereIsTakenOver) {
+  std::vector<tavo::Model> models;
+  const auto make = [&](const tavo::String& name) {
+    const auto profile = models.emplace_back(tavo::Model::create()).create<Profile>();
+    profile.setPropertyValue(*Profile::metaClass().findProperty("Name"), tavo::Value::of(name));
+    return profile;
+  };
+  const auto profile = make(u"P");
+  catalog().addProfile(profile);
+  catalog().addProfile(profile);
+  EXPECT_EQ(Profile::findLoadedProfile(u"P"), profile);
+  EXPECT_EQ(services::proxy::ModelIdentifier::getModelIdentifier(profile.model()).uRI(), u"P");
+  save(profile);
+  EXPECT_FALSE(profile.dirty());
+  profile.addTag(u"label");
+  EXPECT_TRUE(profile.dirty());
+  const auto namesake = make(u"P"), nameless = make(u"no name");
+  EXPECT_REFUSED(namesake.model(), catalog().addProfile(namesake), "Velmora:Profile:ProfileAlreadyExists", "P");
+  EXPECT_REFUSED(nameless.model(), catalog().addProfile(nameless), "Velmora:Profile:InvalidProfileName", "no name");
+}
+
 TEST_F(ProfileTest, ANewNameTakesTheProfileOffItsFile) {
   const auto profile = Profile::newProfile(u"P");
   save(profile);
@@ -245,6 +358,16 @@ TEST_F(ProfileTest, DependenciesAreTheProfilesThatSomethingRefersTo) {
   parent.checkProfileCircularDependency(child);
   ASSERT_TRUE(child.model().undo());
   EXPECT_TRUE(child.isDependentOnProfile(u"Parent"));
+
+  // One that is not loaded at the moment closes a circle all the same.
+  const auto top = Profile::newProfile(u"Top");
+  add(top, u"T", u"Child.Derived");
+  Profile::unload(u"Child");
+  EXPECT_ERROR(parent.checkProfileCircularDependency(top), "Velmora:Profile:CircularProfileDependency", "Parent",
+               "Top");
+  Profile::unload(u"Child");
+  fs::remove(file("Child.xml"));
+  parent.checkProfileCircularDependency(top);
 }
 
 TEST_F(ProfileTest, AModelHasOneResolverPerNameAndKind) {

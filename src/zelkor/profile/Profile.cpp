@@ -60,12 +60,22 @@ std::vector<ProfileResolver> resolversInUse(const tavo::Model& model) {
   return resolvers;
 }
 
-/// Whether the references of `from` lead to `goal`, directly or through other loaded profiles.
+/// The profile of that name, loaded if need be; empty when it cannot be had.
+Profile findProfile(const tavo::String& name) {
+  try {
+    return Profile::getProfile(ProfileCatalog::instance().loadProfileNamed(name));
+  } catch (const tavo::Error&) {
+    return {};
+  }
+}
+
+/// Whether the references of `from` lead to `goal`, directly or through other profiles. What cannot be had leads
+/// nowhere.
 bool leadsTo(const Profile& from, const Profile& goal, std::set<tavo::String>& visited) {
   return std::ranges::any_of(from.getDependentProfiles(), [&](const tavo::String& name) {
     if (name == goal.getName())
       return true;
-    const auto next = visited.insert(name).second ? ProfileCatalog::instance().getProfile(name) : Profile();
+    const auto next = visited.insert(name).second ? findProfile(name) : Profile();
     return next && (next == goal || leadsTo(next, goal, visited));
   });
 }
@@ -88,7 +98,7 @@ Profile Profile::createProfile(const tavo::Model& model, const tavo::String& nam
   tavo::Transaction transaction(model);
   auto profile = Profile::create(model);
   static_cast<Impl&>(profile.object()).setP_Name(name);
-  ProfileDirtyListener::install(profile);
+  ProfileDirtyListener::of(profile);
   ProfileCatalog::instance().createBuiltInTypes(profile);
   transaction.commit();
   return profile;

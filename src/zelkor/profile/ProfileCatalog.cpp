@@ -27,6 +27,27 @@ namespace {
 /// Stands for "no parent" where the host asks for the parent's name.
 constexpr std::u16string_view noParent = u"MIXIN";
 
+/// The resolvers of a model that have the name of a profile: one, or several when a profile has got the name of another
+/// that is missing.
+std::vector<ProfileResolver> resolversNamed(const tavo::Model& model, std::u16string_view name) {
+  auto resolvers = services::proxy::resolversOf<ProfileResolver>(model);
+  std::erase_if(resolvers, [&](const ProfileResolver& resolver) { return resolver.uRI() != name; });
+  return resolvers;
+}
+
+/// Whether the ancestor is above the stereotype, as far as that can be said without loading anything.
+bool isBelow(const Prototype& prototype, const Prototype& ancestor) {
+  std::vector<Prototype> line;
+  for (auto next = prototype; next && std::ranges::find(line, next) == line.end();) {
+    line.push_back(next);
+    const auto proxy = next.parentProxy();
+    next = proxy ? proxy.findTargetElement().as<Prototype>() : Prototype();
+    if (next == ancestor)
+      return true;
+  }
+  return false;
+}
+
 } // namespace
 
 ProfileCatalog& ProfileCatalog::instance() {
@@ -41,25 +62,32 @@ tavo::Model ProfileCatalog::createNewProfile(const tavo::String& name) {
   aboutToSetProfileName({}, name);
 
   const auto model = tavo::Model::create();
-  const auto profile = Profile::createProfile(model, name);
-  ModelIdentifier::createModelIdentifier(model, u"profile", name);
-  // Taking back the making of the profile would leave a model that is nothing.
-  model.clearHistory();
-  addProfile(profile);
+  try {
+    const auto profile = Profile::createProfile(model, name);
+    ModelIdentifier::createModelIdentifier(model, u"profile", name);
+    // Taking back the making of the profile would leave a model that is nothing.
+    model.clearHistory();
+    addProfile(profile);
+  } catch (...) {
+    model.destroy(); // others may have been bound to it
+    throw;
+  }
   return model;
 }
 
 void ProfileCatalog::addProfile(const Profile& profile) {
   const auto model = profile.model();
   const auto name = profile.getName();
-  if (const auto present = loaded_.find(name); present != loaded_.end()) {
-    if (present->second.model == model)
-      return;
-    raise(ProfileError::ProfileAlreadyExists, name);
-  }
+  if (std::ranges::any_of(loaded_, [&](const auto& each) { return each.second.model == model; }))
+    return;
+  if (!isValidName(name))
+    raise(ProfileError::InvalidProfileName, name);
+  aboutToSetProfileName({}, name);
+
   ModelIdentifier::createModelIdentifier(model, u"profile", name);
-  enter(name, model);
+  ProfileDirtyListener::of(profile);
   bindReferences(profile);
+  enter(name, model);
 }
 
 void ProfileCatalog::enter(const tavo::String& name, const tavo::Model& model) {
@@ -74,11 +102,15 @@ void ProfileCatalog::enter(const tavo::String& name, const tavo::Model& model) {
 }
 
 void ProfileCatalog::bindReferences(const Profile& profile) const {
-  const auto name = profile.getName();
+  const auto bind = [](const ProfileResolver& resolver, const Profile& to) {
+    if (to && !resolver.getReferencedModel())
+      resolver.setReferencedModel(to.model());
+  };
   for (const auto& referring : tavo::Constellation::process().models())
-    if (const auto resolver = ProfileResolver::findModelResolver(referring, name);
-        resolver && !resolver.getReferencedModel())
-      resolver.setReferencedModel(profile.model());
+    for (const auto& resolver : resolversNamed(referring, profile.getName()))
+      bind(resolver, profile);
+  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(profile.model()))
+    bind(resolver, getProfile(resolver.uRI()));
 }
 
 bool ProfileCatalog::unloadProfile(const tavo::String& name) {
@@ -93,9 +125,8 @@ bool ProfileCatalog::unloadProfile(const tavo::String& name) {
   const auto entry = std::ranges::find(loaded_, model, [](const auto& each) { return each.second.model; });
   if (entry == loaded_.end())
     return true;
-  const auto nameAtLast = entry->first;
+  letGoOf(entry->first);
   loaded_.erase(entry);
-  letGoOf(nameAtLast);
   model.destroy();
   return true;
 }
@@ -112,7 +143,7 @@ void ProfileCatalog::removeReferencesToProfile(const ProfileResolver& resolver) 
 
 void ProfileCatalog::letGoOf(const tavo::String& name) const {
   for (const auto& [other, referring] : loaded_)
-    if (const auto same = ProfileResolver::findModelResolver(referring.model, name))
+    for (const auto& same : resolversNamed(referring.model, name))
       same.setReferencedModel({});
 }
 
@@ -138,13 +169,13 @@ void ProfileCatalog::followName(Entry& entry) {
     return;
 
   const tavo::String name = profile.p_Name();
-  const tavo::String oldName = std::exchange(entry.name, name);
-  if (loaded_.contains(name) || !isValidName(name)) {
+  if (isProfileLoaded(name) || !isValidName(name)) {
     // Undo can bring back a name that somebody else has taken meanwhile. The profile stays filed under the other one.
-    entry.name = oldName;
     entry.refused = name;
-    return warn(ProfileError::ProfileAlreadyExists, name);
+    return warn(isProfileLoaded(name) ? ProfileError::ProfileAlreadyExists : ProfileError::InvalidProfileName, name);
   }
+  const tavo::String oldName = std::exchange(entry.name, name);
+  loaded_.erase(name); // of a model that has been ended by somebody
   auto moved = loaded_.extract(oldName);
   moved.key() = name;
   loaded_.insert(std::move(moved));
@@ -152,14 +183,16 @@ void ProfileCatalog::followName(Entry& entry) {
 
   followInDefaults(oldName, name);
   for (const auto& [other, referring] : loaded_) {
-    const auto resolver = ProfileResolver::findModelResolver(referring.model, oldName);
-    if (!resolver)
-      continue;
-    // A step of its own there could be undone, and the reference would lead nowhere.
-    const tavo::UnloggedUpdate following(referring.model);
-    resolver.setURI(name);
-    if (const auto profileThere = Profile::getProfile(referring.model))
-      profileThere.setDirty(true);
+    const auto resolvers = resolversNamed(referring.model, oldName);
+    for (const auto& resolver : resolvers) {
+      if (resolvers.size() > 1 && !services::proxy::hasTargetOf(resolver, entry.model))
+        continue;
+      // A step of its own there could be undone, and the reference would lead nowhere.
+      const tavo::UnloggedUpdate following(referring.model);
+      resolver.setURI(name);
+      if (const auto profileThere = Profile::getProfile(referring.model))
+        profileThere.setDirty(true);
+    }
   }
 }
 
@@ -204,15 +237,20 @@ Prototype ProfileCatalog::getPrototype(const tavo::String& fullyQualifiedName) c
 }
 
 std::vector<Prototype> ProfileCatalog::getDerivedPrototypes(const tavo::String& fullyQualifiedName) const {
-  std::vector<Prototype> derived;
   const auto ancestor = getPrototype(fullyQualifiedName);
-  if (!ancestor)
-    return derived;
-  for (const auto& profile : getProfilesInCatalog())
+  return ancestor ? loadedDescendants(ancestor) : std::vector<Prototype>();
+}
+
+std::vector<Prototype> ProfileCatalog::loadedDescendants(const Prototype& ancestor) const {
+  auto profiles = getProfilesInCatalog();
+  if (const auto own = ancestor.getProfile(); own && std::ranges::find(profiles, own) == profiles.end())
+    profiles.push_back(own);
+  std::vector<Prototype> found;
+  for (const auto& profile : profiles)
     for (const auto& prototype : profile.prototypes().toVector())
-      if (prototype.isDerivedFrom(ancestor))
-        derived.push_back(prototype);
-  return derived;
+      if (prototype != ancestor && isBelow(prototype, ancestor))
+        found.push_back(prototype);
+  return found;
 }
 
 tavo::String ProfileCatalog::getDefaultParentPrototypeFQN(const tavo::String& fullyQualifiedName) const {

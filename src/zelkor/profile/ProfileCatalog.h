@@ -42,7 +42,7 @@ public:
 
   /// An empty profile. Raises InvalidProfileName or ProfileAlreadyExists.
   tavo::Model createNewProfile(const tavo::String& name);
-  /// Takes over a profile that was made elsewhere, with its model. Raises ProfileAlreadyExists.
+  /// Takes over a profile that was made elsewhere, with its model. Raises InvalidProfileName or ProfileAlreadyExists.
   void addProfile(const Profile& profile);
   /// Saves to the path, else to the profile's file, else under its name in the working folder. Raises what the
   /// framework says about the file, FileChangedOnDisk for one among them that somebody else has written meanwhile.
@@ -70,6 +70,8 @@ public:
   Prototype getPrototype(const tavo::String& fullyQualifiedName) const;
   /// All loaded stereotypes that have the given one among their ancestors.
   std::vector<Prototype> getDerivedPrototypes(const tavo::String& fullyQualifiedName) const;
+  /// The same; those of the stereotype's own profile count even when that is in no catalog yet. Loads nothing.
+  std::vector<Prototype> loadedDescendants(const Prototype& ancestor) const;
   /// "MIXIN" for a stereotype without parent and for "MIXIN" itself, else the parent's fully qualified name. Raises
   /// ProfileNotInitialized.
   tavo::String getDefaultParentPrototypeFQN(const tavo::String& fullyQualifiedName) const;
@@ -109,7 +111,7 @@ private:
   void enter(const tavo::String& name, const tavo::Model& model);
   /// Unbinds what loaded profiles refer to in the profile of that name.
   void letGoOf(const tavo::String& name) const;
-  /// Binds what other models refer to in a profile that has come, or come back.
+  /// Binds what other models refer to in a profile that has come, or come back, and what it refers to itself.
   void bindReferences(const Profile& profile) const;
   void followName(Entry& entry);
   void followInDefaults(const tavo::String& oldName, const tavo::String& newName);

@@ -6,7 +6,10 @@
 
 namespace zelkor::profile {
 
-std::shared_ptr<ProfileDirtyListener> ProfileDirtyListener::install(const Profile& profile) {
+std::shared_ptr<ProfileDirtyListener> ProfileDirtyListener::of(const Profile& profile) {
+  auto& object = static_cast<Profile::Impl&>(profile.object());
+  if (const auto& present = object.getP_DirtyListener())
+    return present;
   auto listener = std::make_shared<ProfileDirtyListener>();
   listener->name_ = profile.getName();
   // Neither keeps the other alive: the profile owns the listener, and a destroyed profile only leaves an empty handle.
@@ -14,7 +17,7 @@ std::shared_ptr<ProfileDirtyListener> ProfileDirtyListener::install(const Profil
     if (const auto self = weak.lock(); self && profile)
       self->hear(profile);
   });
-  static_cast<Profile::Impl&>(profile.object()).setP_DirtyListener(listener);
+  object.setP_DirtyListener(listener);
   return listener;
 }
 
@@ -26,8 +29,8 @@ void ProfileDirtyListener::hear(const Profile& profile) {
   profile.setFilePath({});
 }
 
-void ProfileDirtyListener::setFile(const std::filesystem::path& path, const std::optional<tavo::Fingerprint>& seen) {
-  path_ = path;
+void ProfileDirtyListener::setFile(std::filesystem::path path, const std::optional<tavo::Fingerprint>& seen) noexcept {
+  path_ = std::move(path);
   seen_ = seen;
 }
 

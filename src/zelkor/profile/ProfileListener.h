@@ -17,11 +17,11 @@ class ProfileListener;
 /// off its file.
 class ZELKOR_EXPORT ProfileDirtyListener {
 public:
-  /// Listens from now on; the profile owns its listener.
-  static std::shared_ptr<ProfileDirtyListener> install(const Profile& profile);
+  /// The listener that the profile owns; it gets one if it has none yet.
+  static std::shared_ptr<ProfileDirtyListener> of(const Profile& profile);
 
   /// After reading or writing: what the file was like then.
-  void setFile(const std::filesystem::path& path, const std::optional<tavo::Fingerprint>& seen);
+  void setFile(std::filesystem::path path, const std::optional<tavo::Fingerprint>& seen) noexcept;
   /// What may stand at the path where the profile is going to be saved: its own file only as the profile knows it, for
   /// others may have worked on it meanwhile.
   tavo::Expectation expectationFor(const std::filesystem::path& path) const;

@@ -149,7 +149,8 @@ fs::path ProfileCatalog::getFullPath(const tavo::String& nameOrPath) const {
   if (!path.is_absolute()) {
     const auto found =
         kavra::isHostAvailable() ? kavra::host().searchPath().find(path.stem() += extension) : std::nullopt;
-    path = found ? *found : fs::current_path() / path;
+    std::error_code noWorkingFolder; // then there is no such file either
+    path = found ? *found : fs::absolute(path, noWorkingFolder);
   }
   if (!path.has_extension())
     path += extension;
@@ -199,7 +200,7 @@ tavo::Model ProfileCatalog::readFile(const fs::path& path) const {
   model.clearHistory();
   profile.setFilePath(textOf(path));
   profile.setDirty(false);
-  ProfileDirtyListener::install(profile)->setFile(path, seen);
+  ProfileDirtyListener::of(profile)->setFile(path, seen);
   return model;
 }
 
@@ -210,11 +211,7 @@ void ProfileCatalog::leadResolversToRenamed(const Profile& profile) const {
       continue;
     // There is no profile of that name any more; one that holds the targets has got another since.
     for (const auto& [name, entry] : loaded_) {
-      const auto holds = [&candidate = entry.model](const auto& target) {
-        return static_cast<bool>(candidate.find(target.targetId()));
-      };
-      const auto targets = resolver.proxies().toVector();
-      if (!targets.empty() && std::ranges::all_of(targets, holds) &&
+      if (entry.model && services::proxy::hasTargetOf(resolver, entry.model) &&
           !ProfileResolver::findModelResolver(profile.model(), name)) {
         resolver.setURI(name);
         break;
@@ -252,14 +249,16 @@ void ProfileCatalog::saveProfile(const Profile& profile, const tavo::String& pat
   const tavo::String wanted = !path.empty()                 ? path
                               : !profile.filePath().empty() ? profile.filePath()
                                                             : tavo::concat(profile.getName(), textOf(extension));
-  const fs::path target = fs::absolute(tavo::toPath(wanted));
-  auto file = static_cast<Profile::Impl&>(profile.object()).getP_DirtyListener();
-  if (!file)
-    file = ProfileDirtyListener::install(profile);
+  std::error_code noWorkingFolder; // which is then said of the file
+  const fs::path target = fs::absolute(tavo::toPath(wanted), noWorkingFolder);
+  const auto file = ProfileDirtyListener::of(profile);
 
+  // Once the file is there, nothing may keep the profile from knowing it.
+  fs::path known = target;
+  const tavo::String filePath = textOf(target);
   const auto nowIsIn = [&](const std::optional<tavo::Fingerprint>& seen) {
-    file->setFile(target, seen);
-    profile.setFilePath(textOf(target));
+    file->setFile(std::move(known), seen);
+    profile.setFilePath(filePath);
     profile.setDirty(false);
   };
   try {

@@ -43,32 +43,6 @@ std::vector<tavo::String> propertyNames(const Prototype& prototype) {
   return set ? set.getAllPropertyNames() : std::vector<tavo::String>();
 }
 
-/// Whether the ancestor is above the stereotype, as far as that can be said without loading anything.
-bool isBelow(const Prototype& prototype, const Prototype& ancestor) {
-  std::vector<Prototype> line;
-  for (auto next = prototype; next && !contains(line, next);) {
-    line.push_back(next);
-    const auto proxy = next.parentProxy();
-    next = proxy ? proxy.findTargetElement().as<Prototype>() : Prototype();
-    if (next == ancestor)
-      return true;
-  }
-  return false;
-}
-
-/// The loaded stereotypes below one; those of its own profile count even when that is in no catalog yet.
-std::vector<Prototype> descendantsOf(const Prototype& ancestor) {
-  auto profiles = ProfileCatalog::instance().getProfilesInCatalog();
-  if (const auto own = ancestor.getProfile(); own && !contains(profiles, own))
-    profiles.push_back(own);
-  std::vector<Prototype> found;
-  for (const auto& profile : profiles)
-    for (const auto& prototype : profile.prototypes().toVector())
-      if (prototype != ancestor && isBelow(prototype, ancestor))
-        found.push_back(prototype);
-  return found;
-}
-
 } // namespace
 
 //----------------------------------------------------------------------------------------------------------------------
@@ -94,7 +68,7 @@ tavo::String Prototype::Impl::getFullyQualifiedName() const {
 
 void Prototype::Impl::checkPropertyNameAcrossHierarchy(const tavo::String& name) const {
   requireNoneHas(getAncestors(), name);
-  requireNoneHas(descendantsOf(Prototype(handle().get())), name);
+  requireNoneHas(ProfileCatalog::instance().loadedDescendants(Prototype(handle().get())), name);
 }
 
 //----------------------------------------------------------------------------------------------------------------------
@@ -119,7 +93,7 @@ void Prototype::Impl::setParent(const Prototype& parent) {
     profile.checkProfileCircularDependency(parent.getProfile());
   auto above = parent.getAncestors();
   above.insert(above.begin(), parent);
-  auto below = descendantsOf(This());
+  auto below = ProfileCatalog::instance().loadedDescendants(This());
   below.insert(below.begin(), This());
   for (const auto& prototype : below)
     for (const auto& name : propertyNames(prototype))

@@ -43,7 +43,8 @@ void ModelEventBroadcastSystem::triggerEvent(ModelEventType type, const tavo::St
   if (subscriptions_.empty())
     return;
   ModelEvent event{type, name, element};
-  if (!element)
+  // A model that is about to end takes along what waits for its commit.
+  if (!element || type == ModelEventType::profileUnloaded)
     return deliver(event);
   element.model().afterCommit([this, event = std::move(event)] { deliver(event); });
 }

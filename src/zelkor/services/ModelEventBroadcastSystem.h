@@ -24,7 +24,8 @@ struct ModelEvent {
 };
 
 /// One per process. Events of a model leave when its outermost transaction has been committed, so that handlers see the
-/// new values; with a transaction that is rolled back they are gone.
+/// new values; with a transaction that is rolled back they are gone. That a profile is unloaded is told at once, while
+/// the profile is still there.
 class ZELKOR_EXPORT ModelEventBroadcastSystem {
 public:
   using Handler = std::function<void(const ModelEvent&)>;
