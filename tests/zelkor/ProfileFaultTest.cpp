@@ -8,8 +8,6 @@
 namespace zelkor::profile {
 namespace {
 
-using Texts = std::vector<tavo::String>;
-
 class ProfileFaultTest : public ProfileFixture {};
 
 TEST_F(ProfileFaultTest, AStereotypeIsAddedWholeOrNotAtAll) {

@@ -14,8 +14,6 @@ using services::ModelEvent;
 using services::ModelEventBroadcastSystem;
 using services::ModelEventType;
 using testsupport::FaultyFileSystem;
-using Texts = std::vector<tavo::String>;
-
 class ProfileFileTest : public ProfileFixture {
 protected:
   /// What has been announced since the last call, as "+Name" and "-Name".
@@ -239,6 +237,14 @@ TEST_F(ProfileFileTest, AProfileThatWasRenamedInTheAbsenceOfOthersIsFoundByWhatI
   const auto child = Profile::loadFromFile(u"Child");
   EXPECT_EQ(child.getDependentProfiles(), (Texts{u"Renamed"}));
   EXPECT_EQ(child.prototypes().front().getParent().getFullyQualifiedName(), u"Renamed.Base");
+}
+
+TEST_F(ProfileFileTest, WhatCouldNotBeLoadedAgainIsNotSaved) {
+  const auto profile = Profile::newProfile(u"P");
+  const auto second = Profile::createProfile(profile.model(), u"Q");
+  EXPECT_ERROR(save(profile), "Velmora:Profile:NotAProfile", text(file("P.xml")));
+  second.destroy();
+  save(profile);
 }
 
 TEST_F(ProfileFileTest, SavingAndLoadingChangeNothing) {

@@ -26,6 +26,8 @@ namespace zelkor::profile {
 
 namespace fs = std::filesystem;
 
+using Texts = std::vector<tavo::String>;
+
 inline tavo::String text(const std::string& utf8) { return tavo::String::fromUtf8(utf8); }
 template <std::same_as<fs::path> Path>
 inline tavo::String text(const Path& path) {
@@ -55,6 +57,10 @@ protected:
     ProfileCatalog::instance().unloadAllProfiles();
     fs::current_path(before_);
     fs::remove_all(folder_);
+  }
+  void TearDown() override {
+    for (const auto& each : catalog().getProfilesInCatalog())
+      tavo::checkInvariants(each.model());
   }
 
   fs::path workingFolder() const { return folder_ / "working"; }

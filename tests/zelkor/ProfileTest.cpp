@@ -14,15 +14,7 @@
 namespace zelkor::profile {
 namespace {
 
-using Texts = std::vector<tavo::String>;
-
-class ProfileTest : public ProfileFixture {
-protected:
-  void TearDown() override {
-    for (const auto& each : catalog().getProfilesInCatalog())
-      tavo::checkInvariants(each.model());
-  }
-};
+class ProfileTest : public ProfileFixture {};
 
 TEST_F(ProfileTest, ANewProfileHasTheBuiltInTypesAndNoHistory) {
   const auto profile = Profile::newProfile(u"Avionics");
@@ -59,6 +51,8 @@ TEST_F(ProfileTest, NamesAreUniqueWithinAProfile) {
   EXPECT_REFUSED(model, add(profile, u"S"), "tavo:messages:UniquenessConstraint");
   EXPECT_REFUSED(model, other.setName(u"S"), "tavo:messages:UniquenessConstraint");
   EXPECT_REFUSED(model, profile.addPropertySet(u"Free"), "Velmora:Profile:NonUniquePrototypeName", "Free");
+  const auto second = profile.addPropertySet(u"Second");
+  EXPECT_REFUSED(model, second.setName(u"Free"), "Velmora:Profile:NonUniquePrototypeName", "Free");
   EXPECT_REFUSED(model, profile.addTag(u"label"), "tavo:messages:UniquenessConstraint");
   EXPECT_ERROR(profile.checkPrototypeName(u"S"), "Velmora:Profile:NonUniquePrototypeName", "S");
   EXPECT_ERROR(profile.checkPropertySetName(u"Free"), "Velmora:Profile:NonUniquePrototypeName", "Free");
@@ -256,6 +250,19 @@ TEST_F(ProfileTest, ANewNameReachesEverybodyWhoRefersToIt) {
   expectNamed(u"Parent");
   ASSERT_TRUE(parent.model().redo());
   expectNamed(u"Renamed");
+}
+
+TEST_F(ProfileTest, AReferenceThatRedoBringsBackIsSavedUnderTheNewName) {
+  const auto parent = Profile::newProfile(u"Parent"), child = Profile::newProfile(u"Child");
+  add(parent, u"Base");
+  add(child, u"Derived", u"Parent.Base");
+  ASSERT_TRUE(child.model().undo());
+  parent.setName(u"Renamed");
+  ASSERT_TRUE(child.model().redo());
+  save(parent);
+  save(child);
+  catalog().unloadAllProfiles();
+  EXPECT_EQ(Profile::loadFromFile(u"Child").getDependentProfiles(), (Texts{u"Renamed"}));
 }
 
 TEST_F(ProfileTest, OnlyACommittedNameCounts) {

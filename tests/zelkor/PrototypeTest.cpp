@@ -6,14 +6,8 @@
 namespace zelkor::profile {
 namespace {
 
-using Texts = std::vector<tavo::String>;
-
 class PrototypeTest : public ProfileFixture {
 protected:
-  void TearDown() override {
-    for (const auto& each : catalog().getProfilesInCatalog())
-      tavo::checkInvariants(each.model());
-  }
   static void addProperty(const Prototype& prototype, const char16_t* name) {
     prototype.getPropertySet().addProperty(name, u"double");
   }

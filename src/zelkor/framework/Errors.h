@@ -51,7 +51,7 @@ struct ProfileError {
   static constexpr ErrorId NonUniquePropertyNamesInPropertySet{"Velmora:Profile:NonUniquePropertyNamesInPropertySet"};
   /// (name) A stereotype or property set is to get a name that another one of its profile has.
   static constexpr ErrorId NonUniquePrototypeName{"Velmora:Profile:NonUniquePrototypeName"};
-  /// (file) A file does not hold exactly one profile.
+  /// (file) A file does not hold exactly one profile, or would not.
   static constexpr ErrorId NotAProfile{"Velmora:Profile:NotAProfile"};
   /// (release) Nothing is known about how to write the schema of a release.
   static constexpr ErrorId NoWayToRelease{"Velmora:Profile:NoWayToRelease"};

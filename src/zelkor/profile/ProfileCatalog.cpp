@@ -114,12 +114,10 @@ void ProfileCatalog::bindReferences(const Profile& profile) const {
 }
 
 bool ProfileCatalog::unloadProfile(const tavo::String& name) {
-  const auto profile = getProfile(name);
-  if (!isProfileLoaded(name))
+  const auto model = modelOf(name);
+  if (!model)
     return false;
-
-  const auto model = loaded_.find(name)->second.model;
-  if (profile)
+  if (const auto profile = Profile::getProfile(model))
     ModelEventBroadcastSystem::instance().triggerEvent(ModelEventType::profileUnloaded, name, profile);
   // Who heard of it may have renamed or unloaded it meanwhile.
   const auto entry = std::ranges::find(loaded_, model, [](const auto& each) { return each.second.model; });
@@ -205,14 +203,15 @@ void ProfileCatalog::followInDefaults(const tavo::String& oldName, const tavo::S
 //----------------------------------------------------------------------------------------------------------------------
 // Queries
 
-bool ProfileCatalog::isProfileLoaded(const tavo::String& name) const {
+tavo::Model ProfileCatalog::modelOf(std::u16string_view name) const {
   const auto entry = loaded_.find(name);
-  return entry != loaded_.end() && entry->second.model; // somebody may have ended the model
+  // Somebody may have ended the model.
+  return entry != loaded_.end() && entry->second.model ? entry->second.model : tavo::Model();
 }
 
-Profile ProfileCatalog::getProfile(const tavo::String& name) const {
-  return isProfileLoaded(name) ? Profile::getProfile(loaded_.find(name)->second.model) : Profile();
-}
+bool ProfileCatalog::isProfileLoaded(const tavo::String& name) const { return static_cast<bool>(modelOf(name)); }
+
+Profile ProfileCatalog::getProfile(const tavo::String& name) const { return Profile::getProfile(modelOf(name)); }
 
 std::vector<tavo::String> ProfileCatalog::getLoadedProfileNames() const {
   std::vector<tavo::String> names;

@@ -108,6 +108,8 @@ private:
 
   ProfileCatalog() = default;
   ~ProfileCatalog() = default;
+  /// Empty when no profile of that name is loaded.
+  tavo::Model modelOf(std::u16string_view name) const;
   void enter(const tavo::String& name, const tavo::Model& model);
   /// Unbinds what loaded profiles refer to in the profile of that name.
   void letGoOf(const tavo::String& name) const;

@@ -70,6 +70,19 @@ void nameAfterFile(const Profile& profile, const fs::path& path) {
   warn(ProfileError::ProfileNameDiffersFromFile, stored, name, path.native());
 }
 
+/// Gives resolvers the names that their profiles have by now. One that redo has brought back still has the name of
+/// then.
+void nameResolversAfterProfiles(const tavo::Model& model) {
+  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(model)) {
+    const auto referenced = Profile::getProfile(resolver.getReferencedModel());
+    if (!referenced || referenced.getName() == resolver.uRI() ||
+        !services::proxy::hasTargetOf(resolver, referenced.model()))
+      continue;
+    const tavo::UnloggedUpdate following(model);
+    resolver.setURI(referenced.getName());
+  }
+}
+
 } // namespace
 
 /// One call to load something, with all calls that it makes necessary inside. What has been read in one that fails goes
@@ -164,8 +177,8 @@ tavo::Model ProfileCatalog::loadProfile(const tavo::String& nameOrPath) {
     raise(ProfileError::InvalidProfileName, name);
   if (asked.extension() == ".apfx")
     raise(ProfileError::APFXExtensionDeprecated);
-  if (isProfileLoaded(name))
-    return loaded_.find(name)->second.model;
+  if (auto present = modelOf(name))
+    return present;
 
   LoadAttempt attempt(*this);
   const auto model = readFile(getFullPath(nameOrPath));
@@ -252,6 +265,8 @@ void ProfileCatalog::saveProfile(const Profile& profile, const tavo::String& pat
   std::error_code noWorkingFolder; // which is then said of the file
   const fs::path target = fs::absolute(tavo::toPath(wanted), noWorkingFolder);
   const auto file = ProfileDirtyListener::of(profile);
+  soleProfile(profile.model(), target); // what could not be loaded again is not saved
+  nameResolversAfterProfiles(profile.model());
 
   // Once the file is there, nothing may keep the profile from knowing it.
   fs::path known = target;

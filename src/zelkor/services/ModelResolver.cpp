@@ -25,7 +25,7 @@ bool hasTargetOf(const Resolver& resolver, const tavo::Model& model) {
 
 ModelResolver ModelResolver::findModelResolver(const ModelIdentifier& identifier, const tavo::String& name,
                                                const tavo::MetaClass& resolverClass) {
-  return findResolver(identifier.model(), resolverClass, name);
+  return identifier ? findResolver(identifier.model(), resolverClass, name) : ModelResolver();
 }
 
 void ModelResolver::Impl::setReferencedModel(const tavo::Model& referenced) {
