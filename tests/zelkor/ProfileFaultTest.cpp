@@ -33,13 +33,23 @@ TEST_F(ProfileFaultTest, AProfileIsRenamedForEverybodyOrForNobody) {
   add(parent, u"Base");
   const auto child = Profile::newProfile(u"Child");
   add(child, u"Derived", u"Parent.Base");
-  parent.model().clearHistory();
-  testsupport::failEachAllocation([&] { parent.setName(u"AnotherLongName"); },
-                                  [&](std::size_t) {
-                                    EXPECT_EQ(parent.getName(), u"Parent");
-                                    EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Child", u"Parent"}));
-                                    EXPECT_EQ(child.getDependentProfiles(), (Texts{u"Parent"}));
-                                  });
+  bool failed = true;
+  for (std::size_t count = 0; failed; ++count) {
+    SCOPED_TRACE(count);
+    const tavo::String before = parent.getName(), after = count % 2 ? u"DifferentLongName" : u"YetAnotherLongName";
+    testsupport::failAllocationAfter(count);
+    bool refused = false;
+    try {
+      parent.setName(after);
+    } catch (const std::bad_alloc&) {
+      refused = true;
+    }
+    failed = testsupport::allocationFailed();
+    EXPECT_EQ(parent.getName(), refused ? before : after);
+    parent.setDescription(text(std::to_string(count))); // who ran out of memory while following tries again
+    EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Child", parent.getName()})) << reported().size();
+    EXPECT_EQ(child.getDependentProfiles(), (Texts{parent.getName()}));
+  }
 }
 
 TEST_F(ProfileFaultTest, AProfileIsLoadedWithWhatItNeedsOrNotAtAll) {

@@ -1,5 +1,7 @@
 #include "tests/zelkor/ProfileFixture.h"
 
+#include "zelkor/clone/CloneContext.h"
+#include "zelkor/profile/DefaultStereotypeMap.h"
 #include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/services/ProxySource.h"
 
@@ -141,6 +143,37 @@ TEST_F(PrototypeTest, ACustomIconStandsBesideTheProfileAndIsInherited) {
   EXPECT_EQ(bottom.getIconPath(), text(file("icons/top.svg")));
   bottom.setIcon(PrototypeIcon::SENSOR);
   EXPECT_EQ(bottom.getIconPath(), u"");
+}
+
+TEST_F(PrototypeTest, ACopyInheritsAndDefaultsLikeTheOriginal) {
+  saveParentAndChild();
+  const auto profile = Profile::loadFromFile(u"Child"), other = Profile::newProfile(u"Q");
+  const auto base = Profile::findLoadedProfile(u"Parent").prototypes().front(), made = profile.prototypes().front();
+  const auto own = add(profile, u"Own");
+  addProperty(made, u"mass");
+  made.getPropertySet().getPropertyByName(u"mass").setDefaultPropertyValue(u"5", u"*");
+  made.setAppliesTo({u"Port"});
+  made.defaultStereotypeMap().setPortDefault(base);
+  made.defaultStereotypeMap().setConnectorDefault(own);
+  for (const auto& model : {profile.model(), other.model()}) {
+    const auto copy = made.clone(model, {}).cast<Prototype>();
+    EXPECT_EQ(copy.getName(), u"Derived");
+    EXPECT_EQ(copy.appliesTo(), Texts{u"Port"});
+    EXPECT_EQ(copy.getParent(), base);
+    EXPECT_EQ(copy.defaultStereotypeMap().getPortDefault(), base);
+    EXPECT_EQ(copy.defaultStereotypeMap().getConnectorDefault(), own);
+    const auto mass = copy.getPropertySet().getPropertyByName(u"mass");
+    EXPECT_EQ(mass.getBaseType(), u"double");
+    mass.checkHealth();
+    tavo::checkInvariants(model);
+    ASSERT_TRUE(model.undo());
+    EXPECT_FALSE(copy) << "one step";
+  }
+  Profile::unload(u"Parent");
+  fs::remove(file("Parent.xml"));
+  const auto copy = made.clone(other.model(), {}).cast<Prototype>();
+  EXPECT_EQ(copy.parentProxy().getTargetName(), u"Parent.Base");
+  EXPECT_TRUE(copy.defaultStereotypeMap().hasDefault(u"port")) << "what is missing is not lost";
 }
 
 TEST_F(PrototypeTest, ParentsInAnotherProfileBindAgainThroughUnloadingChangeAndReloading) {

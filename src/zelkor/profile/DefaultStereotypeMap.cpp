@@ -23,6 +23,13 @@ bool isNewDefault(const DefaultStereotypeMap& map, std::u16string_view key, std:
   return true;
 }
 
+DefaultStereotypePair insertPair(DefaultStereotypeMap::Impl& map, const tavo::String& key) {
+  auto pair = DefaultStereotypePair::create(map.model());
+  pair.setKey(key);
+  map.getDefaultsMutable().add(pair);
+  return pair;
+}
+
 } // namespace
 
 void DefaultStereotypeMap::Impl::setArchitectureDefault(const Prototype& prototype) {
@@ -57,10 +64,13 @@ void DefaultStereotypeMap::Impl::clearAll() {
 
 void DefaultStereotypeMap::Impl::insertDefault(const tavo::String& key, const Prototype& prototype) {
   tavo::Transaction transaction(model());
-  const auto pair = DefaultStereotypePair::create(model());
-  pair.setKey(key);
-  getDefaultsMutable().add(pair);
-  pair.setPrototype(prototype);
+  insertPair(*this, key).setPrototype(prototype);
+  transaction.commit();
+}
+
+void DefaultStereotypeMap::Impl::insertDefaultOf(const DefaultStereotypePair& pair) {
+  tavo::Transaction transaction(model());
+  insertPair(*this, pair.key()).setSameAs(pair);
   transaction.commit();
 }
 

@@ -23,4 +23,11 @@ void DefaultStereotypePair::Impl::setPrototype(const Prototype& prototype) {
   transaction.commit();
 }
 
+void DefaultStereotypePair::Impl::setSameAs(const DefaultStereotypePair& other) {
+  tavo::Transaction transaction(model());
+  setPrototype(other.defaultStereotype());
+  services::proxy::referAs(This(), at(Index::defaultStereotypeProxy), other.defaultStereotypeProxy());
+  transaction.commit();
+}
+
 } // namespace zelkor::profile

@@ -30,6 +30,8 @@ constexpr std::u16string_view noParent = u"MIXIN";
 /// The resolvers of a model that have the name of a profile: one, or several when a profile has got the name of another
 /// that is missing.
 std::vector<ProfileResolver> resolversNamed(const tavo::Model& model, std::u16string_view name) {
+  if (!model)
+    return {};
   auto resolvers = services::proxy::resolversOf<ProfileResolver>(model);
   std::erase_if(resolvers, [&](const ProfileResolver& resolver) { return resolver.uRI() != name; });
   return resolvers;
@@ -172,26 +174,30 @@ void ProfileCatalog::followName(Entry& entry) {
     entry.refused = name;
     return warn(isProfileLoaded(name) ? ProfileError::ProfileAlreadyExists : ProfileError::InvalidProfileName, name);
   }
+  // What may fail comes first; the next commit then tries again.
+  std::vector<ProfileResolver> following;
+  for (const auto& [other, referring] : loaded_) {
+    auto resolvers = resolversNamed(referring.model, entry.name);
+    if (resolvers.size() > 1)
+      std::erase_if(resolvers, [&](const auto& each) { return !services::proxy::hasTargetOf(each, entry.model); });
+    following.insert(following.end(), resolvers.begin(), resolvers.end());
+  }
+
   const tavo::String oldName = std::exchange(entry.name, name);
   loaded_.erase(name); // of a model that has been ended by somebody
   auto moved = loaded_.extract(oldName);
   moved.key() = name;
   loaded_.insert(std::move(moved));
   entry.refused = {};
-
-  followInDefaults(oldName, name);
-  for (const auto& [other, referring] : loaded_) {
-    const auto resolvers = resolversNamed(referring.model, oldName);
-    for (const auto& resolver : resolvers) {
-      if (resolvers.size() > 1 && !services::proxy::hasTargetOf(resolver, entry.model))
-        continue;
-      // A step of its own there could be undone, and the reference would lead nowhere.
-      const tavo::UnloggedUpdate following(referring.model);
-      resolver.setURI(name);
-      if (const auto profileThere = Profile::getProfile(referring.model))
-        profileThere.setDirty(true);
-    }
+  for (const auto& resolver : following) {
+    // A step of its own there could be undone, and the reference would lead nowhere.
+    const auto model = resolver.model();
+    const tavo::UnloggedUpdate unlogged(model);
+    resolver.setURI(name);
+    if (const auto profileThere = Profile::getProfile(model))
+      profileThere.setDirty(true);
   }
+  followInDefaults(oldName, name);
 }
 
 void ProfileCatalog::followInDefaults(const tavo::String& oldName, const tavo::String& newName) {

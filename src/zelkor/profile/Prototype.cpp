@@ -206,7 +206,26 @@ bool Prototype::Impl::hasMissingArtifact() const {
 
 internal::NamedElement Prototype::Impl::clone(const tavo::Model& target,
                                               const internal::clone::CloneContext& context) const {
-  return cloneComposition(target, context, {});
+  // What leads out of the tree is copied by those who know how to refer to it from elsewhere.
+  constexpr tavo::PropertyIndex leadsElsewhere[] = {Index::parentProxy, Index::propertySet,
+                                                    Index::defaultStereotypeMap};
+  std::vector<tavo::Uuid> excluded;
+  for (const auto index : leadsElsewhere)
+    excluded.push_back(at(index).id());
+
+  tavo::Transaction transaction(target);
+  const auto copy = cloneComposition(target, context, excluded).cast<Prototype>();
+  auto& object = static_cast<Impl&>(copy.object());
+  services::proxy::referAs(copy, at(Index::parentProxy), getParentProxy());
+  if (const auto set = getP_PropertySet())
+    object.getP_PropertySetMutable().add(set.clone(target, context).cast<property::PropertySet>());
+  if (const auto map = getDefaultStereotypeMap()) {
+    object.getDefaultStereotypeMapMutable().add(DefaultStereotypeMap::create(target));
+    for (const auto& pair : map.defaults())
+      object.getDefaultStereotypeMap().insertDefaultOf(pair);
+  }
+  transaction.commit();
+  return copy;
 }
 
 } // namespace zelkor::profile
