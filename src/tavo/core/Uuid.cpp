@@ -72,6 +72,15 @@ Uuid nameUuid(const Uuid& space, std::string_view name) {
   return boost::uuids::name_generator_md5(space)(name.data(), name.size());
 }
 
+Uuid derivedUuid(const Uuid& owner, const Uuid& feature) {
+  Uuid mixed;
+  for (std::size_t i = 0; i < 16; ++i)
+    mixed.data[i] = static_cast<std::uint8_t>(owner.data[i] ^ feature.data[(i + 5) % 16]);
+  mixed.data[6] = static_cast<std::uint8_t>((mixed.data[6] & 0x0f) | 0x80);
+  mixed.data[8] = static_cast<std::uint8_t>((mixed.data[8] & 0x3f) | 0x80);
+  return mixed;
+}
+
 void toText(const Uuid& uuid, char (&out)[36]) {
   static constexpr char digits[] = "0123456789abcdef";
   char* to = out;

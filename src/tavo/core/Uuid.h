@@ -23,6 +23,10 @@ TAVO_EXPORT Uuid randomUuid();
 /// The name-based (version 3) UUID of `name` (its UTF-8 bytes) in `space`, as RFC 4122 section 4.3 defines it.
 TAVO_EXPORT Uuid nameUuid(const Uuid& space, std::string_view name);
 
+/// The identity that follows from those of an owner and a feature, for objects of classes with derived identities: as
+/// good as random when both are, of version 8, a form of our own.
+TAVO_EXPORT Uuid derivedUuid(const Uuid& owner, const Uuid& feature);
+
 /// The canonical lower-case text of 36 characters.
 TAVO_EXPORT std::string toText(const Uuid& uuid);
 TAVO_EXPORT void toText(const Uuid& uuid, char (&out)[36]);

@@ -274,7 +274,7 @@ private:
       uuid = readUuid(given->value);
     else if (container && property->kind() == FeatureKind::containsOne &&
              entry.metaClass->has(ClassFlag::derivedIdentity))
-      uuid = derivedUuid(options_.freshIdentities ? originals_[container] : container->uuid(), *property);
+      uuid = derivedUuid(options_.freshIdentities ? originals_[container] : container->uuid(), property->id());
     else
       raise(FrameworkError::InvalidText, place(), "the object has no identity");
     if (uuid.is_nil())
@@ -320,7 +320,7 @@ private:
       raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
     const bool derived =
         container && property->kind() == FeatureKind::containsOne && entry.metaClass->has(ClassFlag::derivedIdentity);
-    const Uuid fresh = derived ? derivedUuid(container->uuid(), *property) : randomUuid();
+    const Uuid fresh = derived ? derivedUuid(container->uuid(), property->id()) : randomUuid();
     Impl* object = data_.createUnplaced(*entry.metaClass, fresh, false);
     identities_.emplace(uuid, object);
     originals_.emplace(object, uuid);

@@ -4,6 +4,7 @@
 #include "tavo/model/ModelData.h"
 #include "tavo/xml/ModelXml.h"
 #include "tavo/xml/XmlFormat.h"
+#include "tavo/xml/XmlLimit.h"
 #include "tavo/xml/XmlText.h"
 #include "tavo/xml/XmlWriter.h"
 
@@ -98,7 +99,7 @@ private:
   /// Goes through the tree once to see which classes, features and targets occur.
   void survey(Impl& object, std::size_t depth) {
     if (depth > Limits::current().nesting)
-      raise(FrameworkError::LimitExceeded, object.objectClass().name(), "nesting",
+      raise(FrameworkError::LimitExceeded, object.objectClass().name(), XmlLimit::nesting,
             static_cast<unsigned long long>(Limits::current().nesting));
     ClassEntry& entry = entryOf(object.objectClass());
     for (auto& feature : entry.features) {
@@ -240,7 +241,7 @@ private:
       xml_.attribute(xf::classAttribute, entry.name);
     const bool derived = in && in->kind() == FeatureKind::containsOne &&
                          object.objectClass().has(ClassFlag::derivedIdentity) &&
-                         object.uuid() == derivedUuid(object.container()->uuid(), *in);
+                         object.uuid() == derivedUuid(object.container()->uuid(), in->id());
     if (!derived) {
       char text[36];
       toText(object.uuid(), text);
@@ -414,16 +415,6 @@ String textOf(const Write& write) {
 }
 
 } // namespace
-
-Uuid derivedUuid(const Uuid& owner, const MetaProperty& property) {
-  // Both identities are as good as random, so mixing them is: version 8, a form of our own.
-  Uuid mixed;
-  for (std::size_t i = 0; i < 16; ++i)
-    mixed.data[i] = static_cast<std::uint8_t>(owner.data[i] ^ property.id().data[(i + 5) % 16]);
-  mixed.data[6] = static_cast<std::uint8_t>((mixed.data[6] & 0x0f) | 0x80);
-  mixed.data[8] = static_cast<std::uint8_t>((mixed.data[8] & 0x3f) | 0x80);
-  return mixed;
-}
 
 void writeModel(const Model& model, ByteSink& sink, const WriteOptions& options) {
   std::vector<Impl*> roots;

@@ -54,7 +54,4 @@ TAVO_EXPORT void readModel(std::u16string_view text, const std::string& name, co
 TAVO_EXPORT Fingerprint loadModel(const std::filesystem::path& path, const Model& model,
                                   const ReadOptions& options = {});
 
-/// The identity that an object of a class with derived identities has in a to-one containment.
-TAVO_EXPORT Uuid derivedUuid(const Uuid& owner, const MetaProperty& property);
-
 } // namespace tavo

@@ -39,7 +39,7 @@ void put(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, con
     former.destroy();
   }
   const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
-  auto* source = owner.object().createInto(feature, plain, tavo::derivedUuid(owner.Uuid(), feature));
+  auto* source = owner.object().createInto(feature, plain, tavo::derivedUuid(owner.Uuid(), feature.id()));
   static_cast<ProxySource::Impl&>(*source).setTarget(target);
 }
 
