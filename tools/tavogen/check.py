@@ -144,6 +144,9 @@ def _check_opposite(feature: Feature, problems: Problems) -> None:
     if not opposite:
         return
     wanted = {Kind.CONTAINER: Kind.CONTAINS, Kind.CONTAINS: Kind.CONTAINER, Kind.REFERS: Kind.REFERS}[feature.kind]
+    if opposite is feature:
+        problems.report(feature.place, "opposite: a feature cannot be its own; declare the other end as a feature, too")
+        return
     if opposite.kind is not wanted:
         problems.report(feature.place, f"opposite: {opposite.qualified_name} is not declared by '{wanted.value}'")
         return
