@@ -1,8 +1,9 @@
 // EXPECT_ERROR(expression, identifier, arguments...): the expression raises that error; given arguments must agree,
-// none given means any.
+// none given means any. EXPECT_ERROR_UNCHANGED(model, ...): and the model is to the letter what it was.
 #pragma once
 
 #include "tavo/core/Error.h"
+#include "tavo/xml/ModelXml.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +38,22 @@ std::vector<tavo::String> errorArguments(const Args&... arguments) {
   return {tavo::toErrorArgument(arguments)...};
 }
 
+/// All that files hold of a model, and how many objects it has.
+inline std::string stateOf(const tavo::Model& model) {
+  std::string state = std::to_string(model.objectCount());
+  for (const auto& element : model.topLevel())
+    state += "\n" + tavo::treeText(element).toUtf8();
+  return state;
+}
+
 } // namespace testsupport
 
 #define EXPECT_ERROR(EXPRESSION, ID, ...)                                                                              \
   EXPECT_TRUE(testsupport::raises([&] { (void)(EXPRESSION); }, ID, testsupport::errorArguments(__VA_ARGS__)))
+
+#define EXPECT_ERROR_UNCHANGED(MODEL, EXPRESSION, ...)                                                                 \
+  do {                                                                                                                 \
+    const auto stateBefore = testsupport::stateOf(MODEL);                                                              \
+    EXPECT_ERROR(EXPRESSION, __VA_ARGS__);                                                                             \
+    EXPECT_EQ(testsupport::stateOf(MODEL), stateBefore);                                                               \
+  } while (false)

@@ -34,16 +34,6 @@ inline tavo::String text(const Path& path) {
   return tavo::String::fromUtf8(path.native());
 }
 
-/// The expression raises that error with these arguments, and the model is to the letter what it was.
-#define EXPECT_REFUSED(MODEL, EXPRESSION, ...)                                                                         \
-  do {                                                                                                                 \
-    const auto before = tavo::modelText(MODEL);                                                                        \
-    const auto objects = (MODEL).objectCount();                                                                        \
-    EXPECT_ERROR(EXPRESSION, __VA_ARGS__);                                                                             \
-    EXPECT_EQ(tavo::modelText(MODEL), before);                                                                         \
-    EXPECT_EQ((MODEL).objectCount(), objects);                                                                         \
-  } while (false)
-
 class ProfileFixture : public testing::Test {
 protected:
   ProfileFixture() : before_(fs::current_path()) {

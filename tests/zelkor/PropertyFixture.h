@@ -30,13 +30,7 @@ using property::TypeCatalog;
 using property::Value;
 using property::ValueType;
 
-/// All that files hold of a model, and how many objects it has.
-inline std::string stateOf(const tavo::Model& model) {
-  std::string state = std::to_string(model.objectCount());
-  for (const auto& element : model.topLevel())
-    state += "\n" + tavo::treeText(element).toUtf8();
-  return state;
-}
+using testsupport::stateOf;
 
 inline kavra::HostArray number(double value) { return kavra::HostArray::scalar(value); }
 inline kavra::HostArray int64(std::int64_t value) { return kavra::HostArray::scalar(value); }
@@ -109,11 +103,3 @@ protected:
 };
 
 } // namespace zelkor::test
-
-/// The expression raises that error, and the model holds what it held before.
-#define EXPECT_ERROR_UNCHANGED(MODEL, EXPRESSION, ID, ...)                                                             \
-  do {                                                                                                                 \
-    const auto stateBefore = zelkor::test::stateOf(MODEL);                                                             \
-    EXPECT_ERROR(EXPRESSION, ID __VA_OPT__(, ) __VA_ARGS__);                                                           \
-    EXPECT_EQ(zelkor::test::stateOf(MODEL), stateBefore);                                                              \
-  } while (false)
