@@ -1,8 +1,9 @@
 // What happens when memory runs out: nothing. Every operation is tried with each of its allocations failing in turn.
+#include "fixture/Book.builder.h"
+#include "fixture/Node.h"
+#include "fixture/Shelf.builder.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/StateDump.h"
-#include "tests/tavo/handwritten/Graph.h"
-#include "tests/tavo/handwritten/Shelf.impl.h"
 
 #include "tavo/model/ChangeSet.h"
 #include "tavo/model/ModelElementDatatype.h"
@@ -52,7 +53,7 @@ protected:
   }
   Node node(std::u16string_view name) {
     auto made = model.create<Node>();
-    made.setPropertyValue(feature("name"), tavo::Value::of(tavo::String(name)));
+    made.setName(name);
     return made;
   }
 
@@ -63,13 +64,11 @@ TEST_F(ModelAllocationTest, ObjectsAndValues) {
   for (int i = 0; i < 20; ++i) // past every growth of pool, list and index
     sweep("create", [&] { model.create<Node>(); });
   auto node = model.create<Node>();
-  sweep("short text", [&] { impl(node).setPropertyValue(feature("name"), tavo::Value::of(tavo::String(u"short"))); });
-  sweep("long text",
-        [&] { impl(node).setPropertyValue(feature("name"), tavo::Value::of(tavo::String(u"longer than in place"))); });
+  sweep("short text", [&] { node.setName(u"short"); });
+  sweep("long text", [&] { node.setName(u"longer than in place"); });
   auto book = library::Book::create(model);
-  auto& written = static_cast<library::Book::Impl&>(book.object());
-  sweep("vector", [&] { written.setEditions({1, 2, 3}); });
-  sweep("optional", [&] { written.setNote(tavo::String(u"a note that is not short")); });
+  sweep("vector", [&] { book.setEditions({1, 2, 3}); });
+  sweep("optional", [&] { book.setNote(tavo::String(u"a note that is not short")); });
   sweep("destroy with a hook that writes", [&] { book.destroy(); });
 }
 
@@ -97,11 +96,11 @@ TEST_F(ModelAllocationTest, EveryKindOfCollectionPastItsGrowth) {
 
 TEST_F(ModelAllocationTest, BuildersTransactionsAndListeners) {
   library::Shelf::Builder shelf(model);
-  shelf.doSetP_Name(u"a shelf of some length");
+  shelf.doSetName(u"a shelf of some length");
   for (std::uint32_t i = 0; i < 12; ++i) {
     library::Book::Builder book;
-    book.doSetP_Name(tavo::concat(u"a book that is not short ", std::u16string(1, static_cast<char16_t>(u'a' + i))));
-    book.doSetP_Index(i);
+    book.doSetName(tavo::concat(u"a book that is not short ", std::u16string(1, static_cast<char16_t>(u'a' + i))));
+    book.doSetNumber(i);
     shelf.doAddBooks(book);
   }
   sweep("builder", [&] { shelf.doCreate(); });

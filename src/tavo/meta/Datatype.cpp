@@ -101,7 +101,14 @@ std::optional<std::int64_t> readLiteral(std::span<const DatatypeLiteral> literal
   for (const auto& literal : literals)
     if (literal.name == text)
       return literal.value;
-  return std::nullopt;
+  // A value without a literal was written as its number.
+  std::int32_t number = 0;
+  if (!readNumber<std::int32_t>(&number, text))
+    return std::nullopt;
+  for (const auto& literal : literals)
+    if (literal.value == number)
+      return std::nullopt;
+  return number;
 }
 
 } // namespace detail

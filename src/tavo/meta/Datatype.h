@@ -138,7 +138,8 @@ constexpr Datatype comparableDatatype(std::string_view name, Datatype::Kind kind
   return type;
 }
 
-/// Text of an enumeration's value: the name of its literal.
+/// Text of an enumeration's value: the name of its literal, or the number of a value that has none, so that nothing is
+/// lost in a file.
 TAVO_EXPORT void writeLiteral(std::span<const DatatypeLiteral> literals, std::int64_t value, std::string& out);
 TAVO_EXPORT std::optional<std::int64_t> readLiteral(std::span<const DatatypeLiteral> literals, std::string_view text);
 
