@@ -140,6 +140,10 @@ TEST_F(DeepTreeTest, IsTooDeepToBeWrittenCopiedOrRead) {
   unlimited.limits.nesting = 2 * depth;
   read(unlimited);
   EXPECT_EQ(copy.objectCount(), depth + 1);
+  tavo::Limits::setCurrent(unlimited.limits);
+  const auto written = tavo::modelText(copy);
+  tavo::Limits::setCurrent({});
+  EXPECT_LT(written.size(), 400 * depth); // lines no longer than that, however deep
 }
 
 } // namespace

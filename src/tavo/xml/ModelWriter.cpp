@@ -57,18 +57,14 @@ public:
 
   void write(const std::vector<Impl*>& roots) {
     for (Impl* root : roots)
-      survey(*root, 3);
+      survey(*root);
     nameAnchors();
     xml_.start(xf::root).attribute(xf::format, xf::formatVersion);
     writeHead();
     writeOutside();
     xml_.start(xf::objects);
-    for (Impl* root : roots) {
-      const ClassEntry& entry = entryOf(root->objectClass());
-      xml_.start(entry.name);
-      writeObject(*root, entry, nullptr);
-      xml_.end();
-    }
+    for (Impl* root : roots)
+      writeObjects(*root);
     xml_.end().end();
     xml_.finish();
   }
@@ -96,47 +92,91 @@ private:
     return *(last_ = entry.get());
   }
 
-  /// Goes through the tree once to see which classes, features and targets occur.
-  void survey(Impl& object, std::size_t depth) {
-    if (depth > Limits::current().nesting)
-      raise(FrameworkError::LimitExceeded, object.objectClass().name(), XmlLimit::nesting,
-            static_cast<unsigned long long>(Limits::current().nesting));
-    ClassEntry& entry = entryOf(object.objectClass());
-    for (auto& feature : entry.features) {
-      if (feature.skipped)
+  /// An object on the way down a tree, and how far its features have been gone through.
+  struct Step {
+    Impl* object;
+    ClassEntry* entry;
+    std::size_t feature = 0;
+    std::size_t child = 0; ///< of that feature
+  };
+
+  /// Goes down a tree without calling itself: how deep it may be is up to the limits, not to the stack. Calls, for each
+  /// object, `enter(object, feature that holds it)`, `pass(object, feature)` for each feature after its children, and
+  /// `leave()`; features that this document leaves out are left out.
+  template <class Enter, class Pass, class Leave>
+  void walk(Impl& root, const Enter& enter, const Pass& pass, const Leave& leave) {
+    std::vector<Step> path;
+    const auto goInto = [&](Impl& object, ClassEntry::Feature* in) {
+      path.push_back({&object, &entryOf(object.objectClass())});
+      enter(object, in, path.size());
+    };
+    goInto(root, nullptr);
+    while (!path.empty()) {
+      Step& step = path.back();
+      if (step.feature == step.entry->features.size()) {
+        leave();
+        path.pop_back();
         continue;
-      const MetaProperty& property = *feature.property;
-      switch (property.kind()) {
-      case FeatureKind::attribute:
-        feature.used = feature.used || !property.isDefault(object.field(property));
-        break;
-      case FeatureKind::containsOne:
-        if (Impl* child = object.one(property)) {
-          feature.used = true;
-          survey(*child, depth + 1);
-        }
-        break;
-      case FeatureKind::refersOne:
-        if (Impl* target = object.one(property)) {
-          feature.used = true;
-          ++targets_[target].references;
-        }
-        break;
-      case FeatureKind::containsMany:
-      case FeatureKind::refersMany:
-        if (ItemList* list = object.items(property))
-          for (std::size_t i = 0; i < list->size(); ++i) {
-            feature.used = true;
-            Impl* item = list->objectAt(i);
-            if (property.isContainment())
-              survey(*item, depth + 1);
-            else
-              ++targets_[item].references;
-          }
-        break;
-      default:
-        break;
       }
+      ClassEntry::Feature& feature = step.entry->features[step.feature];
+      if (Impl* child = feature.skipped ? nullptr : childAt(*step.object, *feature.property, step.child)) {
+        ++step.child;
+        goInto(*child, &feature);
+        continue;
+      }
+      if (!feature.skipped)
+        pass(*step.object, feature);
+      ++step.feature;
+      step.child = 0;
+    }
+  }
+
+  static Impl* childAt(Impl& object, const MetaProperty& property, std::size_t position) {
+    if (property.kind() == FeatureKind::containsOne)
+      return position == 0 ? object.one(property) : nullptr;
+    if (property.kind() != FeatureKind::containsMany)
+      return nullptr;
+    ItemList* list = object.items(property);
+    return list && position < list->size() ? list->objectAt(position) : nullptr;
+  }
+
+  /// Goes through the tree once to see which classes, features and targets occur.
+  void survey(Impl& root) {
+    constexpr std::size_t above = 2; // the document and its list of objects
+    const std::size_t most = Limits::current().nesting;
+    walk(
+        root,
+        [&](Impl& object, ClassEntry::Feature* in, std::size_t depth) {
+          if (depth + above > most)
+            raise(FrameworkError::LimitExceeded, object.objectClass().name(), XmlLimit::nesting,
+                  static_cast<unsigned long long>(most));
+          if (in)
+            in->used = true;
+        },
+        [this](Impl& object, ClassEntry::Feature& feature) { survey(object, feature); }, [] {});
+  }
+
+  void survey(Impl& object, ClassEntry::Feature& feature) {
+    const MetaProperty& property = *feature.property;
+    switch (property.kind()) {
+    case FeatureKind::attribute:
+      feature.used = feature.used || !property.isDefault(object.field(property));
+      break;
+    case FeatureKind::refersOne:
+      if (Impl* target = object.one(property)) {
+        feature.used = true;
+        ++targets_[target].references;
+      }
+      break;
+    case FeatureKind::refersMany:
+      if (ItemList* list = object.items(property))
+        for (std::size_t i = 0; i < list->size(); ++i) {
+          feature.used = true;
+          ++targets_[list->objectAt(i)].references;
+        }
+      break;
+    default:
+      break;
     }
   }
 
@@ -235,8 +275,21 @@ private:
     xml_.end();
   }
 
-  /// The attributes and elements of an object whose element has been started; `in` is the feature that contains it.
-  void writeObject(Impl& object, const ClassEntry& entry, const MetaProperty* in) {
+  void writeObjects(Impl& root) {
+    walk(
+        root, [this](Impl& object, ClassEntry::Feature* in, std::size_t) { startObject(object, in); },
+        [this](Impl& object, ClassEntry::Feature& feature) {
+          if (feature.used)
+            writeAsElement(object, feature);
+        },
+        [this] { xml_.end(); });
+  }
+
+  /// Opens an object's element and writes its attributes.
+  void startObject(Impl& object, const ClassEntry::Feature* holder) {
+    const ClassEntry& entry = entryOf(object.objectClass());
+    const MetaProperty* in = holder ? holder->property : nullptr;
+    xml_.start(holder ? holder->name : entry.name);
     if (in && in->target() != &object.objectClass())
       xml_.attribute(xf::classAttribute, entry.name);
     const bool derived = in && in->kind() == FeatureKind::containsOne &&
@@ -252,9 +305,6 @@ private:
     for (const auto& feature : entry.features)
       if (feature.used && !feature.skipped)
         writeAsAttribute(object, feature);
-    for (const auto& feature : entry.features)
-      if (feature.used && !feature.skipped)
-        writeAsElement(object, feature);
   }
 
   void writeAsAttribute(Impl& object, const ClassEntry::Feature& feature) {
@@ -304,30 +354,14 @@ private:
         writeValueElement(feature.name, *property.datatype(), value);
       return;
     }
-    case FeatureKind::containsOne:
-      if (Impl* child = object.one(property))
-        writeChild(feature, *child);
-      return;
-    case FeatureKind::containsMany:
     case FeatureKind::refersMany:
       if (ItemList* list = object.items(property))
-        for (std::size_t i = 0; i < list->size(); ++i) {
-          Impl& item = *list->objectAt(i);
-          if (property.isContainment())
-            writeChild(feature, item);
-          else
-            xml_.start(feature.name).attribute(xf::ref, reference(item)).end();
-        }
+        for (std::size_t i = 0; i < list->size(); ++i)
+          xml_.start(feature.name).attribute(xf::ref, reference(*list->objectAt(i))).end();
       return;
     default:
       return;
     }
-  }
-
-  void writeChild(const ClassEntry::Feature& feature, Impl& child) {
-    xml_.start(feature.name);
-    writeObject(child, entryOf(child.objectClass()), feature.property);
-    xml_.end();
   }
 
   void writeValueElement(std::string_view name, const Datatype& type, const void* value) {

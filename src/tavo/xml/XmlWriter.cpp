@@ -13,6 +13,7 @@ namespace tavo {
 namespace {
 
 constexpr std::size_t blockSize = std::size_t{64} << 10;
+constexpr std::size_t deepestIndentation = 64; ///< in levels, so that files grow with their elements only
 
 /// What stands for a unit that has a meaning in XML or that readers would change; empty for all others.
 std::string_view reference(char32_t unit, bool inAttribute) {
@@ -118,7 +119,7 @@ void XmlWriter::finish() {
 
 void XmlWriter::beginLine() {
   buffer_ += '\n';
-  buffer_.append(2 * open_.size(), ' ');
+  buffer_.append(2 * std::min(open_.size(), deepestIndentation), ' ');
 }
 
 void XmlWriter::beginAttribute(std::string_view name) {
