@@ -201,6 +201,7 @@ TEST_F(ModelTest, WhatIsRefusedSaysWhyAndLeavesTheModelAsItWas) {
        "InvalidValue",
        {u"-1.000000", u"price", u"a positive number"}},
       {[&] { set(dune, "price", text(u"9")); }, "InvalidValue", {u"9", u"price", u"double"}},
+      {[&] { set(dune, "price", text(u"a\xD800")); }, "InvalidValue", {u"a\\uD800", u"price", u"double"}},
       {[&] { set(dune, "price", {}); }, "InvalidValue", {u"nothing", u"price", u"double"}},
       {[&] { set(dune, "sequel", text(u"9")); }, "InvalidValue", {}},
       {[&] { builder.setOrAdd(property(shelf, "name"), tavo::Value::of(1.0)); },

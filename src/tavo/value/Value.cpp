@@ -2,6 +2,7 @@
 
 #include "tavo/core/Error.h"
 #include "tavo/core/Errors.h"
+#include "tavo/core/Utf.h"
 
 #include <cstring>
 
@@ -14,6 +15,19 @@ void raiseWrongType(std::string_view wanted, std::string_view found) {
 }
 
 } // namespace detail
+
+namespace {
+
+/// Texts are shown in messages, so one that has no UTF-8 must not raise another error there.
+std::string textForPeople(std::u16string_view text) {
+  try {
+    return toUtf8(text);
+  } catch (const Error&) {
+    return toPrintable(text);
+  }
+}
+
+} // namespace
 
 Value::Value(const Datatype& type) {
   type.construct(buffer_);
@@ -68,7 +82,7 @@ int compare(const Value& a, const Value& b) {
 std::string valueText(const Datatype& type, const void* value) {
   switch (type.kind) {
   case Datatype::Kind::string:
-    return static_cast<const String*>(value)->toUtf8();
+    return textForPeople(*static_cast<const String*>(value));
   case Datatype::Kind::optional: {
     const void* inner = type.contained(value);
     return inner ? valueText(type.element(), inner) : std::string("none");

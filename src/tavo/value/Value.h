@@ -50,7 +50,8 @@ public:
   void* data() noexcept { return buffer_; }
   const void* data() const noexcept { return buffer_; }
 
-  /// The value as UTF-8 text for people and tools; structs and sequences in braces and brackets.
+  /// The value as UTF-8 text for people and tools; structs and sequences in braces and brackets. A text that is not
+  /// valid UTF-16 is shown with escapes.
   std::string toText() const;
 
   std::size_t hash() const;
