@@ -79,16 +79,30 @@ TEST_F(ProxiesTest, AMissingTypeCostsNothing) {
   EXPECT_EQ(value.getExpression(), u"7.8");
 }
 
-TEST_F(ProxiesTest, AReloadedModelIsBoundByIdentity) {
+TEST_F(ProxiesTest, AModelThatIsChangedAndReloadedIsBoundByIdentity) {
   const auto id = density.Uuid();
+  const auto file = tavo::treeText(density);
+  const auto source = value.valueTypeProxy();
+  const auto target = source.target();
+  value.setExpression(u"7.8");
   library.destroy();
   EXPECT_FALSE(value.getType());
 
   library = tavo::Model::create();
-  const auto again = library.create<FloatType>(id);
+  tavo::readModel(file, "Metals", library);
+  const auto again = library.find<FloatType>(id);
+  again.setName(u"weight");
+  again.setMax(10);
   resolver.setReferencedModel(library);
   EXPECT_EQ(value.getType(), again);
+  EXPECT_EQ(value.valueTypeProxy(), source);
+  EXPECT_EQ(source.target(), target);
+  EXPECT_TRUE(source.pointsTo(again));
   EXPECT_FALSE(density);
+  EXPECT_ERROR_UNCHANGED(model, value.setExpression(u"15"), "Velmora:Property:InvalidRealPropValueMinMax");
+  EXPECT_TRUE(model.undo());
+  EXPECT_EQ(value.getExpression(), u"1");
+  EXPECT_EQ(value.getType(), again);
 }
 
 TEST_F(ProxiesTest, ADestroyedResolverLeavesWhatItTakesToFindTheTargetsAgain) {

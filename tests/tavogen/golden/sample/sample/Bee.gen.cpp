@@ -3,10 +3,12 @@
 
 #include "sample/Bed.h"
 #include "sample/Bee.builder.h"
+#include "sample/Bee.h"
 #include "sample/Bee.query.h"
 #include "sample/Plant.h"
 #include "sample/package.h"
 #include "tavo/collection/Views.h"
+#include "tavo/core/Errors.h"
 #include "tavo/meta/GeneratedCalls.h"
 
 #include <cstddef>
@@ -34,6 +36,20 @@ constexpr tavo::PropertyDecl beeProperties[] = {
      .target = &Bed::declaration},
 };
 
+constexpr tavo::ArgumentDecl beeDanceArguments[] = {
+    {.name = "around", .id = "222a5536-9e2c-3420-a6df-c5a1653e168a", .type = "Plant"},
+};
+
+constexpr tavo::OperationDecl beeOperations[] = {
+    {.name = "dance",
+     .id = "07de0e8c-7d7a-37df-903d-f39001b10f5a",
+     .flags = tavo::OperationFlag::isPublic | tavo::OperationFlag::isConst,
+     .arguments = beeDanceArguments,
+     .returns = "metres",
+     .call = &tavo::detail::callOperation<&Bee::Impl::dance>,
+     .doc = "How far it is."},
+};
+
 } // namespace
 
 const tavo::ClassDecl& Bee::declaration() {
@@ -48,7 +64,7 @@ const tavo::ClassDecl& Bee::declaration() {
       .construct = &tavo::detail::constructObject<Impl>,
       .destroyStorage = &tavo::detail::destroyStorage<Impl>,
       .properties = beeProperties,
-      .operations = {},
+      .operations = beeOperations,
       .doc = "A visitor.",
   };
   return declared;
@@ -62,6 +78,7 @@ const tavo::MetaClass& Bee::metaClass() {
 Bee Bee::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Bee>(uuid); }
 tavo::View<Plant> Bee::visited() const { return impl<Impl>().getVisited(); }
 Bed Bee::home() const { return impl<Impl>().getHome(); }
+double Bee::dance(const Plant& around) const { return impl<Impl>().dance(around); }
 
 tavo::View<Plant> Bee::Impl::getVisited() const { return {handle(), at(Index::visited)}; }
 tavo::MutableView<Plant, tavo::View<Plant>> Bee::Impl::getVisitedMutable() { return {handle(), at(Index::visited)}; }
@@ -69,6 +86,8 @@ bool Bee::Impl::hasVisited() const { return !getVisited().empty(); }
 Bed Bee::Impl::getHome() const { return Bed(one(at(Index::home))); }
 bool Bee::Impl::hasHome() const { return one(at(Index::home)) != nullptr; }
 void Bee::Impl::setHome(const Bed& value) { setOne(at(Index::home), value.get()); }
+
+double Bee::Impl::dance(const Plant&) const { tavo::raise(tavo::FrameworkError::NotAvailable, "sample.Bee.dance"); }
 
 void Bee::Impl::BuilderImpl::doAddVisited(const Plant& value) {
   setOrAdd(metaClass().at(Index::visited), tavo::Value::of<tavo::ModelElement>(value));

@@ -27,6 +27,9 @@ public:
 
   tavo::View<Plant> visited() const;
   Bed home() const;
+
+  /// How far it is.
+  double dance(const Plant& around) const;
 };
 
 } // namespace sample

@@ -34,6 +34,8 @@ public:
   bool hasHome() const;
   void setHome(const Bed& value);
 
+  double dance(const Plant& around) const;
+
 private:
   Storage& storage() { return storageAs<Storage>(); }
   const Storage& storage() const { return storageAs<Storage>(); }
