@@ -54,6 +54,17 @@ class WrongSchemas(Golden):
         self.assertEqual(2, len(str(caught.exception).splitlines()))
 
 
+    def test_a_class_has_no_more_features_than_indexes(self) -> None:
+        with tempfile.TemporaryDirectory() as folder:
+            wide = Path(folder) / "wide.toml"
+            head = (HERE / "wrong/package.toml").read_text(encoding="utf-8")
+            head += '[class.Wide]\nnamespace = "garden"\nbase = "tavo.ModelElement"\n[class.Wide.features]\n'
+            features = "".join(f'f{number} = {{ attribute = "bool" }}\n' for number in range(65536))
+            wide.write_text(head + features, encoding="utf-8")
+            with self.assertRaisesRegex(SchemaError, "Wide: has more than 65535 features"):
+                read([wide], [])
+
+
 class ProjectSchemas(Golden):
     """What must not change unseen in the schemas of this project."""
 

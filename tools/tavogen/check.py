@@ -12,6 +12,7 @@ from .problems import Problems, suggestion
 from .schema import (Builtin, Class, Enumeration, Feature, Foreign, Kind, Model, Operation, Primitive, Shape, Struct,
                      Type)
 
+_MOST_FEATURES = 65535  # their indexes have sixteen bits
 _VERSION = re.compile(r"^\d+(\.\d+)*$")
 _SHAPES = {
     Kind.ATTRIBUTE: (Shape.ONE, Shape.OPTIONAL, Shape.MANY),
@@ -61,6 +62,8 @@ def _check_class(cls: Class, problems: Problems) -> None:
     for operation in cls.operations:
         _check_operation(operation, problems)
         _check_overriding(operation, problems)
+    if len(cls.features) + len(cls.inherited_features()) > _MOST_FEATURES:
+        problems.report(cls.place, f"has more than {_MOST_FEATURES} features, inherited ones included")
     _check_feature_names(cls, problems)
     _check_operation_names(cls, problems)
     _check_abstract_operations(cls, problems)

@@ -4,7 +4,6 @@
 #include "tavo/model/ModelElementDatatype.h"
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 
 namespace tavo {
@@ -155,9 +154,6 @@ struct MetaRegistry::Draft {
     }
     metaClass.depth_ = metaClass.ancestors_.size();
     metaClass.ancestors_.push_back(&metaClass);
-    constexpr std::size_t most = std::numeric_limits<PropertyIndex>::max();
-    if (metaClass.decl_->properties.size() > most - metaClass.properties_.size())
-      raise(FrameworkError::LimitExceeded, metaClass.qualifiedName(), "the features of a class", most);
     for (const PropertyDecl& declaration : metaClass.decl_->properties) {
       auto property = std::make_unique<MetaProperty>();
       property->decl_ = &declaration;
