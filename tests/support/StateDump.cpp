@@ -17,6 +17,8 @@ std::string dumpState(const tavo::Model& model, bool withHistory) {
     text += std::string(object.objectClass().name()) + " " + tavo::toText(object.Uuid()) +
             (object.isProxy() ? " stand-in" : "");
     for (const tavo::MetaProperty* property : object.objectClass().properties()) {
+      if (property->kind() == tavo::FeatureKind::derived)
+        continue;
       text += std::string(" ") + std::string(property->name()) + "=";
       const tavo::Value value = object.getPropertyValue(*property);
       text += value.toText();

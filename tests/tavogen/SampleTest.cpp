@@ -14,6 +14,8 @@
 #include "tavo/model/Model.h"
 #include "tavo/model/ModelElementDatatype.h"
 #include "tavo/model/Transaction.h"
+#include "tests/support/AllClasses.h"
+#include "tests/support/ErrorMatchers.h"
 
 #include <gtest/gtest.h>
 
@@ -135,6 +137,7 @@ TEST_F(SampleTest, OperationsAreCalledByReflection) {
                                            tavo::Value::of<tavo::String>(u"Iris"), tavo::Value::of(std::uint32_t{2})};
   Plant::metaClass().findOperation("make")->call({}, arguments);
   EXPECT_TRUE(bed.plants().find(u"Iris"));
+  EXPECT_ERROR(Bee::create(model).dance(rose), "tavo:messages:NotAvailable");
 }
 
 TEST_F(SampleTest, CollectionsAndReferencesKeepTheirOtherEnds) {
@@ -173,6 +176,15 @@ TEST_F(SampleTest, ClassesOfOtherLibrariesDeriveFromIt) {
   EXPECT_EQ(plant.describe(3), u"climbs");
   EXPECT_EQ(annex::Vine::metaClass().property("trellis").index(), Plant::Impl::propertyCount);
   EXPECT_THROW(rose.cast<annex::Vine>(), tavo::Error);
+}
+
+TEST(SampleClassesTest, EachKeepsWhatMustHoldForAll) {
+  annex::Vine::metaClass(); // registers both packages
+  for (const auto* metaClass : testsupport::concreteClasses({"sample", "annex"})) {
+    testsupport::expectUndoAndRedo(*metaClass);
+    testsupport::expectRefusals(*metaClass);
+    testsupport::expectKeysFollow(*metaClass);
+  }
 }
 
 TEST(SpotTest, IsOrderedByItsFieldsInTurn) {
