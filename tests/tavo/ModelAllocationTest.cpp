@@ -1,9 +1,9 @@
 // What happens when memory runs out: nothing. Every operation is tried with each of its allocations failing in turn.
-#include "fixture/Book.builder.h"
-#include "fixture/Node.h"
-#include "fixture/Shelf.builder.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/StateDump.h"
+#include "tests/tavo/fixture/Book.builder.h"
+#include "tests/tavo/fixture/Node.h"
+#include "tests/tavo/fixture/Shelf.builder.h"
 
 #include "tavo/model/ChangeSet.h"
 #include "tavo/model/ModelElementDatatype.h"

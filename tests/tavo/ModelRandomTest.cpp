@@ -1,7 +1,7 @@
 // Random sequences of operations, run against a model in plain maps and vectors whose history is copies of itself.
-#include "fixture/Node.h"
 #include "tests/support/ErrorMatchers.h"
 #include "tests/support/StateDump.h"
+#include "tests/tavo/fixture/Node.h"
 
 #include "tavo/meta/MetaRegistry.h"
 #include "tavo/model/ChangeSet.h"

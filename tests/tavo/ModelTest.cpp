@@ -1,8 +1,8 @@
-#include "fixture/Author.builder.h"
-#include "fixture/Book.builder.h"
-#include "fixture/Node.h"
-#include "fixture/Shelf.builder.h"
 #include "tests/support/ErrorMatchers.h"
+#include "tests/tavo/fixture/Author.builder.h"
+#include "tests/tavo/fixture/Book.builder.h"
+#include "tests/tavo/fixture/Node.h"
+#include "tests/tavo/fixture/Shelf.builder.h"
 
 #include "tavo/model/ChangeSet.h"
 #include "tavo/model/Transaction.h"
@@ -45,27 +45,6 @@ TEST_F(ModelTest, HandlesAreFalseOnceTheirObjectIsDestroyedAndTrueAgainAfterUndo
   EXPECT_EQ(dune.price(), 9.5); // what the hook of the destruction wrote is taken back too
   model.destroy();
   EXPECT_FALSE(dune);
-}
-
-TEST_F(ModelTest, KeyedCollectionsFollowTheirKeysThroughRenameClashUndoAndRedo) {
-  auto shelf = Shelf::create(model);
-  std::vector<Book> books;
-  for (std::uint32_t i = 0; i < 40; ++i)
-    books.push_back(book(shelf, tavo::concat(u"book ", std::u16string(1, static_cast<char16_t>(u'A' + i))), i));
-  EXPECT_ERROR(books[3].setName(u"book B"), "tavo:messages:UniquenessConstraint");
-  EXPECT_ERROR(books[3].setNumber(7), "tavo:messages:UniquenessConstraint");
-  EXPECT_EQ(shelf.books().find(u"book D"), books[3]);
-  books[3].setName(u"another");
-  EXPECT_EQ(shelf.books().find(u"another"), books[3]);
-  EXPECT_FALSE(shelf.books().find(u"book D"));
-  EXPECT_EQ(shelf.books().findSecond(3), books[3]);
-  EXPECT_EQ(shelf.books()[0], books[3]); // in the order of the keys
-  model.undo();
-  EXPECT_EQ(shelf.books().find(u"book D"), books[3]);
-  EXPECT_FALSE(shelf.books().find(u"another"));
-  model.redo();
-  EXPECT_EQ(shelf.books().find(u"another"), books[3]);
-  tavo::checkInvariants(model);
 }
 
 TEST_F(ModelTest, ReferencesAreKeptAtBothEnds) {

@@ -1,7 +1,7 @@
-#include "fixture/Author.h"
-#include "fixture/Book.h"
-#include "fixture/Shelf.h"
 #include "tests/support/ErrorMatchers.h"
+#include "tests/tavo/fixture/Author.h"
+#include "tests/tavo/fixture/Book.h"
+#include "tests/tavo/fixture/Shelf.h"
 
 #include "tavo/core/Utf.h"
 #include "tavo/model/Transaction.h"

@@ -1,9 +1,9 @@
 #include "tavo/query/Query.h"
 
-#include "fixture/Author.h"
-#include "fixture/Book.query.h"
-#include "fixture/Shelf.h"
 #include "tests/support/ErrorMatchers.h"
+#include "tests/tavo/fixture/Author.h"
+#include "tests/tavo/fixture/Book.query.h"
+#include "tests/tavo/fixture/Shelf.h"
 
 #include <gmock/gmock.h>
 

@@ -1,10 +1,10 @@
 // What must not grow faster than the model: judged by records and allocations, which are counted, and by the stack,
 // which ends the process when something goes down a tree by calling itself.
-#include "fixture/Author.h"
-#include "fixture/Book.h"
-#include "fixture/Node.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/ErrorMatchers.h"
+#include "tests/tavo/fixture/Author.h"
+#include "tests/tavo/fixture/Book.h"
+#include "tests/tavo/fixture/Node.h"
 
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
