@@ -9,11 +9,8 @@
 #include "sample/Stone.builder.h"
 #include "sample/package.h"
 #include "sample/tools/Tool.h"
-#include "tavo/core/Error.h"
-#include "tavo/meta/MetaRegistry.h"
-#include "tavo/model/Model.h"
-#include "tavo/model/ModelElementDatatype.h"
-#include "tavo/model/Transaction.h"
+#include "tavo/core/Errors.h"
+#include "tavo/meta/CallDatatypes.h"
 #include "tests/support/AllClasses.h"
 #include "tests/support/ErrorMatchers.h"
 
@@ -28,6 +25,9 @@ protected:
   Bed::Impl& implOf(const Bed& of) { return static_cast<Bed::Impl&>(of.object()); }
   tavo::Value read(const tavo::ModelElement& element, std::string_view property) {
     return element.getPropertyValue(element.objectClass().property(property));
+  }
+  void write(const tavo::ModelElement& element, std::string_view property, const tavo::Value& value) {
+    element.setPropertyValue(element.objectClass().property(property), value);
   }
 
   tavo::Model model = tavo::Model::create();
@@ -47,8 +47,20 @@ TEST_F(SampleTest, ClassesAreKnownByNameWithTheirFlags) {
   EXPECT_FALSE(plant.property("secret").has(tavo::PropertyFlag::publicAccessor));
   EXPECT_FALSE(plant.property("code").isWritable());
   EXPECT_FALSE(plant.property("sownAt").isSaved());
+  EXPECT_TRUE(plant.property("label").has(tavo::PropertyFlag::derived | tavo::PropertyFlag::transient));
+  EXPECT_FALSE(plant.property("label").isWritable());
+  EXPECT_TRUE(plant.property("yields").has(tavo::PropertyFlag::ordered));
+  EXPECT_TRUE(Bed::metaClass().property("spades").has(tavo::PropertyFlag::unique));
   EXPECT_TRUE(Stone::metaClass().has(tavo::ClassFlag::derivedIdentity));
   EXPECT_EQ(Bed::metaClass().property("plants").opposite(), &plant.property("bed"));
+}
+
+TEST_F(SampleTest, DatatypesAreKnownByName) {
+  const auto& registry = tavo::MetaRegistry::instance();
+  EXPECT_EQ(registry.findDatatype("sample.Season")->datatype().literals.size(), 4u);
+  EXPECT_EQ(registry.findDatatype("sample.Spot")->datatype().fields[1].name, "row");
+  EXPECT_EQ(&registry.findDatatype("sample.metres")->datatype(), &tavo::datatypeOf<double>());
+  EXPECT_EQ(registry.findDatatype("Season"), nullptr);
 }
 
 TEST_F(SampleTest, AttributesStartWithTheirDefaults) {
@@ -72,6 +84,7 @@ TEST_F(SampleTest, BuildersSetInheritedAndOwnFeaturesAndChildren) {
   tulip.doSetNumber(3);
   tulip.doSetSpot({u"north", 2, Season::WINTER});
   tulip.doSetNeighbour(rose);
+  tulip.doSetLastSeen({30});
   EXPECT_EQ(tulip.getSpot().row, 2);
   EXPECT_EQ(tulip.getNeighbour(), rose);
   Bed::Builder builder(model);
@@ -84,6 +97,8 @@ TEST_F(SampleTest, BuildersSetInheritedAndOwnFeaturesAndChildren) {
   EXPECT_EQ(made.plants().findSecond(3).spot(), (Spot{u"north", 2, Season::WINTER}));
   EXPECT_EQ(made.plants()[0].neighbour(), rose);
   EXPECT_EQ(made.plants()[0].bed(), made);
+  EXPECT_EQ(made.plants()[0].lastSeen().minutes, 30);
+  EXPECT_EQ(made.plants()[0].visits(), 0u) << "builders run no hooks";
   EXPECT_TRUE(implOf(made).hasGnome());
   EXPECT_FALSE(implOf(made).hasMark());
 }
@@ -98,19 +113,44 @@ TEST_F(SampleTest, ReflectionSeesWhatSettersWroteAndTheOtherWayRound) {
   EXPECT_EQ(read(rose, "label").as<tavo::String>(), u"Rose");
   EXPECT_EQ(read(rose, "tallest").as<tavo::ModelElement>(), rose);
 
-  rose.setPropertyValue(rose.objectClass().property("season"), tavo::Value::of(Season::WINTER));
-  rose.setPropertyValue(rose.objectClass().property("note"), tavo::Value::of(std::optional<tavo::String>(u"")));
+  write(rose, "season", tavo::Value::of(Season::WINTER));
+  write(rose, "note", tavo::Value::of(std::optional<tavo::String>(u"")));
   EXPECT_EQ(rose.season(), Season::WINTER);
   EXPECT_TRUE(rose.note().has_value());
 }
 
-TEST_F(SampleTest, HooksRunForSettersAndReflection) {
+TEST_F(SampleTest, ReflectionRunsHooksAndOverriddenSetters) {
   EXPECT_THROW(rose.setHeight(-1), tavo::Error);
-  EXPECT_THROW(rose.setPropertyValue(rose.objectClass().property("height"), tavo::Value::of(-1.0)), tavo::Error);
+  EXPECT_THROW(write(rose, "height", tavo::Value::of(-1.0)), tavo::Error);
   EXPECT_EQ(rose.height(), 0.25);
   rose.setLastSeen({90});
-  EXPECT_EQ(rose.lastSeen().minutes, 90);
-  EXPECT_EQ(rose.visits(), 1u);
+  write(rose, "lastSeen", tavo::Value::of(Clock{95}));
+  EXPECT_EQ(rose.lastSeen().minutes, 95);
+  EXPECT_EQ(rose.visits(), 2u);
+  EXPECT_ERROR(write(rose, "Name", tavo::Value::of<tavo::String>(u"")), "tavo:messages:InvalidValue", "", "Name",
+               "a name");
+  write(rose, "Name", tavo::Value::of<tavo::String>(u"Briar"));
+  EXPECT_TRUE(bed.plants().find(u"Briar"));
+}
+
+TEST_F(SampleTest, WhatCannotBeWrittenIsRefusedBeforeAnyHook) {
+  const auto refused = [&](const Plant& plant, std::string_view id) {
+    for (const auto& set : {std::function<void()>([&] { implOf(plant).setHeight(-1); }),
+                            std::function<void()>([&] { write(plant, "height", tavo::Value::of(-1.0)); })})
+      try {
+        set();
+        ADD_FAILURE() << id;
+      } catch (const tavo::Error& error) {
+        EXPECT_EQ(error.id().text(), id);
+      }
+  };
+  refused(model.createProxy(Plant::metaClass(), tavo::randomUuid()).cast<Plant>(), "tavo:messages:CannotModifyProxy");
+  model.setFrozen(true);
+  refused(rose, "tavo:messages:ModelFrozen");
+  model.setFrozen(false);
+  auto& gone = implOf(rose);
+  rose.destroy();
+  EXPECT_ERROR(gone.setHeight(-1), "tavo:messages:NonExistentObject", "Plant");
 }
 
 TEST_F(SampleTest, FacadesOfBaseClassesReachOverridingOperations) {
@@ -123,7 +163,7 @@ TEST_F(SampleTest, FacadesOfBaseClassesReachOverridingOperations) {
 }
 
 TEST_F(SampleTest, OperationsAreCalledByReflection) {
-  const auto call = [&](std::string_view name, std::vector<tavo::Value> arguments) {
+  const auto call = [&](std::string_view name, std::vector<tavo::Value>&& arguments) {
     return rose.objectClass().findOperation(name)->call(rose, arguments);
   };
   EXPECT_EQ(call("grow", {tavo::Value::of(0.5)}).as<double>(), 0.75);
@@ -131,10 +171,24 @@ TEST_F(SampleTest, OperationsAreCalledByReflection) {
   const std::vector<tavo::ModelElement> among{rose};
   EXPECT_EQ(call("plants", {tavo::Value::of(among)}).as<std::vector<tavo::ModelElement>>(), among);
   EXPECT_THROW(call("grow", {tavo::Value::of<tavo::String>(u"much")}), tavo::Error);
-  EXPECT_THROW(call("isIn", {tavo::Value(), tavo::Value()}), tavo::Error);
+  EXPECT_ERROR(call("wilted", {tavo::Value::of(Clock{1})}), "tavo:messages:CannotCallOperation", "wilted", "Plant");
 
-  const std::vector<tavo::Value> arguments{tavo::Value::of<tavo::ModelElement>(bed),
-                                           tavo::Value::of<tavo::String>(u"Iris"), tavo::Value::of(std::uint32_t{2})};
+  const tavo::Value here = tavo::Value::of(model);
+  EXPECT_TRUE(call("isIn", {here, tavo::Value::of(&Named::metaClass())}).as<bool>());
+  EXPECT_FALSE(call("isIn", {here, tavo::Value::of(&Bed::metaClass())}).as<bool>());
+  EXPECT_THROW(call("isIn", {here, tavo::Value::of<const tavo::MetaClass*>(nullptr)}), tavo::Error);
+  EXPECT_THROW(call("isIn", {here, tavo::Value()}), tavo::Error);
+
+  std::vector<tavo::Value> seasons{tavo::Value::of(1.0), tavo::Value::of(std::vector{Season::SPRING})};
+  const auto growInSeasons = *tavo::parseUuid("37994dbd-e1fa-35a0-a91c-54c1bc2d04c0");
+  EXPECT_EQ(rose.objectClass().findOperation(growInSeasons)->call(rose, seasons).as<double>(), 1.75);
+
+  std::vector<tavo::Value> measured{tavo::Value::of(std::optional<tavo::String>()), tavo::Value()};
+  EXPECT_EQ(rose.objectClass().findOperation("measure")->call(rose, measured).as<double>(), 1.75);
+  EXPECT_TRUE(measured[1].as<bool>());
+
+  std::vector<tavo::Value> arguments{tavo::Value::of<tavo::ModelElement>(bed), tavo::Value::of<tavo::String>(u"Iris"),
+                                     tavo::Value::of(std::uint32_t{2})};
   Plant::metaClass().findOperation("make")->call({}, arguments);
   EXPECT_TRUE(bed.plants().find(u"Iris"));
   EXPECT_ERROR(Bee::create(model).dance(rose), "tavo:messages:NotAvailable");
@@ -151,7 +205,26 @@ TEST_F(SampleTest, CollectionsAndReferencesKeepTheirOtherEnds) {
   EXPECT_EQ(bed.spades().size(), 1u);
   rose.destroy();
   EXPECT_TRUE(bee.visited().empty());
+  const Stone stone = Stone::create(model);
+  implOf(bed).setGnome(stone);
+  implOf(bed).setGnome(stone);
+  EXPECT_ERROR(implOf(bed).setGnome(Stone::create(model)), "tavo:messages:CannotAddSecondObject", "gnome", "Stone");
+  implOf(bed).setGnome({});
+  EXPECT_TRUE(stone && !stone.container() && !bed.gnome());
   tavo::checkInvariants(model);
+}
+
+TEST_F(SampleTest, DerivedIdentitiesFollowTheOwnerWhileTheyAreFree) {
+  const auto gnome = implOf(bed).createIntoGnome(Stone::Builder());
+  const auto derived = tavo::derivedUuid(bed.Uuid(), Bed::metaClass().property("gnome").id());
+  EXPECT_EQ(gnome.Uuid(), derived);
+  EXPECT_NE(implOf(bed).createIntoStones(Stone::Builder()).Uuid(), implOf(bed).createIntoMark(Stone::Builder()).Uuid());
+
+  implOf(bed).setGnome({});
+  EXPECT_NE(implOf(bed).createIntoGnome(Stone::Builder()).Uuid(), derived) << "the former one lives on";
+  gnome.destroy();
+  bed.gnome().destroy();
+  EXPECT_EQ(implOf(bed).createIntoGnome(Stone::Builder()).Uuid(), derived);
 }
 
 TEST_F(SampleTest, QueriesAskForOwnAndInheritedFeatures) {
@@ -185,6 +258,38 @@ TEST(SampleClassesTest, EachKeepsWhatMustHoldForAll) {
     testsupport::expectRefusals(*metaClass);
     testsupport::expectKeysFollow(*metaClass);
   }
+}
+
+/// A package with one class, whose code was compiled when Bee had `features` features.
+const tavo::PackageDecl& packageOn(tavo::PropertyIndex features) {
+  static tavo::PackageDecl package = sample::package();
+  static tavo::ClassDecl drone = Bee::declaration();
+  static const tavo::ClassDecl& (*const classes[])() = {[]() -> const tavo::ClassDecl& { return drone; }};
+  drone.name = "Drone";
+  drone.qualifiedName = "hive.Drone";
+  drone.id = "0e0f8a5c-50a6-3d27-9f20-6a8c6f2b7d11";
+  drone.base = &Bee::declaration;
+  drone.package = []() -> const tavo::PackageDecl& { return package; };
+  drone.builtOn.propertyCount = features;
+  drone.builtOn.storageSize = sizeof(Bee::Impl::Storage);
+  drone.properties = {};
+  package.name = "hive";
+  package.datatypes = {};
+  package.classes = classes;
+  return package;
+}
+
+TEST(RegistrationTest, RefusesClassesThatWereCompiledOnAnotherVersionOfTheirBase) {
+  auto& registry = tavo::MetaRegistry::instance();
+  const auto& other = packageOn(Bee::Impl::propertyCount + 1);
+  EXPECT_ERROR(registry.registerPackage(other), "tavo:messages:IncompatibleLibrary", "hive.Drone", "sample.Bee", "1.3");
+  EXPECT_EQ(registry.findPackage("hive"), nullptr);
+  EXPECT_FALSE(registry.registerWhenLoaded(other));
+  EXPECT_ERROR(registry.classNamed("hive.Drone"), "tavo:messages:IncompatibleLibrary", "hive.Drone", "sample.Bee",
+               "1.3");
+
+  packageOn(Bee::Impl::propertyCount);
+  EXPECT_TRUE(registry.classNamed("hive.Drone").isA(Bee::metaClass())) << "compiled again, it is welcome";
 }
 
 TEST(SpotTest, IsOrderedByItsFieldsInTurn) {

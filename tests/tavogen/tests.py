@@ -12,7 +12,7 @@ HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 sys.path.insert(0, str(ROOT / "tools"))
 
-from tavogen import identifiers, names  # noqa: E402
+from tavogen import accessors, identifiers  # noqa: E402
 from tavogen.generate import generate, read  # noqa: E402
 from tavogen.output import write  # noqa: E402
 from tavogen.problems import SchemaError  # noqa: E402
@@ -74,7 +74,7 @@ class ProjectSchemas(Golden):
 
     def test_names_of_accessors(self) -> None:
         classes = [cls for package in self.model.packages for cls in package.classes]
-        self.expect(HERE / "golden/names.txt", names.listing(classes))
+        self.expect(HERE / "golden/names.txt", accessors.listing(classes))
 
     def test_identifiers(self) -> None:
         for package in self.model.packages:

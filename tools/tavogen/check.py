@@ -7,7 +7,8 @@ import uuid
 from typing import Any
 
 from .builtin import INTEGER_RANGES
-from .names import ROOT_MEMBERS, Member, facade_members, impl_members, is_reserved, names_of
+from .cpp.members import feature_signatures
+from .names import ROOT_MEMBERS, is_reserved, names_of
 from .problems import Problems, suggestion
 from .schema import (Builtin, Class, Enumeration, Feature, Foreign, Kind, Model, Operation, Primitive, Shape, Struct,
                      Type)
@@ -122,7 +123,7 @@ def _check_flags(feature: Feature, problems: Problems) -> None:
     has_setter = feature.kind is not Kind.DERIVED and not feature.is_many
     if feature.hook and not feature.holds_value:
         refuse("hook", "is for attributes and runtime state")
-    if feature.virtual and (not has_setter or feature.kind is Kind.CONTAINS):
+    if feature.virtual and not has_setter:
         refuse("virtual", "is for features with a setter")
     if feature.setter_public and (feature.readonly or feature.kind in (Kind.DERIVED, Kind.CONTAINER)):
         refuse("setter", "the feature is read-only" if feature.readonly else f"a {feature.kind.value} feature has none")
@@ -341,22 +342,21 @@ def _check_feature_names(cls: Class, problems: Problems) -> None:
 
 
 def _check_operation_names(cls: Class, problems: Problems) -> None:
-    generated: dict[tuple[str, int], Member] = {}
+    generated: dict[tuple[str, int], Feature] = {}
     for feature in (*cls.inherited_features(), *cls.features):
-        members = impl_members(feature) + facade_members(feature)
-        if feature.kind is Kind.DERIVED and feature.by and feature.by.name == names_of(feature).accessor:
-            members = []
-        for member in members:
-            generated[member.name, member.arity] = member
+        if feature.type.shape not in _SHAPES[feature.kind]:
+            continue  # reported; there is nothing to be made of it
+        on_facade, on_impl = feature_signatures(feature)
+        for signature in (*on_impl, *on_facade):
+            generated[signature.name, len(signature.parameters)] = feature
     seen: list[Operation] = []
     for operation in cls.operations:
         if operation.name in ROOT_MEMBERS and not operation.is_static:
             problems.report(operation.place, f"hides the member '{operation.name}' of tavo.ModelElement; "
                                              "give it another name")
-        member = generated.get((operation.name, len(operation.args)))
-        if member and not operation.is_override:
-            problems.report(operation.place, f"'{operation.name}' is generated for {member.feature.qualified_name} "
-                                             "already")
+        feature = generated.get((operation.name, len(operation.args)))
+        if feature and not operation.is_override:
+            problems.report(operation.place, f"'{operation.name}' is generated for {feature.qualified_name} already")
         for other in seen:
             if _matches(other, operation):
                 problems.report(operation.place, f"has the name and arguments of operation {other.key}")

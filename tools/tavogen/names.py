@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from dataclasses import dataclass
 
-from .schema import Class, Feature, Kind
+from .schema import Feature
 
 KEYWORDS = frozenset("""
     alignas alignof and and_eq asm auto bitand bitor bool break case catch char char8_t char16_t char32_t class co_await
@@ -18,7 +18,8 @@ KEYWORDS = frozenset("""
 ROOT_MEMBERS = frozenset("""
     Builder BuilderBase BuilderImpl Constrainables Impl Index Storage This Uuid add as at cast container create
     createInto declaration destroy doDestroy get handle isA items metaClass model object objectClass one
-    propertyCount remove runsHooks setOne storage storageAs swap uuid writeAttribute""".split())
+    propertyCount remove requireWritable runsHooks setOne storage storageAs swap uuid writeAttribute
+    writeValue""".split())
 
 
 def raise_first(name: str) -> str:
@@ -41,6 +42,7 @@ class FeatureNames:
     accessor: str
     getter: str
     setter: str
+    basic_setter: str
     has: str
     mutable: str
     create: str
@@ -54,57 +56,6 @@ def names_of(feature: Feature) -> FeatureNames:
     base = feature.accessor or feature.name
     upper = raise_first(base)
     return FeatureNames(
-        accessor=lower_first(base), getter=f"get{upper}", setter=f"set{upper}", has=f"has{upper}",
-        mutable=f"get{upper}Mutable", create=f"createInto{upper}", 
-        hook=f"aboutToSet{upper}",
+        accessor=lower_first(base), getter=f"get{upper}", setter=f"set{upper}", basic_setter=f"basicSet{upper}",
+        has=f"has{upper}", mutable=f"get{upper}Mutable", create=f"createInto{upper}", hook=f"aboutToSet{upper}",
         do_set=f"doSet{upper}", do_add=f"doAdd{upper}", do_clear=f"doClear{upper}")
-
-
-@dataclass(frozen=True)
-class Member:
-    """A generated member function, as far as clashes with operations go."""
-
-    name: str
-    arity: int
-    feature: Feature
-
-
-def facade_members(feature: Feature) -> list[Member]:
-    names = names_of(feature)
-    members = []
-    if not feature.getter_hidden:
-        members.append(Member(names.accessor, 0, feature))
-    if feature.setter_public:
-        is_view = feature.is_many or feature.kind is Kind.CONTAINS
-        members.append(Member(names.mutable, 0, feature) if is_view else Member(names.setter, 1, feature))
-    return members
-
-
-def impl_members(feature: Feature) -> list[Member]:
-    """What Impl gets for a feature; a derived one has its operation and nothing else."""
-    names = names_of(feature)
-    if feature.kind is Kind.DERIVED:
-        return []
-    members = [Member(names.getter, 0, feature)]
-    if feature.is_many or feature.kind is Kind.CONTAINS:
-        members.append(Member(names.mutable, 0, feature))
-    if not feature.holds_value:
-        members.append(Member(names.has, 0, feature))
-    if feature.kind is Kind.CONTAINS:
-        members.append(Member(names.create, 2, feature))
-    elif not feature.is_many:
-        members.append(Member(names.setter, 1, feature))
-    return members
-
-
-def listing(classes: list[Class]) -> str:
-    """All names of the accessors of all features, for review: a change of the table shows here."""
-    lines = []
-    for cls in classes:
-        lines.append(cls.qualified_name)
-        for feature in cls.features:
-            facade = ", ".join(member.name for member in facade_members(feature)) or "-"
-            impl = ", ".join(member.name for member in impl_members(feature)) or "-"
-            hook = f"; {names_of(feature).hook}" if feature.hook else ""
-            lines.append(f"  {feature.name}: {facade}; {impl}{hook}")
-    return "\n".join(lines) + "\n"

@@ -42,6 +42,7 @@ protected:
 template <class Facade>
 class View : public ObjectView {
 public:
+  using Item = Facade;
   using ObjectView::ObjectView;
 
   class Iterator {
@@ -130,18 +131,19 @@ public:
 };
 
 /// A view through which a collection changes. `Base` is one of the views above.
-template <class Facade, class Base>
-class MutableView : public Base {
+template <class Base>
+class Mutable : public Base {
 public:
   using Base::Base;
+  using typename Base::Item;
 
   /// At the end of a sequence. Raises CannotAddSecondObject for an object that is contained already,
   /// UniquenessConstraint for a key that is taken.
-  void add(const Facade& item) const { ObjectView::add(item.get()); }
+  void add(const Item& item) const { ObjectView::add(item.get()); }
   /// Before the object that is at `position` of a sequence.
-  void insert(std::size_t position, const Facade& item) const { ObjectView::add(item.get(), position); }
+  void insert(std::size_t position, const Item& item) const { ObjectView::add(item.get(), position); }
   /// Takes out; contained objects become top-level and live on. Nothing when the object is not in there.
-  void remove(const Facade& item) const { ObjectView::remove(item.get()); }
+  void remove(const Item& item) const { ObjectView::remove(item.get()); }
   void clear() const { ObjectView::clear(); }
 };
 

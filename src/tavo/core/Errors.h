@@ -14,6 +14,8 @@ struct FrameworkError {
   static constexpr ErrorId CannotAddNonExistentObject{"tavo:messages:CannotAddNonExistentObject"};
   /// (feature, object) A to-one containment is already set, or the object already has a container.
   static constexpr ErrorId CannotAddSecondObject{"tavo:messages:CannotAddSecondObject"};
+  /// (operation, class) An operation is called through reflection that is not public.
+  static constexpr ErrorId CannotCallOperation{"tavo:messages:CannotCallOperation"};
   /// (object class, target class) A handle is cast to a class that the object does not have.
   static constexpr ErrorId CannotCastIncompatibleTypes{"tavo:messages:CannotCastIncompatibleTypes"};
   /// (feature) A plain reference is made to an object of another model.
@@ -42,6 +44,8 @@ struct FrameworkError {
   static constexpr ErrorId FileNotFound{"tavo:io:FileNotFound"};
   /// (what it says) The cause of an error was an exception that is not of this framework.
   static constexpr ErrorId ForeignException{"tavo:messages:ForeignException"};
+  /// (class, base class, version) A class was compiled on another version of its base class than the loaded one.
+  static constexpr ErrorId IncompatibleLibrary{"tavo:messages:IncompatibleLibrary"};
   /// (version found, family, version supported, place) A file was written by a newer or unknown version of a schema.
   static constexpr ErrorId InvalidFamilyVersion{"tavo_evo:messages:InvalidFamilyVersion"};
   /// (place, reason) A text in a file does not read as the value that belongs there.

@@ -25,7 +25,8 @@ enum class FeatureKind : std::uint8_t {
 
 enum class CollectionKind : std::uint8_t { sequence, set, map };
 
-/// Flags of a property; what is not set is the framework's default.
+/// Flags of a property. Tables name only what does not follow from the rest of the record: a derived feature is
+/// read-only and transient anyhow, a set unique, a sequence ordered. MetaProperty::has answers for both.
 struct PropertyFlag {
   static constexpr std::uint32_t ordered = 1u << 0;
   static constexpr std::uint32_t unique = 1u << 1;
@@ -51,7 +52,8 @@ struct PropertyDecl {
   std::string_view secondKey{};
   const void* (*defaultValue)() = nullptr; ///< where it differs from the datatype's own
   Value (*derive)(const ModelElement::Impl&) = nullptr;
-  void (*hook)(ModelElement::Impl&, const void* newValue) = nullptr;
+  /// The setter, for reflection: where it runs a hook or may be overridden. Null where writing is all that it does.
+  void (*set)(ModelElement::Impl&, const Value& value) = nullptr;
   std::string_view since{};
   std::string_view doc{};
 };
@@ -79,8 +81,8 @@ struct OperationDecl {
   std::span<const ArgumentDecl> arguments{};
   std::string_view returns{}; ///< empty for none
   /// Calls the operation: `object` is null for static ones; the argument count has been checked, each type is checked
-  /// here (InvalidValue). Null for operations whose types reflection cannot carry.
-  Value (*call)(ModelElement::Impl* object, std::span<const Value> arguments) = nullptr;
+  /// here (InvalidValue). Outputs are put into their places. Null for operations that are not public.
+  Value (*call)(ModelElement::Impl* object, std::span<Value> arguments) = nullptr;
   std::string_view doc{};
 };
 
@@ -88,6 +90,13 @@ struct ClassFlag {
   static constexpr std::uint32_t isAbstract = 1u << 0;
   static constexpr std::uint32_t isRoot = 1u << 1;          ///< instances may stand uncontained in a saved model
   static constexpr std::uint32_t derivedIdentity = 1u << 2; ///< in a to-one containment: from the owner and the feature
+};
+
+/// What a class adds up to with its bases, as far as the code of derived classes depends on it.
+struct ClassLayout {
+  std::uint32_t storageSize = 0;
+  PropertyIndex propertyCount = 0;
+  friend bool operator==(const ClassLayout&, const ClassLayout&) = default;
 };
 
 struct ClassDecl {
@@ -98,6 +107,8 @@ struct ClassDecl {
   const ClassDecl& (*base)(); ///< null for the root class
   const PackageDecl& (*package)();
   std::uint32_t storageSize;
+  /// The base class as it was when this one was compiled; on any other the class is refused when it registers.
+  ClassLayout builtOn{};
   /// Constructs Impl and, behind it, Storage in a block of sizeof(Impl) + storageSize bytes; null for abstract classes.
   ModelElement::Impl* (*construct)(void* block, const ObjectOrigin& origin);
   void (*destroyStorage)(ModelElement::Impl& object) noexcept;
@@ -108,6 +119,11 @@ struct ClassDecl {
 };
 
 namespace detail {
+
+template <class Impl>
+constexpr ClassLayout layoutOf() {
+  return {sizeof(typename Impl::Storage), Impl::propertyCount};
+}
 
 /// What ClassDecl::construct and destroyStorage are for every concrete class.
 template <class Impl>

@@ -3,10 +3,11 @@
 #pragma once
 
 #include "tavo/core/Uuid.h"
+#include "tavo/meta/CallDatatypes.h"
 #include "tavo/meta/MetaRegistry.h"
-#include "tavo/model/ModelElementDatatype.h"
 
 #include <concepts>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -42,51 +43,86 @@ struct Carried<std::vector<T>> {
   static Value give(const std::vector<T>& all) { return Value::of(std::vector<ModelElement>(all.begin(), all.end())); }
 };
 
-template <class Result, class Call>
-Value giveResult(const Call& call) {
-  if constexpr (std::is_void_v<Result>) {
-    call();
-    return {};
-  } else {
-    return Carried<std::remove_cvref_t<Result>>::give(call());
+/// Classes are passed by reference and carried as pointers.
+template <>
+struct Carried<MetaClass> {
+  static const MetaClass& take(const Value& value) {
+    const MetaClass* known = value.as<const MetaClass*>();
+    if (!known)
+      raiseWrongType("MetaClass", "nothing");
+    return *known;
   }
+  static Value give(const MetaClass& known) { return Value::of<const MetaClass*>(&known); }
+};
+
+/// One argument while its function runs: an input comes out of its place in the list, an output goes back into it.
+template <class Parameter>
+class Passed {
+public:
+  explicit Passed(Value& place) : place_(place) {}
+  decltype(auto) get() { return Carried<std::remove_cvref_t<Parameter>>::take(place_); }
+  void finish() {}
+
+private:
+  const Value& place_;
+};
+
+template <class T>
+requires(!std::is_const_v<T>) class Passed<T&> {
+public:
+  explicit Passed(Value& place) : place_(place) {}
+  T& get() { return output_; }
+  void finish() { place_ = Carried<T>::give(std::move(output_)); }
+
+private:
+  Value& place_;
+  T output_{};
+};
+
+/// Calls `function` with what a list of arguments holds.
+template <class Result, class... Parameters, class Function, std::size_t... at>
+Value callWith(std::span<Value> arguments, const Function& function, std::index_sequence<at...>) {
+  static_cast<void>(arguments);
+  [[maybe_unused]] std::tuple<Passed<Parameters>...> passed{arguments[at]...};
+  Value result;
+  if constexpr (std::is_void_v<Result>)
+    function(std::get<at>(passed).get()...);
+  else
+    result = Carried<std::remove_cvref_t<Result>>::give(function(std::get<at>(passed).get()...));
+  (std::get<at>(passed).finish(), ...);
+  return result;
 }
 
-/// Calls a function with arguments out of a span; one specialisation for each sort of function.
+/// One specialisation for each sort of function that stands for an operation.
 template <class Function>
 struct Caller;
 
-template <class Result, class Impl, class... Arguments>
-struct Caller<Result (Impl::*)(Arguments...)> {
-  template <auto function, std::size_t... at>
-  static Value call(ModelElement::Impl* object, std::span<const Value> arguments, std::index_sequence<at...>) {
-    auto& self = static_cast<Impl&>(*object);
-    static_cast<void>(arguments);
-    return giveResult<Result>(
-        [&]() -> Result { return (self.*function)(Carried<std::remove_cvref_t<Arguments>>::take(arguments[at])...); });
+template <class Result, class Impl, class... Parameters>
+struct Caller<Result (Impl::*)(Parameters...)> {
+  template <auto function>
+  static Value call(ModelElement::Impl* object, std::span<Value> arguments) {
+    const auto bound = [&](auto&&... passed) -> Result {
+      return (static_cast<Impl&>(*object).*function)(std::forward<decltype(passed)>(passed)...);
+    };
+    return callWith<Result, Parameters...>(arguments, bound, std::index_sequence_for<Parameters...>{});
   }
-  using Indexes = std::index_sequence_for<Arguments...>;
 };
 
-template <class Result, class Impl, class... Arguments>
-struct Caller<Result (Impl::*)(Arguments...) const> : Caller<Result (Impl::*)(Arguments...)> {};
+template <class Result, class Impl, class... Parameters>
+struct Caller<Result (Impl::*)(Parameters...) const> : Caller<Result (Impl::*)(Parameters...)> {};
 
-template <class Result, class... Arguments>
-struct Caller<Result (*)(Arguments...)> {
-  template <auto function, std::size_t... at>
-  static Value call(ModelElement::Impl*, std::span<const Value> arguments, std::index_sequence<at...>) {
-    static_cast<void>(arguments);
-    return giveResult<Result>(
-        [&]() -> Result { return function(Carried<std::remove_cvref_t<Arguments>>::take(arguments[at])...); });
+template <class Result, class... Parameters>
+struct Caller<Result (*)(Parameters...)> {
+  template <auto function>
+  static Value call(ModelElement::Impl*, std::span<Value> arguments) {
+    return callWith<Result, Parameters...>(arguments, function, std::index_sequence_for<Parameters...>{});
   }
-  using Indexes = std::index_sequence_for<Arguments...>;
 };
 
 /// OperationDecl::call of a member of Impl, or of a static function of the facade. The number of arguments is checked.
 template <auto function>
-Value callOperation(ModelElement::Impl* object, std::span<const Value> arguments) {
-  using Calls = Caller<decltype(function)>;
-  return Calls::template call<function>(object, arguments, typename Calls::Indexes{});
+Value callOperation(ModelElement::Impl* object, std::span<Value> arguments) {
+  return Caller<decltype(function)>::template call<function>(object, arguments);
 }
 
 /// PropertyDecl::derive of a feature that an operation computes.
@@ -96,18 +132,18 @@ Value deriveFeature(const ModelElement::Impl& object) {
 }
 
 template <class Function>
-struct HookOf;
-template <class Impl, class Argument>
-struct HookOf<void (Impl::*)(Argument)> {
+struct SetterOf;
+template <class Impl, class Parameter>
+struct SetterOf<void (Impl::*)(Parameter)> {
   using Class = Impl;
-  using Value = std::remove_cvref_t<Argument>;
+  using Type = std::remove_cvref_t<Parameter>;
 };
 
-/// PropertyDecl::hook of a feature with an aboutToSet function.
+/// PropertyDecl::set of a feature whose setter does more than write.
 template <auto function>
-void callHook(ModelElement::Impl& object, const void* value) {
-  using Hook = HookOf<decltype(function)>;
-  (static_cast<typename Hook::Class&>(object).*function)(*static_cast<const typename Hook::Value*>(value));
+void callSetter(ModelElement::Impl& object, const Value& value) {
+  using Setter = SetterOf<decltype(function)>;
+  (static_cast<typename Setter::Class&>(object).*function)(Carried<typename Setter::Type>::take(value));
 }
 
 /// Joins the hash of a struct's field to those before it.

@@ -15,6 +15,25 @@ Uuid requireUuid(std::string_view text, std::string_view what) {
   raise(FrameworkError::InvalidValue, text, what, "uuid");
 }
 
+/// The flags that follow from what a feature is.
+std::uint32_t impliedFlags(const PropertyDecl& declaration, const Datatype* datatype) {
+  std::uint32_t flags = 0;
+  const bool isMany = declaration.kind == FeatureKind::containsMany || declaration.kind == FeatureKind::refersMany;
+  if (declaration.collection != CollectionKind::sequence)
+    flags |= PropertyFlag::unique;
+  else if (isMany || (datatype && datatype->kind == Datatype::Kind::sequence))
+    flags |= PropertyFlag::ordered;
+  switch (declaration.kind) {
+  case FeatureKind::derived:
+    return flags | PropertyFlag::derived | PropertyFlag::readOnly | PropertyFlag::transient;
+  case FeatureKind::container:
+  case FeatureKind::runtime:
+    return flags | PropertyFlag::transient;
+  default:
+    return flags;
+  }
+}
+
 } // namespace
 
 // Properties
@@ -23,12 +42,13 @@ std::string MetaProperty::qualifiedName() const {
   return std::string(owner_->qualifiedName()) + "." + std::string(name());
 }
 
-bool MetaProperty::isSaved() const {
-  return kind_ != FeatureKind::derived && kind_ != FeatureKind::runtime && kind_ != FeatureKind::container &&
-         !has(PropertyFlag::transient) && (!datatype_ || datatype_->saved);
-}
+bool MetaProperty::isSaved() const { return !has(PropertyFlag::transient) && (!datatype_ || datatype_->saved); }
 
-bool MetaProperty::isWritable() const { return kind_ != FeatureKind::derived && !has(PropertyFlag::readOnly); }
+bool MetaProperty::isWritable() const { return !has(PropertyFlag::readOnly); }
+
+bool MetaProperty::givesIdentityTo(const MetaClass& metaClass) const {
+  return kind_ == FeatureKind::containsOne && metaClass.has(ClassFlag::derivedIdentity);
+}
 
 bool MetaProperty::isDefault(const void* value) const {
   if (decl_->defaultValue)
@@ -48,12 +68,12 @@ Value MetaProperty::defaultValue() const {
 
 // Operations
 
-Value MetaOperation::call(const ModelElement& object, std::span<const Value> arguments) const {
+Value MetaOperation::call(const ModelElement& object, std::span<Value> arguments) const {
+  if (!decl_->call)
+    raise(FrameworkError::CannotCallOperation, name(), owner_->name());
   if (arguments.size() != decl_->arguments.size())
     raise(FrameworkError::InvalidValue, static_cast<long long>(arguments.size()), name(),
           static_cast<long long>(decl_->arguments.size()));
-  if (!decl_->call)
-    raise(FrameworkError::NoSuchProperty, name(), owner_->name());
   if (has(OperationFlag::isStatic))
     return decl_->call(nullptr, arguments);
   ModelElement::Impl& target = object.object();
@@ -74,12 +94,21 @@ const MetaProperty* MetaClass::findProperty(const Uuid& id) const {
   return found == byId_.end() ? nullptr : found->second;
 }
 
-const MetaOperation* MetaClass::findOperation(std::string_view name) const {
+template <class Wanted>
+const MetaOperation* MetaClass::findOperationIf(const Wanted& wanted) const {
   for (const MetaClass* at = this; at; at = at->base_)
     for (const MetaOperation* operation : at->operations_)
-      if (operation->name() == name)
+      if (wanted(*operation))
         return operation;
   return nullptr;
+}
+
+const MetaOperation* MetaClass::findOperation(std::string_view name) const {
+  return findOperationIf([&](const MetaOperation& operation) { return operation.name() == name; });
+}
+
+const MetaOperation* MetaClass::findOperation(const Uuid& id) const {
+  return findOperationIf([&](const MetaOperation& operation) { return operation.id() == id; });
 }
 
 const MetaProperty& MetaClass::property(std::string_view name) const {
@@ -147,6 +176,10 @@ struct MetaRegistry::Draft {
       if (const auto own = classes.find(&base); own != classes.end())
         inherit(*own->second);
       metaClass.base_ = &classOf(base);
+      const auto features = static_cast<PropertyIndex>(metaClass.base_->properties_.size());
+      if (metaClass.decl_->builtOn != ClassLayout{base.storageSize, features})
+        raise(FrameworkError::IncompatibleLibrary, metaClass.qualifiedName(), base.qualifiedName,
+              metaClass.base_->package().version());
       metaClass.ancestors_ = metaClass.base_->ancestors_;
       metaClass.properties_ = metaClass.base_->properties_;
       metaClass.byName_ = metaClass.base_->byName_;
@@ -160,7 +193,6 @@ struct MetaRegistry::Draft {
       property->owner_ = &metaClass;
       property->kind_ = declaration.kind;
       property->offset_ = declaration.offset;
-      property->hasHook_ = declaration.hook != nullptr;
       property->index_ = static_cast<PropertyIndex>(metaClass.properties_.size());
       property->id_ = requireUuid(declaration.id, declaration.name);
       if (!metaClass.byName_.emplace(declaration.name, property.get()).second ||
@@ -186,6 +218,7 @@ struct MetaRegistry::Draft {
         property->target_ = &classOf(declaration.target());
       if (declaration.datatype)
         property->datatype_ = &declaration.datatype();
+      property->flags_ = declaration.flags | impliedFlags(declaration, property->datatype_);
       if (!declaration.opposite.empty())
         property->opposite_ = &property->target_->property(declaration.opposite);
       const std::string_view keys[2] = {declaration.key, declaration.secondKey};
@@ -202,6 +235,9 @@ struct MetaRegistry::Draft {
     registry.byDeclaration_.reserve(registry.byDeclaration_.size() + classes.size());
     registry.byName_.reserve(registry.byName_.size() + classes.size());
     registry.byId_.reserve(registry.byId_.size() + classes.size());
+    registry.datatypes_.reserve(registry.datatypes_.size() + package->decl_->datatypes.size());
+    for (const DatatypeDecl& datatype : package->decl_->datatypes)
+      registry.datatypes_.emplace(datatype.qualifiedName, &datatype);
     for (const auto& metaClass : package->classes_) {
       registry.byDeclaration_.emplace(metaClass->decl_, metaClass.get());
       registry.byName_.emplace(metaClass->qualifiedName(), metaClass.get());
@@ -233,6 +269,9 @@ const MetaPackage& MetaRegistry::registerPackage(const PackageDecl& declaration)
 
   Draft draft(*this);
   draft.package->decl_ = &declaration;
+  for (const DatatypeDecl& datatype : declaration.datatypes)
+    if (datatypes_.contains(datatype.qualifiedName))
+      raise(FrameworkError::DuplicateIdentity, datatype.qualifiedName, datatype.id);
   for (const auto& metaClass : declaration.classes)
     draft.addClass(metaClass());
   for (const auto& metaClass : draft.package->classes_)
@@ -248,6 +287,16 @@ const MetaPackage& MetaRegistry::registerPackage(const PackageDecl& declaration)
     }
   draft.publish();
   return *packages_.back();
+}
+
+bool MetaRegistry::registerWhenLoaded(const PackageDecl& package) noexcept {
+  try {
+    registerPackage(package);
+    return true;
+  } catch (...) {
+    refused_.push_back(&package); // classNamed tries again, and raises the reason where it can be caught
+    return false;
+  }
 }
 
 const MetaClass& MetaRegistry::require(const ClassDecl& declaration) {
@@ -288,10 +337,19 @@ const MetaClass* MetaRegistry::findClass(const Uuid& id) const {
   return found == byId_.end() ? nullptr : found->second;
 }
 
-const MetaClass& MetaRegistry::classNamed(std::string_view qualifiedName) const {
+const MetaClass& MetaRegistry::classNamed(std::string_view qualifiedName) {
   if (const MetaClass* found = findClass(qualifiedName))
     return *found;
+  for (const PackageDecl* package : refused_)
+    for (const auto& declaration : package->classes)
+      if (declaration().qualifiedName == qualifiedName)
+        return require(declaration());
   raise(FrameworkError::NoSuchType, qualifiedName);
+}
+
+const DatatypeDecl* MetaRegistry::findDatatype(std::string_view qualifiedName) const {
+  const auto found = datatypes_.find(qualifiedName);
+  return found == datatypes_.end() ? nullptr : found->second;
 }
 
 PackageUri MetaRegistry::parseUri(std::string_view uri) {

@@ -12,9 +12,6 @@ namespace tavo {
 class MetaClass;
 class MetaPackage;
 
-/// The index of a property; it means the same property in a class and all its subclasses.
-using PropertyIndex = std::uint16_t;
-
 /// A feature of a class. Owned by its class, alive as long as the process.
 class TAVO_EXPORT MetaProperty {
 public:
@@ -23,7 +20,7 @@ public:
   PropertyIndex index() const { return index_; }
   FeatureKind kind() const { return kind_; }
   CollectionKind collection() const { return decl_->collection; }
-  bool has(std::uint32_t flag) const { return (decl_->flags & flag) != 0; }
+  bool has(std::uint32_t flag) const { return (flags_ & flag) != 0; }
   const PropertyDecl& declaration() const { return *decl_; }
   /// The class that declares the feature.
   const MetaClass& owner() const { return *owner_; }
@@ -39,6 +36,8 @@ public:
   const MetaProperty* key(std::size_t which) const { return keys_[which]; }
 
   std::size_t offset() const { return offset_; }
+  /// Whether an object of that class takes its identity from its owner and this feature; see derivedUuid.
+  bool givesIdentityTo(const MetaClass& metaClass) const;
   bool isContainment() const { return kind_ == FeatureKind::containsOne || kind_ == FeatureKind::containsMany; }
   bool isReference() const { return kind_ == FeatureKind::refersOne || kind_ == FeatureKind::refersMany; }
   bool isMany() const { return kind_ == FeatureKind::containsMany || kind_ == FeatureKind::refersMany; }
@@ -54,17 +53,16 @@ public:
   bool isKey() const { return isKey_; }
   /// Whether such a collection may be a reference without an opposite, which only the chain of incoming links finds.
   bool keysIncoming() const { return keysIncoming_; }
-  bool hasHook() const { return hasHook_; }
 
 private:
   friend class MetaRegistry;
   const PropertyDecl* decl_ = nullptr;
   std::uint32_t offset_ = 0;
+  std::uint32_t flags_ = 0;
   PropertyIndex index_ = 0;
   FeatureKind kind_{};
   bool isKey_ = false;
   bool keysIncoming_ = false;
-  bool hasHook_ = false;
   const Datatype* datatype_ = nullptr;
   const MetaClass* target_ = nullptr;
   const MetaProperty* opposite_ = nullptr;
@@ -81,9 +79,10 @@ public:
   const MetaClass& owner() const { return *owner_; }
   bool has(std::uint32_t flag) const { return (decl_->flags & flag) != 0; }
 
-  /// Calls the operation on an object (an empty handle for static ones). Raises InvalidValue for arguments that do not
-  /// fit.
-  Value call(const ModelElement& object, std::span<const Value> arguments) const;
+  /// Calls the operation on an object (an empty handle for static ones). The place of an output takes what comes out,
+  /// whatever it held. Objects are passed as handles of ModelElement, classes as pointers to their MetaClass. Raises
+  /// InvalidValue for arguments that do not fit, CannotCallOperation for an operation that is not public.
+  Value call(const ModelElement& object, std::span<Value> arguments) const;
 
 private:
   friend class MetaRegistry;
@@ -115,6 +114,8 @@ public:
   const MetaProperty* findProperty(std::string_view name) const;
   const MetaProperty* findProperty(const Uuid& id) const;
   const MetaOperation* findOperation(std::string_view name) const;
+  /// Tells operations of one name apart.
+  const MetaOperation* findOperation(const Uuid& id) const;
   /// Raises NoSuchProperty.
   const MetaProperty& property(std::string_view name) const;
   const MetaProperty& property(PropertyIndex index) const;
@@ -128,6 +129,9 @@ public:
 
 private:
   friend class MetaRegistry;
+  template <class Wanted>
+  const MetaOperation* findOperationIf(const Wanted& wanted) const;
+
   const ClassDecl* decl_ = nullptr;
   const MetaClass* base_ = nullptr;
   const MetaPackage* package_ = nullptr;
@@ -164,12 +168,17 @@ struct PackageUri {
 };
 
 /// All packages of the process. Packages register themselves on first use and when their library is loaded, and stay.
+/// What is registered never changes: the metamodel needs no freezing, because nothing can thaw it.
 class TAVO_EXPORT MetaRegistry {
 public:
   static MetaRegistry& instance();
 
-  /// Registers a package with the packages that it depends on, unless it is there already. All or nothing.
+  /// Registers a package with the packages that it depends on, unless it is there already. All or nothing. Raises
+  /// IncompatibleLibrary for a class that was compiled on another version of its base class.
   const MetaPackage& registerPackage(const PackageDecl& package);
+  /// The same while a library is being loaded, when nobody could catch an error: whoever asks for a class of a package
+  /// that was refused hears the reason then.
+  bool registerWhenLoaded(const PackageDecl& package) noexcept;
   /// The class of a declaration; registers its package when necessary.
   const MetaClass& require(const ClassDecl& declaration);
 
@@ -177,8 +186,10 @@ public:
   const MetaPackage* findPackage(std::string_view name) const;
   const MetaClass* findClass(std::string_view qualifiedName) const;
   const MetaClass* findClass(const Uuid& id) const;
-  /// Raises NoSuchType.
-  const MetaClass& classNamed(std::string_view qualifiedName) const;
+  /// Raises NoSuchType, or what kept the package of the class from being registered.
+  const MetaClass& classNamed(std::string_view qualifiedName);
+  /// An enumeration, struct or primitive; null when there is none of that name.
+  const DatatypeDecl* findDatatype(std::string_view qualifiedName) const;
 
   /// "HOST/tavo/NAME/VERSION[/NAMESPACE]" taken apart; raises InvalidValue for other texts.
   static PackageUri parseUri(std::string_view uri);
@@ -191,6 +202,8 @@ private:
   boost::unordered_flat_map<const ClassDecl*, const MetaClass*> byDeclaration_;
   boost::unordered_flat_map<std::string_view, const MetaClass*> byName_;
   boost::unordered_flat_map<Uuid, const MetaClass*, UuidHash> byId_;
+  boost::unordered_flat_map<std::string_view, const DatatypeDecl*> datatypes_;
+  std::vector<const PackageDecl*> refused_; ///< while their libraries were loaded
 };
 
 inline void* ModelElement::Impl::field(const MetaProperty& property) {

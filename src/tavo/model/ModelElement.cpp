@@ -20,12 +20,6 @@ void requireFitting(const ModelElement::Impl& owner, const MetaProperty& propert
           property.target()->name());
 }
 
-void requireWritableOwner(const ModelElement::Impl& owner, const MetaProperty& property) {
-  owner.data().requireWritable();
-  if (owner.isProxy())
-    raise(FrameworkError::CannotModifyProxy, owner.objectClass().name(), property.name());
-}
-
 /// The item behind which something at `position` of an ordered list stands.
 void* itemBefore(ItemList& list, std::size_t position) {
   if (position >= list.size())
@@ -45,8 +39,6 @@ const PackageDecl& frameworkPackage() {
   return package;
 }
 
-ModelElement handleIn(const Value& value) { return value.as<ModelElement>(); }
-
 } // namespace
 
 // Handles
@@ -58,7 +50,8 @@ const ClassDecl& ModelElement::declaration() {
                                   .flags = ClassFlag::isAbstract,
                                   .base = nullptr,
                                   .package = &frameworkPackage,
-                                  .storageSize = 0,
+                                  .storageSize = sizeof(Impl::Storage),
+                                  .builtOn = {},
                                   .construct = nullptr,
                                   .destroyStorage = nullptr,
                                   .properties = {},
@@ -141,13 +134,16 @@ void ModelElement::Impl::setPropertyValue(const MetaProperty& property, const Va
     raise(FrameworkError::NoSuchProperty, property.name(), objectClass().name());
   if (!property.isWritable())
     raise(FrameworkError::CannotSetReadOnlyProperty, property.name(), objectClass().name());
+  if (property.kind() != FeatureKind::runtime)
+    requireWritable(property);
+  const auto setter = runsHooks() ? property.declaration().set : nullptr;
   switch (property.kind()) {
   case FeatureKind::attribute:
   case FeatureKind::runtime: {
     if (!value.type() || !(*value.type() == *property.datatype()))
       raise(FrameworkError::InvalidValue, value.toText(), property.name(), property.datatype()->name);
-    if (property.hasHook() && runsHooks())
-      property.declaration().hook(*this, value.data());
+    if (setter)
+      return setter(*this, value);
     Value copy = value;
     if (property.kind() == FeatureKind::attribute)
       writeAttribute(property, copy.data());
@@ -158,9 +154,11 @@ void ModelElement::Impl::setPropertyValue(const MetaProperty& property, const Va
   case FeatureKind::containsOne:
   case FeatureKind::refersOne:
   case FeatureKind::container: {
-    const ModelElement target = handleIn(value);
-    if (!target && target.get())
-      raise(FrameworkError::CannotAddNonExistentObject, property.name());
+    const auto& target = value.as<ModelElement>();
+    if (target.get())
+      requireFitting(*this, property, target.get());
+    if (setter)
+      return setter(*this, value);
     setOne(property, target.get());
     return;
   }
@@ -215,6 +213,14 @@ Value ModelElement::Impl::getOldValue(const MetaProperty& property) const {
   return getPropertyValue(property);
 }
 
+void ModelElement::Impl::requireWritable(const MetaProperty& property) const {
+  if (!isAlive())
+    raise(FrameworkError::NonExistentObject, objectClass().name());
+  data().requireWritable();
+  if (isProxy())
+    raise(FrameworkError::CannotModifyProxy, objectClass().name(), property.name());
+}
+
 void ModelElement::Impl::writeAttribute(const MetaProperty& property, void* value) {
   data().writeAttribute(*this, property, value);
 }
@@ -239,7 +245,7 @@ ItemList* ModelElement::Impl::items(const MetaProperty& property) const {
 }
 
 void ModelElement::Impl::setOne(const MetaProperty& property, Impl* target) {
-  requireWritableOwner(*this, property);
+  requireWritable(property);
   Impl* present = one(property);
   if (present == target)
     return;
@@ -270,7 +276,7 @@ void ModelElement::Impl::setOne(const MetaProperty& property, Impl* target) {
 }
 
 void ModelElement::Impl::add(const MetaProperty& property, Impl* item, std::size_t position) {
-  requireWritableOwner(*this, property);
+  requireWritable(property);
   requireFitting(*this, property, item);
   if (property.isReference()) {
     ItemList* list = items(property);
@@ -295,7 +301,7 @@ void ModelElement::Impl::add(const MetaProperty& property, Impl* item, std::size
 }
 
 void ModelElement::Impl::remove(const MetaProperty& property, Impl* item) {
-  requireWritableOwner(*this, property);
+  requireWritable(property);
   if (!item || !item->isAlive())
     return;
   if (property.isReference()) {
@@ -328,7 +334,7 @@ void ModelElement::Impl::replace(const MetaProperty& property, Impl* child) {
 
 ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const BuilderImpl& builder,
                                                    const tavo::Uuid& uuid) {
-  requireWritableOwner(*this, property);
+  requireWritable(property);
   const MetaClass& metaClass = builder.metaClass();
   if (!metaClass.isA(*property.target()))
     raise(FrameworkError::CannotAddIncompatibleTypes, metaClass.name(), property.name(), property.target()->name());
@@ -337,7 +343,13 @@ ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property,
   Transaction transaction(model());
   // A child of a map needs its key before it comes in.
   const bool keyed = property.key(0) != nullptr;
-  Impl* made = data().create(metaClass, uuid, keyed ? nullptr : this, keyed ? nullptr : &property);
+  tavo::Uuid identity = uuid;
+  if (identity.is_nil() && property.givesIdentityTo(metaClass)) {
+    identity = derivedUuid(uuid_, property.id());
+    if (data().find(identity)) // a former child, which has been taken out
+      identity = {};
+  }
+  Impl* made = data().create(metaClass, identity, keyed ? nullptr : this, keyed ? nullptr : &property);
   builder.applyTo(*made);
   if (keyed)
     add(property, made);

@@ -24,6 +24,7 @@ class ModelData;
 class UndoLog;
 class Value;
 
+/// The index of a property; it means the same property in a class and all its subclasses.
 using PropertyIndex = std::uint16_t;
 
 /// Where an object is at home: the part of its extent that every access goes through.
@@ -180,7 +181,8 @@ public:
   const MetaProperty& getPropertyByIndex(PropertyIndex index) const;
   /// The value: a copy for values, a handle for to-one features, a vector of handles for to-many ones.
   Value getPropertyValue(const MetaProperty& property) const;
-  /// Runs hooks and checks as the setter does; raises CannotSetReadOnlyProperty for what is read-only or derived.
+  /// Does what the setter does, with its hook and whatever overrides it; raises CannotSetReadOnlyProperty for what is
+  /// read-only or derived. While the framework itself writes, the value is stored as it is.
   void setPropertyValue(const MetaProperty& property, const Value& value);
   /// Whether the feature differs from its default: an attribute that was set, a collection that is not empty.
   bool hasPropertyValue(const MetaProperty& property) const;
@@ -206,9 +208,6 @@ public:
   void inverseRemove(Impl& element, const MetaProperty& property);
   /// Whether `property`, a to-many feature of this object, already holds a stand-in of the identity of `element`.
   bool inverseContainsProxyTo(const Impl& element, const MetaProperty& property) const;
-  /// Replaces every reference of this object to an object that is not of its model's live contents by a stand-in; with
-  /// `deep` of its whole tree, and only those to `only` when that is given.
-  void convertReferencesToProxies(bool deep, std::optional<tavo::Uuid> only = std::nullopt);
 
   // The generic forms of all generated accessors.
 
@@ -223,12 +222,21 @@ public:
   void* field(const MetaProperty& property);
   const void* field(const MetaProperty& property) const { return const_cast<Impl*>(this)->field(property); }
 
+  /// Raises what keeps the feature from being written, whatever the value: NonExistentObject, ModelFrozen or
+  /// CannotModifyProxy. Comes before a hook, which then runs for objects only that can be changed.
+  void requireWritable(const MetaProperty& property) const;
   /// Writes an attribute; the value at `value` (of the attribute's datatype) is taken. Writing what is there already is
   /// no change.
   void writeAttribute(const MetaProperty& property, void* value);
+  /// The same with a value of the attribute's type.
+  template <class T>
+  void writeValue(const MetaProperty& property, T value) {
+    writeAttribute(property, &value);
+  }
   /// The object in a to-one feature (containment, reference or container), or null.
   Impl* one(const MetaProperty& property) const;
-  /// Sets a to-one reference or container reference; null clears it.
+  /// Sets a to-one feature. Null clears a reference, and takes a child out of a containment: it becomes top-level.
+  /// Another child is CannotAddSecondObject while there is one.
   void setOne(const MetaProperty& property, Impl* target);
   /// The list of a to-many feature; null while it is empty.
   ItemList* items(const MetaProperty& property) const;
@@ -241,7 +249,8 @@ public:
   void replace(const MetaProperty& property, Impl* child);
   /// Whether any containment holds something.
   bool hasContents() const;
-  /// Creates an object directly in a containment of this one, with the features that the builder holds.
+  /// Creates an object directly in a containment of this one, with the features that the builder holds. A nil identity
+  /// asks for the derived one of a class that has such, else for a random one.
   Impl* createInto(const MetaProperty& property, const BuilderImpl& builder, const tavo::Uuid& uuid = {});
 
   void addRef() noexcept { ++handles_; }

@@ -272,8 +272,7 @@ private:
     Uuid uuid{};
     if (const XmlAttribute* given = find(attributes, xf::uuid))
       uuid = readUuid(given->value);
-    else if (container && property->kind() == FeatureKind::containsOne &&
-             entry.metaClass->has(ClassFlag::derivedIdentity))
+    else if (container && property->givesIdentityTo(*entry.metaClass))
       uuid = derivedUuid(options_.freshIdentities ? originals_[container] : container->uuid(), property->id());
     else
       raise(FrameworkError::InvalidText, place(), "the object has no identity");
@@ -318,8 +317,7 @@ private:
     }
     if (identities_.contains(uuid))
       raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
-    const bool derived =
-        container && property->kind() == FeatureKind::containsOne && entry.metaClass->has(ClassFlag::derivedIdentity);
+    const bool derived = container && property->givesIdentityTo(*entry.metaClass);
     const Uuid fresh = derived ? derivedUuid(container->uuid(), property->id()) : randomUuid();
     Impl* object = data_.createUnplaced(*entry.metaClass, fresh, false);
     identities_.emplace(uuid, object);

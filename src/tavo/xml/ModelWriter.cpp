@@ -292,8 +292,7 @@ private:
     xml_.start(holder ? holder->name : entry.name);
     if (in && in->target() != &object.objectClass())
       xml_.attribute(xf::classAttribute, entry.name);
-    const bool derived = in && in->kind() == FeatureKind::containsOne &&
-                         object.objectClass().has(ClassFlag::derivedIdentity) &&
+    const bool derived = in && in->givesIdentityTo(object.objectClass()) &&
                          object.uuid() == derivedUuid(object.container()->uuid(), in->id());
     if (!derived) {
       char text[36];

@@ -2,7 +2,6 @@
 
 #include "tavo/meta/Builder.h"
 #include "tavo/model/Transaction.h"
-#include "tavo/xml/ModelXml.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/NamedElement.h"
 #include "zelkor/services/CurrentModelResolver.h"
@@ -39,7 +38,7 @@ void put(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, con
     former.destroy();
   }
   const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
-  auto* source = owner.object().createInto(feature, plain, tavo::derivedUuid(owner.Uuid(), feature.id()));
+  auto* source = owner.object().createInto(feature, plain);
   static_cast<ProxySource::Impl&>(*source).setTarget(target);
 }
 

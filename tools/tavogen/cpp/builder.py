@@ -33,12 +33,11 @@ def _class_bodies(cls: Class, spell: Speller) -> list[str]:
     base = base_name(cls, spell)
     lines = [f"class {cls.package.export} {cls.name}::Impl::BuilderImpl : public {base}::Impl::BuilderImpl {{",
              "public:", "  using Base::BuilderImpl::BuilderImpl;"]
-    for feature in cls.features:
-        members = builder_feature(feature, spell)
-        if members:
-            lines.append("")
-        for member in members:
-            lines += member.signature.declaration()
+    signatures = [member.signature for feature in cls.features for member in builder_feature(feature, spell)]
+    if signatures:
+        lines.append("")
+    for signature in signatures:
+        lines += signature.declaration()
     lines.append("};")
     if cls.abstract:
         return lines
@@ -50,16 +49,16 @@ def _class_bodies(cls: Class, spell: Speller) -> list[str]:
 
 
 def builder_feature(feature: Feature, spell: Speller) -> list[ImplMember]:
-    """What a builder can set of a feature: not what is computed, owned by the other end, or gone with the process."""
+    """What a builder can set of a feature: not what is computed or the business of the other end."""
     names = names_of(feature)
     at = f"metaClass().at(Index::{field_name(feature)})"
-    if feature.kind in (Kind.CONTAINER, Kind.DERIVED, Kind.RUNTIME):
+    if feature.kind in (Kind.CONTAINER, Kind.DERIVED):
         return []
     clear = ImplMember(Signature("void", names.do_clear), (f"clear({at});",))
     if feature.kind is Kind.CONTAINS:
         return [ImplMember(Signature("void", names.do_add, (_CHILD,)), (f"setOrAdd({at}, std::move(child));",)), clear]
     parameter = Parameter(spell.parameter(feature.type), "value")
-    if feature.kind is Kind.ATTRIBUTE:
+    if feature.holds_value:
         index, type_ = f"Index::{field_name(feature)}", spell.value(feature.type)
         return [ImplMember(Signature("void", names.do_set, (parameter,)), (f"setValue<{type_}>({index}, value);",)),
                 ImplMember(Signature(type_, names.getter, is_const=True), (f"return value<{type_}>({index});",))]

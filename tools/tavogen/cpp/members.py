@@ -52,6 +52,13 @@ def facade_members(cls: Class, spell: Speller) -> tuple[list[FacadeMember], list
     return features, operations
 
 
+def feature_signatures(feature: Feature) -> tuple[list[Signature], list[Signature]]:
+    """All that is generated for a feature: on the facade, and on Impl."""
+    spell = Speller(feature.owner.namespace)
+    return ([member.signature for member in _facade_feature(feature, spell)],
+            [member.signature for member in impl_feature(feature, spell)])
+
+
 def _facade_feature(feature: Feature, spell: Speller) -> list[FacadeMember]:
     names = names_of(feature)
     members = []
@@ -89,54 +96,71 @@ class ImplMember:
 
 def impl_feature(feature: Feature, spell: Speller) -> list[ImplMember]:
     """Getter, setter and so on of a feature; nothing for a derived one, whose operation is its getter."""
-    names = names_of(feature)
-    at = f"at(Index::{field_name(feature)})"
     if feature.kind is Kind.DERIVED:
         return []
-    getter = Signature(getter_result(feature, spell), names.getter, is_const=True,
+    getter = Signature(getter_result(feature, spell), names_of(feature).getter, is_const=True,
                        doc=feature.doc if feature.getter_hidden else "")
     if feature.holds_value:
         return [ImplMember(getter, inline=f"return storage().{field_name(feature)};"), _value_setter(feature, spell)]
-    target = spell.class_name(feature.type.entity)
-    has = Signature("bool", names.has, is_const=True)
-    mutable = Signature(spell.mutable(feature), names.mutable) if feature.kind is not Kind.CONTAINER else None
     if feature.is_many:
-        members = [ImplMember(getter, (f"return {{handle(), {at}}};",)),
-                   ImplMember(mutable, (f"return {{handle(), {at}}};",)),
-                   ImplMember(has, (f"return !{names.getter}().empty();",))]
-    else:
-        members = [ImplMember(getter, (f"return {target}(one({at}));",))]
-        if feature.kind is Kind.CONTAINS:
-            members += [ImplMember(mutable, (f"return {{handle(), {at}}};",)),
-                        ImplMember(has, (f"return one({at}) != nullptr;",))]
-        else:
-            setter = Signature("void", names.setter, (Parameter(spell.parameter(feature.type), "value"),),
-                               is_virtual=feature.virtual)
-            members += [ImplMember(has, (f"return one({at}) != nullptr;",)),
-                        ImplMember(setter, (f"setOne({at}, value.get());",))]
+        return _many_members(feature, getter, spell)
+    return _one_members(feature, getter, spell)
+
+
+def _at(feature: Feature) -> str:
+    return f"at(Index::{field_name(feature)})"
+
+
+def _many_members(feature: Feature, getter: Signature, spell: Speller) -> list[ImplMember]:
+    names = names_of(feature)
+    view = (f"return {{handle(), {_at(feature)}}};",)
+    members = [ImplMember(getter, view), ImplMember(Signature(spell.mutable(feature), names.mutable), view),
+               ImplMember(Signature("bool", names.has, is_const=True), (f"return !{names.getter}().empty();",))]
     if feature.kind is Kind.CONTAINS:
-        create = Signature(target, names.create, (
-            Parameter("const tavo::ModelElement::Impl::BuilderImpl&", "builder"),
-            Parameter("const tavo::Uuid&", "uuid", "{}")))
-        members.append(ImplMember(create, (f"return {target}(createInto({at}, builder, uuid));",)))
+        members.append(_creator(feature, spell))
     return members
+
+
+def _one_members(feature: Feature, getter: Signature, spell: Speller) -> list[ImplMember]:
+    names = names_of(feature)
+    target = spell.class_name(feature.type.entity)
+    members = [ImplMember(getter, (f"return {target}(one({_at(feature)}));",)),
+               ImplMember(Signature("bool", names.has, is_const=True), (f"return one({_at(feature)}) != nullptr;",))]
+    setter = setter_signature(feature, spell)
+    set_one = (f"setOne({_at(feature)}, value.get());",)
+    if feature.kind is Kind.REFERS:
+        return [*members, ImplMember(setter, (f"{names.basic_setter}(value);",)),
+                ImplMember(Signature("void", names.basic_setter, setter.parameters), set_one)]
+    members.append(ImplMember(setter, set_one))
+    if feature.kind is Kind.CONTAINS:
+        mutable = Signature(spell.mutable(feature), names.mutable)
+        members += [ImplMember(mutable, (f"return {{handle(), {_at(feature)}}};",)), _creator(feature, spell)]
+    return members
+
+
+def _creator(feature: Feature, spell: Speller) -> ImplMember:
+    target = spell.class_name(feature.type.entity)
+    create = Signature(target, names_of(feature).create, (
+        Parameter("const tavo::ModelElement::Impl::BuilderImpl&", "builder"), Parameter("const tavo::Uuid&", "uuid", "{}")))
+    return ImplMember(create, (f"return {target}(createInto({_at(feature)}, builder, uuid));",))
 
 
 def _value_setter(feature: Feature, spell: Speller) -> ImplMember:
     names = names_of(feature)
-    parameter = Parameter(spell.parameter(feature.type), "value")
-    setter = Signature("void", names.setter, (parameter,), is_virtual=feature.virtual)
     body = []
     if feature.hook:
+        if feature.kind is Kind.ATTRIBUTE:
+            body.append(f"requireWritable({_at(feature)});")
         body += ["if (runsHooks())", f"  {names.hook}(value);"]
-    if feature.kind is Kind.RUNTIME:
-        body.append(f"storage().{field_name(feature)} = value;")
-    elif parameter.type.endswith("&"):
-        body += [f"{spell.value(feature.type)} taken = value;",
-                 f"writeAttribute(at(Index::{field_name(feature)}), &taken);"]
-    else:
-        body.append(f"writeAttribute(at(Index::{field_name(feature)}), &value);")
-    return ImplMember(setter, tuple(body))
+    body.append(f"storage().{field_name(feature)} = value;" if feature.kind is Kind.RUNTIME
+                else f"writeValue({_at(feature)}, value);")
+    return ImplMember(setter_signature(feature, spell), tuple(body))
+
+
+def setter_signature(feature: Feature, spell: Speller) -> Signature:
+    """Of a feature that holds a value or at most one object."""
+    return Signature("void", names_of(feature).setter, (Parameter(spell.parameter(feature.type), "value"),),
+                     is_virtual=feature.virtual)
 
 
 def hook_signature(feature: Feature, spell: Speller) -> Signature:

@@ -42,8 +42,7 @@ def render_package_source(package: Package) -> str:
         f"      .datatypes = {'datatypes' if _declared(package) else '{}'},",
         f"      .classes = {'classes' if package.classes else '{}'},", "  };", "  return declared;", "}", "",
         "namespace {", "", "// Loading the library makes its classes known, before anybody asks for one by name.",
-        "[[maybe_unused]] const tavo::MetaPackage& registered = "
-        "tavo::MetaRegistry::instance().registerPackage(package());", "",
+        "[[maybe_unused]] const bool registered = tavo::MetaRegistry::instance().registerWhenLoaded(package());", "",
         "} // namespace", f"}} // namespace {package.name}"])
 
 

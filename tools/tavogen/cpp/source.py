@@ -25,8 +25,11 @@ def render_source(cls: Class) -> str:
             f"const tavo::MetaClass& {cls.name}::metaClass() {{",
             "  static const tavo::MetaClass& known = tavo::MetaRegistry::instance().require(declaration());",
             "  return known;", "}", "",
-            *_facade_functions(cls, spell), "", *_impl_functions(cls, spell), "", *_functions_to_come(cls, spell), "",
-            *_builder_functions(cls, spell), "", *_query_functions(cls, spell)]
+            *_section("The handle", _facade_functions(cls, spell)),
+            *_section("The object", _impl_functions(cls, spell)),
+            *_section("Not written yet", _functions_to_come(cls, spell)),
+            *_section("Builders", _builder_functions(cls, spell)),
+            *_section("Queries", _query_functions(cls, spell))]
     headers = {*spell.headers, *_needed_headers(cls, spell), header_of(cls, ".builder"), header_of(cls, ".query"),
                package_header(cls.package), "cstddef"}
     if cls.features or cls.operations:
@@ -39,6 +42,10 @@ def render_source(cls: Class) -> str:
                   '#pragma GCC diagnostic ignored "-Winvalid-offsetof"', ""]
     namespace = cpp_namespace(cls.namespace)
     return render([*lines, f"namespace {namespace} {{", "", *body, "", f"}} // namespace {namespace}"])
+
+
+def _section(heading: str, lines: list[str]) -> list[str]:
+    return [f"// {heading}", "", *lines, ""] if lines else []
 
 
 def _needed_headers(cls: Class, spell: Speller) -> set[str]:

@@ -5,11 +5,11 @@ Tables are constexpr: packages register while libraries are loaded, before any i
 from __future__ import annotations
 
 from ..names import lower_first
-from ..schema import Class, Collection, Enumeration, Feature, Kind, Operation
+from ..schema import Class, Collection, Enumeration, Feature, Kind, Operation, Shape
 from .literals import literal
-from .members import field_name, hook_signature, is_overloaded, operation_signature
+from .members import field_name, is_overloaded, operation_signature, setter_signature
 from .text import WIDTH, split_literal, string_literal
-from .types import Speller, can_be_called, feature_kind
+from .types import Speller, feature_kind
 
 
 def feature_table(cls: Class, spell: Speller) -> list[str]:
@@ -81,9 +81,8 @@ def _feature_fields(feature: Feature, spell: Speller) -> list[tuple[str, str]]:
         fields.append(("defaultValue", f"&{_default_name(feature)}"))
     if feature.by:
         fields.append(("derive", f"&tavo::detail::deriveFeature<{_operation_pointer(feature.by, spell)}>"))
-    if feature.hook:
-        hook = hook_signature(feature, spell)
-        fields.append(("hook", f"&tavo::detail::callHook<&{impl}::{hook.name}>"))
+    if feature.hook or feature.virtual:
+        fields.append(("set", f"&tavo::detail::callSetter<{_setter_pointer(feature, spell)}>"))
     if feature.since:
         fields.append(("since", string_literal(feature.since)))
     if feature.doc:
@@ -107,12 +106,11 @@ def _target(feature: Feature, spell: Speller) -> str:
 
 
 def _feature_flags(feature: Feature) -> list[str]:
-    is_sequence = feature.type.shape.value in ("[]", "*") and feature.collection is Collection.SEQUENCE
-    is_transient = not feature.saved or feature.kind in (Kind.CONTAINER, Kind.DERIVED, Kind.RUNTIME)
+    """Those that do not follow from the rest of the record."""
+    derives_objects = feature.kind is Kind.DERIVED and feature.type.holds_objects
     return [flag for flag, holds in (
-        ("ordered", is_sequence), ("unique", feature.collection is not Collection.SEQUENCE),
-        ("readOnly", feature.readonly or feature.kind is Kind.DERIVED), ("derived", feature.kind is Kind.DERIVED),
-        ("transient", is_transient), ("publicAccessor", not feature.getter_hidden),
+        ("ordered", derives_objects and feature.type.shape is Shape.MANY), ("readOnly", feature.readonly),
+        ("transient", not feature.saved), ("publicAccessor", not feature.getter_hidden),
         ("publicMutator", feature.setter_public), ("hidden", feature.hidden)) if holds]
 
 
@@ -152,8 +150,7 @@ def _operation_fields(operation: Operation, spell: Speller) -> list[tuple[str, s
         fields.append(("arguments", _arguments_name(operation)))
     if operation.returns:
         fields.append(("returns", string_literal(operation.returns.spelling)))
-    types = [argument.type for argument in operation.args] + ([operation.returns] if operation.returns else [])
-    if operation.is_public and all(can_be_called(type_) for type_ in types):
+    if operation.is_public:
         fields.append(("call", _call(_operation_pointer(operation, spell))))
     if operation.doc:
         fields.append(("doc", _doc(operation.doc, len("     .doc = "))))
@@ -169,6 +166,15 @@ def _call(pointer: str) -> str:
         return f"\n{' ' * 9}{text}"
     head, _, tail = text.partition(">(&")
     return f"{head}>(\n{' ' * 9}&{tail}"
+
+
+def _setter_pointer(feature: Feature, spell: Speller) -> str:
+    impl = f"{feature.owner.name}::Impl"
+    signature = setter_signature(feature, spell)
+    pointer = f"&{impl}::{signature.name}"
+    if any(operation.name == signature.name for operation in feature.owner.operations):
+        return f"static_cast<void ({impl}::*)({signature.parameters[0].type})>({pointer})"
+    return pointer
 
 
 def _operation_pointer(operation: Operation, spell: Speller) -> str:
@@ -195,7 +201,8 @@ def class_declaration(cls: Class, package_function: str, spell: Speller) -> list
               ("id", string_literal(cls.id)),
               ("flags", " | ".join(f"tavo::ClassFlag::{flag}" for flag in flags) or "0"),
               ("base", f"&{base}::declaration"), ("package", f"&{package_function}"),
-              ("storageSize", "sizeof(Impl::Storage)"), ("construct", life.format("constructObject")),
+              ("storageSize", "sizeof(Impl::Storage)"), ("builtOn", "tavo::detail::layoutOf<Impl::Base>()"),
+              ("construct", life.format("constructObject")),
               ("destroyStorage", life.format("destroyStorage")),
               ("properties", f"{lead}Properties" if cls.features else "{}"),
               ("operations", f"{lead}Operations" if cls.operations else "{}")]

@@ -76,10 +76,9 @@ class Speller:
 
     def mutable(self, feature: Feature) -> str:
         self.headers.add("tavo/collection/Views.h")
-        target = self.class_name(feature.type.entity)
         if feature.is_many:
-            return f"tavo::MutableView<{target}, {self.view(feature)}>"
-        return f"tavo::MutableChild<{target}>"
+            return f"tavo::Mutable<{self.view(feature)}>"
+        return f"tavo::MutableChild<{self.class_name(feature.type.entity)}>"
 
     def _key(self, type_: Type) -> str:
         if is_string(type_):
@@ -140,11 +139,6 @@ def is_string(type_: Type) -> bool:
 def datatype_headers(type_: Type) -> set[str]:
     """What specialises tavo::DatatypeOf for the type, where that is not the type's own header."""
     return {type_.entity.datatype} if isinstance(type_.entity, Foreign) else set()
-
-
-def can_be_called(type_: Type) -> bool:
-    """Whether reflection can carry the type as argument or result."""
-    return not type_.is_output and not (isinstance(type_.entity, Builtin) and not type_.entity.is_attribute)
 
 
 def storage_size(feature: Feature) -> int:

@@ -14,25 +14,18 @@ public:
 
   void doAddPlants(tavo::ModelElement::Impl::BuilderImpl child);
   void doClearPlants();
-
   void doAddStones(tavo::ModelElement::Impl::BuilderImpl child);
   void doClearStones();
-
   void doAddSpades(tavo::ModelElement::Impl::BuilderImpl child);
   void doClearSpades();
-
   void doAddGnome(tavo::ModelElement::Impl::BuilderImpl child);
   void doClearGnome();
-
   void doAddMark(tavo::ModelElement::Impl::BuilderImpl child);
   void doClearMark();
-
   void doAddByNumber(const Plant& value);
   void doClearByNumber();
-
   void doAddFavorites(const Plant& value);
   void doClearFavorites();
-
   void doSetAnything(const tavo::ModelElement& value);
   tavo::ModelElement getAnything() const;
 };

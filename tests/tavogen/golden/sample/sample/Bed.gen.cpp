@@ -29,7 +29,7 @@ constexpr tavo::PropertyDecl bedProperties[] = {
     {.name = "plants",
      .id = "c23f406a-9ba5-3ad0-a1f5-b372bc07ee94",
      .kind = tavo::FeatureKind::containsMany,
-     .flags = tavo::PropertyFlag::unique | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Bed::Impl::Storage, plants),
      .target = &Plant::declaration,
      .collection = tavo::CollectionKind::map,
@@ -40,14 +40,14 @@ constexpr tavo::PropertyDecl bedProperties[] = {
     {.name = "stones",
      .id = "354c1845-7bb7-3a2e-a162-fa9f71969400",
      .kind = tavo::FeatureKind::containsMany,
-     .flags = tavo::PropertyFlag::ordered | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Bed::Impl::Storage, stones),
      .target = &Stone::declaration,
      .doc = "In order."},
     {.name = "spades",
      .id = "28728c71-2691-3746-b4a2-0ae3c4c021d0",
      .kind = tavo::FeatureKind::containsMany,
-     .flags = tavo::PropertyFlag::unique | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Bed::Impl::Storage, spades),
      .target = &sample::tools::Tool::declaration,
      .collection = tavo::CollectionKind::set},
@@ -66,7 +66,7 @@ constexpr tavo::PropertyDecl bedProperties[] = {
     {.name = "byNumber",
      .id = "6d124b8d-2781-3ed9-912b-2fbe00c09f02",
      .kind = tavo::FeatureKind::refersMany,
-     .flags = tavo::PropertyFlag::unique | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Bed::Impl::Storage, byNumber),
      .target = &Plant::declaration,
      .collection = tavo::CollectionKind::map,
@@ -74,7 +74,7 @@ constexpr tavo::PropertyDecl bedProperties[] = {
     {.name = "favorites",
      .id = "d146d6c1-f0d9-365a-af45-b7a3f2fd0a50",
      .kind = tavo::FeatureKind::refersMany,
-     .flags = tavo::PropertyFlag::unique | tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
+     .flags = tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
      .offset = offsetof(Bed::Impl::Storage, favorites),
      .target = &Plant::declaration,
      .collection = tavo::CollectionKind::set},
@@ -121,6 +121,7 @@ const tavo::ClassDecl& Bed::declaration() {
       .base = &Named::declaration,
       .package = &sample::package,
       .storageSize = sizeof(Impl::Storage),
+      .builtOn = tavo::detail::layoutOf<Impl::Base>(),
       .construct = &tavo::detail::constructObject<Impl>,
       .destroyStorage = &tavo::detail::destroyStorage<Impl>,
       .properties = bedProperties,
@@ -135,6 +136,8 @@ const tavo::MetaClass& Bed::metaClass() {
   return known;
 }
 
+// The handle
+
 Bed Bed::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Bed>(uuid); }
 tavo::IndexedMapView<Plant, std::u16string_view, std::uint32_t> Bed::plants() const { return impl<Impl>().getPlants(); }
 tavo::View<Stone> Bed::stones() const { return impl<Impl>().getStones(); }
@@ -144,16 +147,15 @@ tavo::MutableChild<Stone> Bed::getGnomeMutable() const { return impl<Impl>().get
 Stone Bed::mark() const { return impl<Impl>().getMark(); }
 tavo::MapView<Plant, std::uint32_t> Bed::byNumber() const { return impl<Impl>().getByNumber(); }
 tavo::View<Plant> Bed::favorites() const { return impl<Impl>().getFavorites(); }
-tavo::MutableView<Plant, tavo::View<Plant>> Bed::getFavoritesMutable() const {
-  return impl<Impl>().getFavoritesMutable();
-}
+tavo::Mutable<tavo::View<Plant>> Bed::getFavoritesMutable() const { return impl<Impl>().getFavoritesMutable(); }
 tavo::ModelElement Bed::anything() const { return impl<Impl>().getAnything(); }
+
+// The object
 
 tavo::IndexedMapView<Plant, std::u16string_view, std::uint32_t> Bed::Impl::getPlants() const {
   return {handle(), at(Index::plants)};
 }
-tavo::MutableView<Plant, tavo::IndexedMapView<Plant, std::u16string_view, std::uint32_t>>
-Bed::Impl::getPlantsMutable() {
+tavo::Mutable<tavo::IndexedMapView<Plant, std::u16string_view, std::uint32_t>> Bed::Impl::getPlantsMutable() {
   return {handle(), at(Index::plants)};
 }
 bool Bed::Impl::hasPlants() const { return !getPlants().empty(); }
@@ -161,45 +163,46 @@ Plant Bed::Impl::createIntoPlants(const tavo::ModelElement::Impl::BuilderImpl& b
   return Plant(createInto(at(Index::plants), builder, uuid));
 }
 tavo::View<Stone> Bed::Impl::getStones() const { return {handle(), at(Index::stones)}; }
-tavo::MutableView<Stone, tavo::View<Stone>> Bed::Impl::getStonesMutable() { return {handle(), at(Index::stones)}; }
+tavo::Mutable<tavo::View<Stone>> Bed::Impl::getStonesMutable() { return {handle(), at(Index::stones)}; }
 bool Bed::Impl::hasStones() const { return !getStones().empty(); }
 Stone Bed::Impl::createIntoStones(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid) {
   return Stone(createInto(at(Index::stones), builder, uuid));
 }
 tavo::View<sample::tools::Tool> Bed::Impl::getSpades() const { return {handle(), at(Index::spades)}; }
-tavo::MutableView<sample::tools::Tool, tavo::View<sample::tools::Tool>> Bed::Impl::getSpadesMutable() {
-  return {handle(), at(Index::spades)};
-}
+tavo::Mutable<tavo::View<sample::tools::Tool>> Bed::Impl::getSpadesMutable() { return {handle(), at(Index::spades)}; }
 bool Bed::Impl::hasSpades() const { return !getSpades().empty(); }
 sample::tools::Tool Bed::Impl::createIntoSpades(const tavo::ModelElement::Impl::BuilderImpl& builder,
                                                 const tavo::Uuid& uuid) {
   return sample::tools::Tool(createInto(at(Index::spades), builder, uuid));
 }
 Stone Bed::Impl::getGnome() const { return Stone(one(at(Index::gnome))); }
-tavo::MutableChild<Stone> Bed::Impl::getGnomeMutable() { return {handle(), at(Index::gnome)}; }
 bool Bed::Impl::hasGnome() const { return one(at(Index::gnome)) != nullptr; }
+void Bed::Impl::setGnome(const Stone& value) { setOne(at(Index::gnome), value.get()); }
+tavo::MutableChild<Stone> Bed::Impl::getGnomeMutable() { return {handle(), at(Index::gnome)}; }
 Stone Bed::Impl::createIntoGnome(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid) {
   return Stone(createInto(at(Index::gnome), builder, uuid));
 }
 Stone Bed::Impl::getMark() const { return Stone(one(at(Index::mark))); }
-tavo::MutableChild<Stone> Bed::Impl::getMarkMutable() { return {handle(), at(Index::mark)}; }
 bool Bed::Impl::hasMark() const { return one(at(Index::mark)) != nullptr; }
+void Bed::Impl::setMark(const Stone& value) { setOne(at(Index::mark), value.get()); }
+tavo::MutableChild<Stone> Bed::Impl::getMarkMutable() { return {handle(), at(Index::mark)}; }
 Stone Bed::Impl::createIntoMark(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid) {
   return Stone(createInto(at(Index::mark), builder, uuid));
 }
 tavo::MapView<Plant, std::uint32_t> Bed::Impl::getByNumber() const { return {handle(), at(Index::byNumber)}; }
-tavo::MutableView<Plant, tavo::MapView<Plant, std::uint32_t>> Bed::Impl::getByNumberMutable() {
+tavo::Mutable<tavo::MapView<Plant, std::uint32_t>> Bed::Impl::getByNumberMutable() {
   return {handle(), at(Index::byNumber)};
 }
 bool Bed::Impl::hasByNumber() const { return !getByNumber().empty(); }
 tavo::View<Plant> Bed::Impl::getFavorites() const { return {handle(), at(Index::favorites)}; }
-tavo::MutableView<Plant, tavo::View<Plant>> Bed::Impl::getFavoritesMutable() {
-  return {handle(), at(Index::favorites)};
-}
+tavo::Mutable<tavo::View<Plant>> Bed::Impl::getFavoritesMutable() { return {handle(), at(Index::favorites)}; }
 bool Bed::Impl::hasFavorites() const { return !getFavorites().empty(); }
 tavo::ModelElement Bed::Impl::getAnything() const { return tavo::ModelElement(one(at(Index::anything))); }
 bool Bed::Impl::hasAnything() const { return one(at(Index::anything)) != nullptr; }
-void Bed::Impl::setAnything(const tavo::ModelElement& value) { setOne(at(Index::anything), value.get()); }
+void Bed::Impl::setAnything(const tavo::ModelElement& value) { basicSetAnything(value); }
+void Bed::Impl::basicSetAnything(const tavo::ModelElement& value) { setOne(at(Index::anything), value.get()); }
+
+// Builders
 
 void Bed::Impl::BuilderImpl::doAddPlants(tavo::ModelElement::Impl::BuilderImpl child) {
   setOrAdd(metaClass().at(Index::plants), std::move(child));
@@ -235,6 +238,8 @@ void Bed::Impl::BuilderImpl::doSetAnything(const tavo::ModelElement& value) {
 tavo::ModelElement Bed::Impl::BuilderImpl::getAnything() const {
   return target(Index::anything).as<tavo::ModelElement>();
 }
+
+// Queries
 
 Bed::Constrainables::Constrainables(const tavo::Query& query)
     : Constrainables(query, Bed::metaClass(), tavo::ClassMatch::withSubclasses) {}

@@ -44,7 +44,7 @@ public:
   Stone mark() const;
   tavo::MapView<Plant, std::uint32_t> byNumber() const;
   tavo::View<Plant> favorites() const;
-  tavo::MutableView<Plant, tavo::View<Plant>> getFavoritesMutable() const;
+  tavo::Mutable<tavo::View<Plant>> getFavoritesMutable() const;
   tavo::ModelElement anything() const;
 
   /// Always an empty handle.

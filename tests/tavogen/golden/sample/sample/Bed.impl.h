@@ -49,35 +49,38 @@ public:
   Bed This() { return Bed(this); }
 
   tavo::IndexedMapView<Plant, std::u16string_view, std::uint32_t> getPlants() const;
-  tavo::MutableView<Plant, tavo::IndexedMapView<Plant, std::u16string_view, std::uint32_t>> getPlantsMutable();
+  tavo::Mutable<tavo::IndexedMapView<Plant, std::u16string_view, std::uint32_t>> getPlantsMutable();
   bool hasPlants() const;
   Plant createIntoPlants(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid = {});
   tavo::View<Stone> getStones() const;
-  tavo::MutableView<Stone, tavo::View<Stone>> getStonesMutable();
+  tavo::Mutable<tavo::View<Stone>> getStonesMutable();
   bool hasStones() const;
   Stone createIntoStones(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid = {});
   tavo::View<sample::tools::Tool> getSpades() const;
-  tavo::MutableView<sample::tools::Tool, tavo::View<sample::tools::Tool>> getSpadesMutable();
+  tavo::Mutable<tavo::View<sample::tools::Tool>> getSpadesMutable();
   bool hasSpades() const;
   sample::tools::Tool createIntoSpades(const tavo::ModelElement::Impl::BuilderImpl& builder,
                                        const tavo::Uuid& uuid = {});
   Stone getGnome() const;
-  tavo::MutableChild<Stone> getGnomeMutable();
   bool hasGnome() const;
+  void setGnome(const Stone& value);
+  tavo::MutableChild<Stone> getGnomeMutable();
   Stone createIntoGnome(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid = {});
   Stone getMark() const;
-  tavo::MutableChild<Stone> getMarkMutable();
   bool hasMark() const;
+  void setMark(const Stone& value);
+  tavo::MutableChild<Stone> getMarkMutable();
   Stone createIntoMark(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid = {});
   tavo::MapView<Plant, std::uint32_t> getByNumber() const;
-  tavo::MutableView<Plant, tavo::MapView<Plant, std::uint32_t>> getByNumberMutable();
+  tavo::Mutable<tavo::MapView<Plant, std::uint32_t>> getByNumberMutable();
   bool hasByNumber() const;
   tavo::View<Plant> getFavorites() const;
-  tavo::MutableView<Plant, tavo::View<Plant>> getFavoritesMutable();
+  tavo::Mutable<tavo::View<Plant>> getFavoritesMutable();
   bool hasFavorites() const;
   tavo::ModelElement getAnything() const;
   bool hasAnything() const;
   void setAnything(const tavo::ModelElement& value);
+  void basicSetAnything(const tavo::ModelElement& value);
 
   tavo::String describe(std::uint32_t length) const override;
 

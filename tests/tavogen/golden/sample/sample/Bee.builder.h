@@ -15,7 +15,6 @@ public:
 
   void doAddVisited(const Plant& value);
   void doClearVisited();
-
   void doSetHome(const Bed& value);
   Bed getHome() const;
 };

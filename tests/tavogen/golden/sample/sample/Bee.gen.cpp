@@ -24,7 +24,7 @@ constexpr tavo::PropertyDecl beeProperties[] = {
     {.name = "visited",
      .id = "aad812b4-07ae-3718-831e-5675d822040a",
      .kind = tavo::FeatureKind::refersMany,
-     .flags = tavo::PropertyFlag::ordered | tavo::PropertyFlag::transient | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::transient | tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Bee::Impl::Storage, visited),
      .target = &Plant::declaration,
      .opposite = "feeds"},
@@ -61,6 +61,7 @@ const tavo::ClassDecl& Bee::declaration() {
       .base = &tavo::ModelElement::declaration,
       .package = &sample::package,
       .storageSize = sizeof(Impl::Storage),
+      .builtOn = tavo::detail::layoutOf<Impl::Base>(),
       .construct = &tavo::detail::constructObject<Impl>,
       .destroyStorage = &tavo::detail::destroyStorage<Impl>,
       .properties = beeProperties,
@@ -75,19 +76,28 @@ const tavo::MetaClass& Bee::metaClass() {
   return known;
 }
 
+// The handle
+
 Bee Bee::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Bee>(uuid); }
 tavo::View<Plant> Bee::visited() const { return impl<Impl>().getVisited(); }
 Bed Bee::home() const { return impl<Impl>().getHome(); }
 double Bee::dance(const Plant& around) const { return impl<Impl>().dance(around); }
 
+// The object
+
 tavo::View<Plant> Bee::Impl::getVisited() const { return {handle(), at(Index::visited)}; }
-tavo::MutableView<Plant, tavo::View<Plant>> Bee::Impl::getVisitedMutable() { return {handle(), at(Index::visited)}; }
+tavo::Mutable<tavo::View<Plant>> Bee::Impl::getVisitedMutable() { return {handle(), at(Index::visited)}; }
 bool Bee::Impl::hasVisited() const { return !getVisited().empty(); }
 Bed Bee::Impl::getHome() const { return Bed(one(at(Index::home))); }
 bool Bee::Impl::hasHome() const { return one(at(Index::home)) != nullptr; }
-void Bee::Impl::setHome(const Bed& value) { setOne(at(Index::home), value.get()); }
+void Bee::Impl::setHome(const Bed& value) { basicSetHome(value); }
+void Bee::Impl::basicSetHome(const Bed& value) { setOne(at(Index::home), value.get()); }
+
+// Not written yet
 
 double Bee::Impl::dance(const Plant&) const { tavo::raise(tavo::FrameworkError::NotAvailable, "sample.Bee.dance"); }
+
+// Builders
 
 void Bee::Impl::BuilderImpl::doAddVisited(const Plant& value) {
   setOrAdd(metaClass().at(Index::visited), tavo::Value::of<tavo::ModelElement>(value));
@@ -97,6 +107,8 @@ void Bee::Impl::BuilderImpl::doSetHome(const Bed& value) {
   setOrAdd(metaClass().at(Index::home), tavo::Value::of<tavo::ModelElement>(value));
 }
 Bed Bee::Impl::BuilderImpl::getHome() const { return target(Index::home).as<Bed>(); }
+
+// Queries
 
 Bee::Constrainables::Constrainables(const tavo::Query& query)
     : Constrainables(query, Bee::metaClass(), tavo::ClassMatch::withSubclasses) {}

@@ -28,11 +28,12 @@ public:
   Bee This() { return Bee(this); }
 
   tavo::View<Plant> getVisited() const;
-  tavo::MutableView<Plant, tavo::View<Plant>> getVisitedMutable();
+  tavo::Mutable<tavo::View<Plant>> getVisitedMutable();
   bool hasVisited() const;
   Bed getHome() const;
   bool hasHome() const;
   void setHome(const Bed& value);
+  void basicSetHome(const Bed& value);
 
   double dance(const Plant& around) const;
 

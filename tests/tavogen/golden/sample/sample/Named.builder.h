@@ -15,7 +15,6 @@ public:
 
   void doSetP_Name(const tavo::String& value);
   tavo::String getP_Name() const;
-
   void doSetNote(const std::optional<tavo::String>& value);
   std::optional<tavo::String> getNote() const;
 };

@@ -26,6 +26,7 @@ constexpr tavo::PropertyDecl namedProperties[] = {
      .flags = tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Named::Impl::Storage, Name),
      .datatype = &tavo::datatypeOf<tavo::String>,
+     .set = &tavo::detail::callSetter<&Named::Impl::setP_Name>,
      .doc = "The name; beds find their plants by it."},
     {.name = "note",
      .id = "1f6058e2-f569-38e7-8d0f-2e22af0b0d46",
@@ -78,6 +79,7 @@ const tavo::ClassDecl& Named::declaration() {
       .base = &tavo::ModelElement::declaration,
       .package = &sample::package,
       .storageSize = sizeof(Impl::Storage),
+      .builtOn = tavo::detail::layoutOf<Impl::Base>(),
       .construct = nullptr,
       .destroyStorage = nullptr,
       .properties = namedProperties,
@@ -92,6 +94,8 @@ const tavo::MetaClass& Named::metaClass() {
   return known;
 }
 
+// The handle
+
 const tavo::String& Named::p_Name() const { return impl<Impl>().getP_Name(); }
 const std::optional<tavo::String>& Named::note() const { return impl<Impl>().getNote(); }
 void Named::setNote(const std::optional<tavo::String>& value) const { impl<Impl>().setNote(value); }
@@ -99,14 +103,12 @@ tavo::String Named::getLabel() const { return impl<Impl>().getLabel(); }
 tavo::String Named::describe(std::uint32_t length) const { return impl<Impl>().describe(length); }
 void Named::rename(const tavo::String& name) const { impl<Impl>().rename(name); }
 
-void Named::Impl::setP_Name(const tavo::String& value) {
-  tavo::String taken = value;
-  writeAttribute(at(Index::Name), &taken);
-}
-void Named::Impl::setNote(const std::optional<tavo::String>& value) {
-  std::optional<tavo::String> taken = value;
-  writeAttribute(at(Index::note), &taken);
-}
+// The object
+
+void Named::Impl::setP_Name(const tavo::String& value) { writeValue(at(Index::Name), value); }
+void Named::Impl::setNote(const std::optional<tavo::String>& value) { writeValue(at(Index::note), value); }
+
+// Builders
 
 void Named::Impl::BuilderImpl::doSetP_Name(const tavo::String& value) { setValue<tavo::String>(Index::Name, value); }
 tavo::String Named::Impl::BuilderImpl::getP_Name() const { return value<tavo::String>(Index::Name); }
@@ -116,6 +118,8 @@ void Named::Impl::BuilderImpl::doSetNote(const std::optional<tavo::String>& valu
 std::optional<tavo::String> Named::Impl::BuilderImpl::getNote() const {
   return value<std::optional<tavo::String>>(Index::note);
 }
+
+// Queries
 
 Named::Constrainables::Constrainables(const tavo::Query& query)
     : Constrainables(query, Named::metaClass(), tavo::ClassMatch::withSubclasses) {}

@@ -65,7 +65,7 @@ constexpr tavo::PropertyDecl plantProperties[] = {
     {.name = "bed",
      .id = "fbbb8c62-6300-3c4e-9d5c-af935c9ace8b",
      .kind = tavo::FeatureKind::container,
-     .flags = tavo::PropertyFlag::transient | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .target = &Bed::declaration,
      .opposite = "plants",
      .doc = "Where it stands."},
@@ -110,7 +110,7 @@ constexpr tavo::PropertyDecl plantProperties[] = {
      .offset = offsetof(Plant::Impl::Storage, height),
      .datatype = &tavo::datatypeOf<double>,
      .defaultValue = &plantHeightDefault,
-     .hook = &tavo::detail::callHook<&Plant::Impl::aboutToSetHeight>,
+     .set = &tavo::detail::callSetter<&Plant::Impl::setHeight>,
      .doc = "The height above the ground, not below zero."},
     {.name = "origin",
      .id = "72d52a80-cd63-3d6d-9485-c41ee590d793",
@@ -148,14 +148,14 @@ constexpr tavo::PropertyDecl plantProperties[] = {
     {.name = "yields",
      .id = "2ca9e50b-f5b2-3efd-9731-689bfe18789b",
      .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::ordered | tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
+     .flags = tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
      .offset = offsetof(Plant::Impl::Storage, yields),
      .datatype = &tavo::datatypeOf<std::vector<std::uint64_t>>,
      .doc = "The harvest of each year."},
     {.name = "aliases",
      .id = "4f9f298c-3a05-3012-92fa-3fce106f08d2",
      .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::ordered | tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::hidden,
+     .flags = tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::hidden,
      .offset = offsetof(Plant::Impl::Storage, aliases),
      .datatype = &tavo::datatypeOf<std::vector<tavo::String>>},
     {.name = "sownAt",
@@ -184,29 +184,27 @@ constexpr tavo::PropertyDecl plantProperties[] = {
     {.name = "label",
      .id = "158b10bc-265d-35ae-b7bb-9bcb955051ed",
      .kind = tavo::FeatureKind::derived,
-     .flags = tavo::PropertyFlag::readOnly | tavo::PropertyFlag::derived | tavo::PropertyFlag::transient |
-              tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .datatype = &tavo::datatypeOf<tavo::String>,
      .derive = &tavo::detail::deriveFeature<&Named::Impl::getLabel>},
     {.name = "tallest",
      .id = "9006af8e-4f8d-3435-8603-297fe21efb4e",
      .kind = tavo::FeatureKind::derived,
-     .flags = tavo::PropertyFlag::readOnly | tavo::PropertyFlag::derived | tavo::PropertyFlag::transient |
-              tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .target = &Plant::declaration,
      .derive = &tavo::detail::deriveFeature<&Plant::Impl::getTallest>},
     {.name = "lastSeen",
      .id = "0af8b3b1-bd03-37ff-8ad1-a9dc5495fd2c",
      .kind = tavo::FeatureKind::runtime,
-     .flags = tavo::PropertyFlag::transient | tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
+     .flags = tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
      .offset = offsetof(Plant::Impl::Storage, lastSeen),
      .datatype = &tavo::datatypeOf<sample::Clock>,
-     .hook = &tavo::detail::callHook<&Plant::Impl::aboutToSetLastSeen>,
+     .set = &tavo::detail::callSetter<&Plant::Impl::setLastSeen>,
      .doc = "When somebody looked at it."},
     {.name = "visits",
      .id = "f69f03fc-dc29-3664-87e9-20f2d170fada",
      .kind = tavo::FeatureKind::runtime,
-     .flags = tavo::PropertyFlag::transient | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Plant::Impl::Storage, visits),
      .datatype = &tavo::datatypeOf<std::uint32_t>},
     {.name = "neighbour",
@@ -219,7 +217,7 @@ constexpr tavo::PropertyDecl plantProperties[] = {
     {.name = "feeds",
      .id = "27754ae6-05d7-36c6-99fa-c8a39816cb33",
      .kind = tavo::FeatureKind::refersMany,
-     .flags = tavo::PropertyFlag::ordered | tavo::PropertyFlag::publicAccessor,
+     .flags = tavo::PropertyFlag::publicAccessor,
      .offset = offsetof(Plant::Impl::Storage, feeds),
      .target = &Bee::declaration,
      .opposite = "visited",
@@ -310,6 +308,7 @@ constexpr tavo::OperationDecl plantOperations[] = {
      .flags = tavo::OperationFlag::isPublic | tavo::OperationFlag::isConst,
      .arguments = plantMeasureArguments,
      .returns = "double",
+     .call = &tavo::detail::callOperation<&Plant::Impl::measure>,
      .doc = "The height, and whether it is a guess."},
     {.name = "plants",
      .id = "83963832-cb7a-3157-b6ff-a7a7ad499352",
@@ -327,6 +326,7 @@ constexpr tavo::OperationDecl plantOperations[] = {
      .flags = tavo::OperationFlag::isPublic | tavo::OperationFlag::isConst,
      .arguments = plantIsInArguments,
      .returns = "bool",
+     .call = &tavo::detail::callOperation<&Plant::Impl::isIn>,
      .doc = "Whether it is in that model and has that class."},
     {.name = "describe",
      .id = "fb163655-0196-356b-a174-7dad073586b4",
@@ -369,6 +369,7 @@ const tavo::ClassDecl& Plant::declaration() {
       .base = &Named::declaration,
       .package = &sample::package,
       .storageSize = sizeof(Impl::Storage),
+      .builtOn = tavo::detail::layoutOf<Impl::Base>(),
       .construct = &tavo::detail::constructObject<Impl>,
       .destroyStorage = &tavo::detail::destroyStorage<Impl>,
       .properties = plantProperties,
@@ -383,6 +384,8 @@ const tavo::MetaClass& Plant::metaClass() {
   static const tavo::MetaClass& known = tavo::MetaRegistry::instance().require(declaration());
   return known;
 }
+
+// The handle
 
 Plant Plant::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Plant>(uuid); }
 Bed Plant::bed() const { return impl<Impl>().getBed(); }
@@ -427,60 +430,33 @@ bool Plant::isIn(const tavo::Model& model, const tavo::MetaClass& metaClass) con
 }
 void Plant::rename(const tavo::String& first, const tavo::String& second) const { impl<Impl>().rename(first, second); }
 
+// The object
+
 Bed Plant::Impl::getBed() const { return Bed(one(at(Index::bed))); }
 bool Plant::Impl::hasBed() const { return one(at(Index::bed)) != nullptr; }
 void Plant::Impl::setBed(const Bed& value) { setOne(at(Index::bed), value.get()); }
-void Plant::Impl::setNumber(std::uint32_t value) { writeAttribute(at(Index::number), &value); }
-void Plant::Impl::setIsPerennial(bool value) { writeAttribute(at(Index::isPerennial), &value); }
-void Plant::Impl::setOffset(std::int32_t value) { writeAttribute(at(Index::offset), &value); }
-void Plant::Impl::setSeeds(std::int64_t value) { writeAttribute(at(Index::seeds), &value); }
-void Plant::Impl::setLeaves(std::uint64_t value) { writeAttribute(at(Index::leaves), &value); }
+void Plant::Impl::setNumber(std::uint32_t value) { writeValue(at(Index::number), value); }
+void Plant::Impl::setIsPerennial(bool value) { writeValue(at(Index::isPerennial), value); }
+void Plant::Impl::setOffset(std::int32_t value) { writeValue(at(Index::offset), value); }
+void Plant::Impl::setSeeds(std::int64_t value) { writeValue(at(Index::seeds), value); }
+void Plant::Impl::setLeaves(std::uint64_t value) { writeValue(at(Index::leaves), value); }
 void Plant::Impl::setHeight(double value) {
+  requireWritable(at(Index::height));
   if (runsHooks())
     aboutToSetHeight(value);
-  writeAttribute(at(Index::height), &value);
+  writeValue(at(Index::height), value);
 }
-void Plant::Impl::setOrigin(const tavo::Uuid& value) {
-  tavo::Uuid taken = value;
-  writeAttribute(at(Index::origin), &taken);
-}
-void Plant::Impl::setFamily(const tavo::String& value) {
-  tavo::String taken = value;
-  writeAttribute(at(Index::family), &taken);
-}
-void Plant::Impl::setSeason(Season value) { writeAttribute(at(Index::season), &value); }
-void Plant::Impl::setSpot(const Spot& value) {
-  Spot taken = value;
-  writeAttribute(at(Index::spot), &taken);
-}
-void Plant::Impl::setMaxHeight(const std::optional<double>& value) {
-  std::optional<double> taken = value;
-  writeAttribute(at(Index::maxHeight), &taken);
-}
-void Plant::Impl::setYields(const std::vector<std::uint64_t>& value) {
-  std::vector<std::uint64_t> taken = value;
-  writeAttribute(at(Index::yields), &taken);
-}
-void Plant::Impl::setAliases(const std::vector<tavo::String>& value) {
-  std::vector<tavo::String> taken = value;
-  writeAttribute(at(Index::aliases), &taken);
-}
-void Plant::Impl::setSownAt(const sample::Clock& value) {
-  sample::Clock taken = value;
-  writeAttribute(at(Index::sownAt), &taken);
-}
-void Plant::Impl::setCode(const tavo::String& value) {
-  tavo::String taken = value;
-  writeAttribute(at(Index::code), &taken);
-}
-void Plant::Impl::setSecret(const tavo::String& value) {
-  tavo::String taken = value;
-  writeAttribute(at(Index::secret), &taken);
-}
-void Plant::Impl::setURI(const tavo::String& value) {
-  tavo::String taken = value;
-  writeAttribute(at(Index::URI), &taken);
-}
+void Plant::Impl::setOrigin(const tavo::Uuid& value) { writeValue(at(Index::origin), value); }
+void Plant::Impl::setFamily(const tavo::String& value) { writeValue(at(Index::family), value); }
+void Plant::Impl::setSeason(Season value) { writeValue(at(Index::season), value); }
+void Plant::Impl::setSpot(const Spot& value) { writeValue(at(Index::spot), value); }
+void Plant::Impl::setMaxHeight(const std::optional<double>& value) { writeValue(at(Index::maxHeight), value); }
+void Plant::Impl::setYields(const std::vector<std::uint64_t>& value) { writeValue(at(Index::yields), value); }
+void Plant::Impl::setAliases(const std::vector<tavo::String>& value) { writeValue(at(Index::aliases), value); }
+void Plant::Impl::setSownAt(const sample::Clock& value) { writeValue(at(Index::sownAt), value); }
+void Plant::Impl::setCode(const tavo::String& value) { writeValue(at(Index::code), value); }
+void Plant::Impl::setSecret(const tavo::String& value) { writeValue(at(Index::secret), value); }
+void Plant::Impl::setURI(const tavo::String& value) { writeValue(at(Index::URI), value); }
 void Plant::Impl::setLastSeen(const sample::Clock& value) {
   if (runsHooks())
     aboutToSetLastSeen(value);
@@ -489,10 +465,13 @@ void Plant::Impl::setLastSeen(const sample::Clock& value) {
 void Plant::Impl::setVisits(std::uint32_t value) { storage().visits = value; }
 Plant Plant::Impl::getNeighbour() const { return Plant(one(at(Index::neighbour))); }
 bool Plant::Impl::hasNeighbour() const { return one(at(Index::neighbour)) != nullptr; }
-void Plant::Impl::setNeighbour(const Plant& value) { setOne(at(Index::neighbour), value.get()); }
+void Plant::Impl::setNeighbour(const Plant& value) { basicSetNeighbour(value); }
+void Plant::Impl::basicSetNeighbour(const Plant& value) { setOne(at(Index::neighbour), value.get()); }
 tavo::View<Bee> Plant::Impl::getFeeds() const { return {handle(), at(Index::feeds)}; }
-tavo::MutableView<Bee, tavo::View<Bee>> Plant::Impl::getFeedsMutable() { return {handle(), at(Index::feeds)}; }
+tavo::Mutable<tavo::View<Bee>> Plant::Impl::getFeedsMutable() { return {handle(), at(Index::feeds)}; }
 bool Plant::Impl::hasFeeds() const { return !getFeeds().empty(); }
+
+// Builders
 
 void Plant::Impl::BuilderImpl::doSetNumber(std::uint32_t value) { setValue<std::uint32_t>(Index::number, value); }
 std::uint32_t Plant::Impl::BuilderImpl::getNumber() const { return value<std::uint32_t>(Index::number); }
@@ -542,6 +521,12 @@ void Plant::Impl::BuilderImpl::doSetSecret(const tavo::String& value) { setValue
 tavo::String Plant::Impl::BuilderImpl::getSecret() const { return value<tavo::String>(Index::secret); }
 void Plant::Impl::BuilderImpl::doSetURI(const tavo::String& value) { setValue<tavo::String>(Index::URI, value); }
 tavo::String Plant::Impl::BuilderImpl::getURI() const { return value<tavo::String>(Index::URI); }
+void Plant::Impl::BuilderImpl::doSetLastSeen(const sample::Clock& value) {
+  setValue<sample::Clock>(Index::lastSeen, value);
+}
+sample::Clock Plant::Impl::BuilderImpl::getLastSeen() const { return value<sample::Clock>(Index::lastSeen); }
+void Plant::Impl::BuilderImpl::doSetVisits(std::uint32_t value) { setValue<std::uint32_t>(Index::visits, value); }
+std::uint32_t Plant::Impl::BuilderImpl::getVisits() const { return value<std::uint32_t>(Index::visits); }
 void Plant::Impl::BuilderImpl::doSetNeighbour(const Plant& value) {
   setOrAdd(metaClass().at(Index::neighbour), tavo::Value::of<tavo::ModelElement>(value));
 }
@@ -550,6 +535,8 @@ void Plant::Impl::BuilderImpl::doAddFeeds(const Bee& value) {
   setOrAdd(metaClass().at(Index::feeds), tavo::Value::of<tavo::ModelElement>(value));
 }
 void Plant::Impl::BuilderImpl::doClearFeeds() { clear(metaClass().at(Index::feeds)); }
+
+// Queries
 
 Plant::Constrainables::Constrainables(const tavo::Query& query)
     : Constrainables(query, Plant::metaClass(), tavo::ClassMatch::withSubclasses) {}

@@ -123,8 +123,9 @@ public:
   Plant getNeighbour() const;
   bool hasNeighbour() const;
   void setNeighbour(const Plant& value);
+  void basicSetNeighbour(const Plant& value);
   tavo::View<Bee> getFeeds() const;
-  tavo::MutableView<Bee, tavo::View<Bee>> getFeedsMutable();
+  tavo::Mutable<tavo::View<Bee>> getFeedsMutable();
   bool hasFeeds() const;
 
   // Run before the setters write; raise to refuse the value.

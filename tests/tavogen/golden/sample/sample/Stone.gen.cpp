@@ -18,6 +18,7 @@ const tavo::ClassDecl& Stone::declaration() {
       .base = &tavo::ModelElement::declaration,
       .package = &sample::package,
       .storageSize = sizeof(Impl::Storage),
+      .builtOn = tavo::detail::layoutOf<Impl::Base>(),
       .construct = &tavo::detail::constructObject<Impl>,
       .destroyStorage = &tavo::detail::destroyStorage<Impl>,
       .properties = {},
@@ -32,7 +33,11 @@ const tavo::MetaClass& Stone::metaClass() {
   return known;
 }
 
+// The handle
+
 Stone Stone::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Stone>(uuid); }
+
+// Queries
 
 Stone::Constrainables::Constrainables(const tavo::Query& query)
     : Constrainables(query, Stone::metaClass(), tavo::ClassMatch::withSubclasses) {}

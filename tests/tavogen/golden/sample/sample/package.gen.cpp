@@ -123,7 +123,7 @@ const tavo::PackageDecl& package() {
 namespace {
 
 // Loading the library makes its classes known, before anybody asks for one by name.
-[[maybe_unused]] const tavo::MetaPackage& registered = tavo::MetaRegistry::instance().registerPackage(package());
+[[maybe_unused]] const bool registered = tavo::MetaRegistry::instance().registerWhenLoaded(package());
 
 } // namespace
 } // namespace sample

@@ -7,7 +7,6 @@
 #include "sample/tools/Tool.builder.h"
 #include "sample/tools/Tool.h"
 #include "sample/tools/Tool.query.h"
-#include "tavo/collection/Views.h"
 #include "tavo/meta/GeneratedCalls.h"
 
 #include <cstddef>
@@ -52,6 +51,7 @@ const tavo::ClassDecl& Tool::declaration() {
       .base = &sample::Named::declaration,
       .package = &sample::package,
       .storageSize = sizeof(Impl::Storage),
+      .builtOn = tavo::detail::layoutOf<Impl::Base>(),
       .construct = &tavo::detail::constructObject<Impl>,
       .destroyStorage = &tavo::detail::destroyStorage<Impl>,
       .properties = toolProperties,
@@ -66,17 +66,26 @@ const tavo::MetaClass& Tool::metaClass() {
   return known;
 }
 
+// The handle
+
 Tool Tool::create(const tavo::Model& model, const tavo::Uuid& uuid) { return model.create<Tool>(uuid); }
 sample::Plant Tool::user() const { return impl<Impl>().getUser(); }
 
+// The object
+
 sample::Plant Tool::Impl::getUser() const { return sample::Plant(one(at(Index::user))); }
 bool Tool::Impl::hasUser() const { return one(at(Index::user)) != nullptr; }
-void Tool::Impl::setUser(const sample::Plant& value) { setOne(at(Index::user), value.get()); }
+void Tool::Impl::setUser(const sample::Plant& value) { basicSetUser(value); }
+void Tool::Impl::basicSetUser(const sample::Plant& value) { setOne(at(Index::user), value.get()); }
+
+// Builders
 
 void Tool::Impl::BuilderImpl::doSetUser(const sample::Plant& value) {
   setOrAdd(metaClass().at(Index::user), tavo::Value::of<tavo::ModelElement>(value));
 }
 sample::Plant Tool::Impl::BuilderImpl::getUser() const { return target(Index::user).as<sample::Plant>(); }
+
+// Queries
 
 Tool::Constrainables::Constrainables(const tavo::Query& query)
     : Constrainables(query, Tool::metaClass(), tavo::ClassMatch::withSubclasses) {}

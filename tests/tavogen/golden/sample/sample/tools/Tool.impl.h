@@ -3,7 +3,6 @@
 
 #include "sample/Named.impl.h"
 #include "sample/tools/Tool.h"
-#include "tavo/collection/Views.h"
 #include "tavo/core/String.h"
 #include "tavo/meta/MetaRegistry.h"
 
@@ -33,6 +32,7 @@ public:
   sample::Plant getUser() const;
   bool hasUser() const;
   void setUser(const sample::Plant& value);
+  void basicSetUser(const sample::Plant& value);
 
   tavo::String describe(std::uint32_t length) const override;
 
