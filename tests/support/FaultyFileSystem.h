@@ -20,6 +20,7 @@ public:
   Path followLinks(const Path& path) override { return call("followLinks"), real_.followLinks(path); }
   Handle open(const Path& path) override { return call("open"), real_.open(path); }
   Handle create(const Path& path, std::uint32_t mode) override { return call("create"), real_.create(path, mode); }
+  void giveName(Handle file, const Path& path) override { call("giveName"), real_.giveName(file, path); }
   Handle openFolder(const Path& path) override { return call("openFolder"), real_.openFolder(path); }
   void lock(Handle folder) noexcept override {
     real_.lock(folder);

@@ -11,11 +11,15 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 
 namespace tavo {
 namespace {
@@ -105,7 +109,7 @@ TEST_F(FileSystemTest, SavingBringsContentToTheDiskBeforeItTakesTheOldOnesPlace)
   const ScopedFileSystem installed(faulty);
   save(path("file"), "12345");
   EXPECT_THAT(faulty.calls, ElementsAre("followLinks", "find", "openFolder", "create", "copyAccess", "write", "sync",
-                                        "info", "close", "find", "rename", "sync", "close"));
+                                        "giveName", "info", "close", "find", "rename", "sync", "close"));
 }
 
 TEST_F(FileSystemTest, LockKeepsOthersOutUntilTheFolderIsClosed) {
@@ -152,6 +156,25 @@ TEST_F(FileSystemTest, WhicheverCallFailsTheFileIsOldOrNewAndNothingIsLeft) {
       }
     }
   }
+}
+
+TEST_F(FileSystemTest, ProcessThatIsKilledWhileItWritesLeavesNothing) {
+  if (const int unnamed = ::open(folder_.c_str(), O_WRONLY | O_TMPFILE, 0600); unnamed >= 0)
+    ::close(unnamed);
+  else
+    GTEST_SKIP() << "this file system has no unnamed files";
+  put(path("file"), old_);
+  const auto child = ::fork();
+  if (child == 0)
+    saveAtomically(path("file"), [](ByteSink& sink) {
+      sink.write("half of");
+      ::kill(::getpid(), SIGKILL);
+    });
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(get(path("file")), old_);
+  EXPECT_THAT(names(), ElementsAre("file"));
 }
 
 TEST_F(FileSystemTest, FullDiskIsCalledSo) {

@@ -153,23 +153,4 @@ std::string renderEnumeration(const EnumerationDefinition& definition) {
   return text + "]\n";
 }
 
-std::filesystem::path writeEnumerationFile(const EnumerationDefinition& definition,
-                                           const std::filesystem::path& folder) {
-  auto file = folder / enumerationFileName(definition.name);
-  auto temporary = file;
-  temporary += ".new";
-  std::error_code error;
-  std::ofstream out(temporary, std::ios::binary);
-  out << renderEnumeration(definition);
-  out.close();
-  if (out)
-    std::filesystem::rename(temporary, file, error);
-  if (!out || error) {
-    std::error_code ignored; // the failure to write is what counts
-    std::filesystem::remove(temporary, ignored);
-    refuseFile("kavra:messages:CannotWriteEnumerationFile", "The enumeration file {0} cannot be written.", file);
-  }
-  return file;
-}
-
 } // namespace kavra

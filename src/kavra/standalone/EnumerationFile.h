@@ -28,9 +28,4 @@ KAVRA_EXPORT EnumerationDefinition readEnumerationFile(std::u16string_view class
 /// The text that reads back as the same definition; the same definition always gives the same bytes.
 KAVRA_EXPORT std::string renderEnumeration(const EnumerationDefinition& definition);
 
-/// Writes the file into a folder and returns its path, replacing what was there only when all of it is written.
-/// Raises "kavra:messages:CannotWriteEnumerationFile" (file).
-KAVRA_EXPORT std::filesystem::path writeEnumerationFile(const EnumerationDefinition& definition,
-                                                        const std::filesystem::path& folder);
-
 } // namespace kavra

@@ -76,7 +76,25 @@ public:
   }
 
   Handle create(const Path& path, std::uint32_t mode) override {
+    // Not every file system has files without names; whatever else is wrong shows in the second attempt.
+    static const bool canGiveNames = ::access(openFiles, X_OK) == 0;
+    if (canGiveNames) {
+      const auto folder = path.has_parent_path() ? path.parent_path() : Path(".");
+      if (const Handle unnamed = ::open(folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, mode); unnamed >= 0)
+        return unnamed;
+    }
     return retried([&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
+  }
+
+  void giveName(Handle file, const Path& path) override {
+    struct stat status;
+    if (::fstat(file, &status) != 0)
+      fail();
+    if (status.st_nlink != 0)
+      return;
+    const std::string unnamed = std::string(openFiles) + "/" + std::to_string(file);
+    if (::linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0)
+      fail();
   }
 
   Handle openFolder(const Path& folder) override {
@@ -139,6 +157,9 @@ public:
     if (::unlink(path.c_str()) != 0)
       fail();
   }
+
+private:
+  static constexpr const char* openFiles = "/proc/self/fd";
 };
 
 std::atomic<FileSystem*>& installed() {
@@ -176,7 +197,7 @@ public:
       : name_{fileSystem, target.parent_path() / (".tavo-" + toText(randomUuid()) + ".tmp")},
         // A file that is replaced may be private: nobody else gets to open its successor before it has the right mode.
         file_(fileSystem, fileSystem.create(name_.path, old ? 0600 : 0666)) {
-    name_.exists = true;
+    name_.mayExist = true;
     if (old)
       fileSystem.copyAccess(file_.get(), *old);
   }
@@ -189,6 +210,7 @@ public:
   /// Brings the content to the disk and returns what the file is like.
   Fingerprint finish() {
     name_.fileSystem.sync(file_.get());
+    name_.fileSystem.giveName(file_.get(), name_.path);
     const auto fingerprint = name_.fileSystem.info(file_.get()).fingerprint;
     file_.close();
     return fingerprint;
@@ -196,7 +218,7 @@ public:
 
   void moveTo(const FileSystem::Path& target) {
     name_.fileSystem.rename(name_.path, target);
-    name_.exists = false;
+    name_.mayExist = false;
   }
 
 private:
@@ -204,14 +226,14 @@ private:
   struct Name {
     FileSystem& fileSystem;
     FileSystem::Path path;
-    bool exists = false;
+    bool mayExist = false;
 
     ~Name() {
       try {
-        if (exists)
+        if (mayExist)
           fileSystem.remove(path);
       } catch (const std::exception&) {
-        // The error that led here says more.
+        // It never had the name, or else the error that led here says more.
       }
     }
   };

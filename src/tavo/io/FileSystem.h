@@ -50,8 +50,12 @@ public:
 
   /// Opens for reading and never waits, whatever the path leads to.
   virtual Handle open(const Path& path) = 0;
-  /// Creates a file that must not exist, for writing; the mode is subject to the process's mask.
+  /// Creates a file for writing that is going to have a path which nothing has yet; the mode is subject to the
+  /// process's mask. Where it can, the file has no name until `giveName`, so that it is gone when the process is killed
+  /// before.
   virtual Handle create(const Path& path, std::uint32_t mode) = 0;
+  /// Gives a file that was created for that path its name, unless it has it.
+  virtual void giveName(Handle file, const Path& path) = 0;
   /// Opens a folder, to be locked and synced.
   virtual Handle openFolder(const Path& folder) = 0;
   /// Keeps others who lock the folder waiting until it is closed. Nothing relies on it alone: where locking is not
@@ -157,10 +161,10 @@ private:
 ///
 /// The bytes go to a temporary file in the same folder, which has the old file's mode; it is synced, renamed over the
 /// old file, and the folder is synced. Links are followed, so a link stays a link. When anything fails before the
-/// renaming, the old file is as it was and the temporary one is gone (a process that is killed leaves ".tavo-*.tmp"):
-/// what `write` raises passes through, failures of the file system are CannotWrite (a full disk says so), and what is
-/// no regular file is NotARegularFile. SavedButNotSynced means that the new file is in place, but the folder could not
-/// be synced.
+/// renaming, the old file is as it was and the temporary one is gone (only a process that is killed in the last moment,
+/// or on a file system without unnamed files, leaves ".tavo-*.tmp"): what `write` raises passes through, failures of
+/// the file system are CannotWrite (a full disk says so), and what is no regular file is NotARegularFile.
+/// SavedButNotSynced means that the new file is in place, but the folder could not be synced.
 ///
 /// FileChangedOnDisk is raised when the expectation does not hold, before writing or directly before renaming. The
 /// folder is locked from that last look to the renaming: of two that save by this function, one comes first and the
