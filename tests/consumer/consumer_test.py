@@ -28,6 +28,14 @@ target_link_libraries({0} PRIVATE zelkor::zelkor)
 """
 
 
+def blocks_of(path):
+    return BLOCK.findall((ROOT / path).read_text(encoding="utf-8"))
+
+
+def block_of(path, wanted):
+    return next(text for _, language, text in blocks_of(path) if language == wanted)
+
+
 class ConsumerTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -55,7 +63,7 @@ class ConsumerTest(unittest.TestCase):
 
     def write_program(self, path, folder):
         """Puts the program of a document into a folder. Returns what the document says that it prints."""
-        blocks = BLOCK.findall((ROOT / path).read_text(encoding="utf-8"))
+        blocks = blocks_of(path)
         name = pathlib.Path(path).stem.lower()
         files = {file: text for file, _, text in blocks if file}
         if "CMakeLists.txt" not in files:
@@ -113,13 +121,20 @@ class ConsumerTest(unittest.TestCase):
         with self.assertRaisesRegex(AssertionError, "tavern"):
             self.configure(source, source / "build")
 
+    def compile_profile_of(self, path):
+        """Compiles and checks the first profile of a document; returns the file that it is compiled to."""
+        folder = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
+        (folder / "Avionics.toml").write_text(block_of(path, "toml"), encoding="utf-8")
+        for command in ("compile", "Avionics.toml"), ("check", "Avionics.xml"):
+            self.assertEqual(self.run_tool(self.prefix / "bin" / "zelkor", *command, folder=folder), "")
+        return folder / "Avionics.xml"
+
     def test_profiles_of_the_documents(self):
-        for path in ("README.md", "docs/profile-text.md"):
-            with self.subTest(path):
-                blocks = BLOCK.findall((ROOT / path).read_text(encoding="utf-8"))
-                (self.folder / "Avionics.toml").write_text(next(text for _, lang, text in blocks if lang == "toml"))
-                for command in ("compile", "Avionics.toml"), ("check", "Avionics.xml"):
-                    self.assertEqual(self.run_tool(self.prefix / "bin" / "zelkor", *command), "")
+        self.compile_profile_of("docs/profile-text.md")
+        lines = iter(self.compile_profile_of("README.md").read_text(encoding="utf-8").splitlines())
+        # What is looked for in the rest of an iterator stands behind what was found before.
+        shown = block_of("docs/file-format.md", "xml").splitlines()
+        self.assertEqual([line for line in shown if line.strip() != "..." and line not in lines], [])
 
     def test_readme(self):
         self.check_document("README.md")
