@@ -53,7 +53,10 @@ function(zelkor_install_package)
     endforeach()
   endforeach()
 
+  install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/gen/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/reference
+    FILES_MATCHING PATTERN "zelkor_*.md")
 
   set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH PC_PREFIX /prefix/${pkgconfig_dir} /prefix)

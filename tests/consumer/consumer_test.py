@@ -16,6 +16,8 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 BUILD, COMPILER = (sys.argv.pop(1), sys.argv.pop(1)) if len(sys.argv) > 2 else sys.exit(__doc__)
+# Of hosts that are strict, in what they include and in what is generated for them, too.
+WARNINGS = "-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror"
 OUTPUT = "tavo:messages:CannotCreateWithoutModel\nkavra:units:UnknownUnit\n0 objects, 1000 m\n"
 # A block of a document: the name of a file, if the paragraph in front of it starts with one, the language, the text.
 BLOCK = re.compile(r"(?:^`([\w./]+)`(?:[^\n]|\n(?!\n))*:\n\n)?^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
@@ -55,7 +57,7 @@ class ConsumerTest(unittest.TestCase):
 
     def configure(self, source, folder, *options):
         self.run_tool("cmake", "-G", "Ninja", "-S", source, "-B", folder, f"-DCMAKE_CXX_COMPILER={COMPILER}",
-                      f"-DCMAKE_PREFIX_PATH={self.prefix}", "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Wpedantic -Werror", *options)
+                      f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DCMAKE_CXX_FLAGS={WARNINGS}", "-DCMAKE_NO_SYSTEM_FROM_IMPORTED=ON", *options)
 
     def build(self, source, folder, *options):
         self.configure(source, folder, *options)
