@@ -27,7 +27,6 @@ public:
   Dimension() = default;
   static Dimension base(std::uint32_t index);
 
-  bool isNone() const { return powers_.empty(); }
   const std::vector<Power>& powers() const { return powers_; } // in the order of the bases
 
   /// Multiplies by `other` raised to `exponent`. False when an exponent leaves the limits; the value is then unusable.
