@@ -132,7 +132,12 @@ class ConsumerTest(unittest.TestCase):
         return folder / "Avionics.xml"
 
     def test_profiles_of_the_documents(self):
-        self.compile_profile_of("docs/profile-text.md")
+        profile = self.compile_profile_of("docs/profile-text.md")
+        (profile.parent / "Cooling.enum.toml").unlink()
+        done = subprocess.run([self.prefix / "bin" / "zelkor", "check", "--json", profile.name], cwd=profile.parent,
+                              check=False, capture_output=True, text=True)
+        self.assertEqual((done.returncode, done.stdout), (1, block_of("docs/command.md", "json")))
+
         lines = iter(self.compile_profile_of("README.md").read_text(encoding="utf-8").splitlines())
         # What is looked for in the rest of an iterator stands behind what was found before.
         shown = block_of("docs/file-format.md", "xml").splitlines()
