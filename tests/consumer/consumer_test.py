@@ -132,16 +132,15 @@ class ConsumerTest(unittest.TestCase):
         return folder / "Avionics.xml"
 
     def test_profiles_of_the_documents(self):
-        profile = self.compile_profile_of("docs/profile-text.md")
-        (profile.parent / "Cooling.enum.toml").unlink()
-        done = subprocess.run([self.prefix / "bin" / "zelkor", "check", "--json", profile.name], cwd=profile.parent,
-                              check=False, capture_output=True, text=True)
-        self.assertEqual((done.returncode, done.stdout), (1, block_of("docs/command.md", "json")))
+        self.compile_profile_of("docs/profile-text.md")
+        # Which identities there are is for other tests.
+        def lines_of(text):
+            return re.sub(r'"[0-9a-f]{8}(-[0-9a-f-]{27})?"', '"identity"', text).splitlines()
 
-        lines = iter(self.compile_profile_of("README.md").read_text(encoding="utf-8").splitlines())
+        found = iter(lines_of(self.compile_profile_of("README.md").read_text(encoding="utf-8")))
         # What is looked for in the rest of an iterator stands behind what was found before.
-        shown = block_of("docs/file-format.md", "xml").splitlines()
-        self.assertEqual([line for line in shown if line.strip() != "..." and line not in lines], [])
+        shown = lines_of(block_of("docs/file-format.md", "xml"))
+        self.assertEqual([line for line in shown if line.strip() != "..." and line not in found], [])
 
     def test_readme(self):
         self.check_document("README.md")
