@@ -24,6 +24,16 @@ TEST(UuidTest, RandomOnesAreOfVersionFourAndDiffer) {
   }
 }
 
+TEST(UuidTest, NobodyCanForeseeWhichHaveOneHash) {
+  std::unordered_set<std::size_t> hashes;
+  for (std::uint8_t i = 0; i < 200; ++i) { // half of each is a constant that multiplication has been known by
+    Uuid uuid = *parseUuid("157c4a7f-b979-379e-0000-000000000000");
+    uuid.data[15] = i;
+    hashes.insert(hashUuid(uuid));
+  }
+  EXPECT_EQ(hashes.size(), 200u);
+}
+
 TEST(UuidTest, NameBasedOnesAreThoseOfTheStandard) {
   const Uuid dns = *parseUuid("6ba7b810-9dad-11d1-80b4-00c04fd430c8");
   EXPECT_EQ(toText(nameUuid(dns, "www.example.com")), "5df41881-3aed-3515-88a7-2f4a814cf09e");

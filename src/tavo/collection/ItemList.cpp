@@ -1,5 +1,7 @@
 #include "tavo/collection/ItemList.h"
 
+#include "tavo/core/Hash.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -9,8 +11,7 @@ namespace tavo {
 namespace {
 
 std::uint32_t fold(std::size_t hash) {
-  const auto wide = static_cast<std::uint64_t>(hash) * 0x9e3779b97f4a7c15ull;
-  return static_cast<std::uint32_t>(wide >> 32);
+  return static_cast<std::uint32_t>(mixBits(hash ^ hashKeys[2], 0x9e3779b97f4a7c15ull));
 }
 
 /// The first 16 bytes of a key as two numbers that compare as the keys do; equal where the type has no such form.

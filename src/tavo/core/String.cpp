@@ -1,5 +1,6 @@
 #include "tavo/core/String.h"
 
+#include "tavo/core/Hash.h"
 #include "tavo/core/Utf.h"
 
 #include <cstddef>
@@ -20,40 +21,10 @@ BlockHead* headOf(const char16_t* text) {
   return reinterpret_cast<BlockHead*>(reinterpret_cast<std::byte*>(const_cast<char16_t*>(text)) - sizeof(BlockHead));
 }
 
-constexpr std::size_t unitsPerWord = sizeof(std::uint64_t) / sizeof(char16_t);
-
-std::uint64_t wordAt(const char16_t* units) {
-  std::uint64_t word;
-  std::memcpy(&word, units, sizeof word);
-  return word;
-}
-
-/// Folds the 128-bit product of two words; every bit of either reaches every bit of the result.
-std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
-  __extension__ using Wide = unsigned __int128;
-  const Wide product = static_cast<Wide>(a) * b;
-  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-}
-
 } // namespace
 
 std::uint64_t hashText(std::u16string_view text) noexcept {
-  constexpr std::uint64_t keys[] = {0xa0761d6478bd642full, 0xe7037ed1a0b428dbull, 0x8ebc6af09c88c6e3ull};
-  const char16_t* at = text.data();
-  std::size_t left = text.size();
-  std::uint64_t hash = keys[0];
-  for (; left > 2 * unitsPerWord; at += 2 * unitsPerWord, left -= 2 * unitsPerWord)
-    hash = mix(wordAt(at) ^ keys[1], wordAt(at + unitsPerWord) ^ hash);
-
-  // The rest is taken at once: the two words may overlap, and so may the three units. The size tells them apart.
-  std::uint64_t first = 0, last = 0;
-  if (left >= unitsPerWord) {
-    first = wordAt(at);
-    last = wordAt(at + left - unitsPerWord);
-  } else if (left > 0) {
-    first = std::uint64_t{at[0]} << 32 | std::uint64_t{at[left / 2]} << 16 | at[left - 1];
-  }
-  return mix(keys[2] ^ text.size(), mix(first ^ keys[1], last ^ hash));
+  return hashBytes(text.data(), text.size() * sizeof(char16_t));
 }
 
 void String::share(std::u16string_view text) {

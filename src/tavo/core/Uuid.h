@@ -1,7 +1,7 @@
 // Identities of objects: 128-bit UUIDs, their text and their sources.
 #pragma once
 
-#include "tavo/Export.h"
+#include "tavo/core/Hash.h"
 
 #include <boost/uuid/uuid.hpp>
 
@@ -38,9 +38,7 @@ TAVO_EXPORT std::optional<Uuid> parseUuid(std::string_view text);
 inline std::size_t hashUuid(const Uuid& uuid) {
   std::uint64_t words[2];
   std::memcpy(words, uuid.data, sizeof words);
-  __extension__ using Wide = unsigned __int128;
-  const Wide product = static_cast<Wide>(words[0] ^ 0x9e3779b97f4a7c15ull) * (words[1] ^ 0xd1b54a32d192ed03ull);
-  return static_cast<std::size_t>(product) ^ static_cast<std::size_t>(product >> 64);
+  return mixBits(words[0] ^ hashKeys[0], words[1] ^ hashKeys[1]);
 }
 
 struct UuidHash {

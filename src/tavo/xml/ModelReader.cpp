@@ -1,5 +1,6 @@
 #include "tavo/collection/ItemList.h"
 #include "tavo/core/Errors.h"
+#include "tavo/core/Hash.h"
 #include "tavo/core/Utf.h"
 #include "tavo/model/ModelData.h"
 #include "tavo/model/Transaction.h"
@@ -537,12 +538,12 @@ private:
   Section lastSection_ = Section::none;
   std::vector<const MetaPackage*> families_;
   std::vector<std::unique_ptr<ClassEntry>> dictionary_;
-  boost::unordered_flat_map<std::string, ClassEntry*> classesByName_;
+  boost::unordered_flat_map<std::string, ClassEntry*, BytesHash> classesByName_;
   boost::unordered_flat_map<const MetaClass*, ClassEntry*> classes_;
   std::vector<Frame> frames_;
   std::vector<Pending> pending_;
   std::vector<Anchor> anchors_;
-  boost::unordered_flat_map<std::string, std::uint32_t> anchorIndex_;
+  boost::unordered_flat_map<std::string, std::uint32_t, BytesHash> anchorIndex_;
   /// Objects by the identities that the file gives them, where the model does not know these.
   boost::unordered_flat_map<Uuid, Impl*, UuidHash> identities_;
   boost::unordered_flat_map<Impl*, Uuid> originals_;
