@@ -115,6 +115,62 @@ TEST_F(ModelTest, AnUnloggedUpdateLeavesNoStepAndUndoStaysRightAroundIt) {
   EXPECT_FALSE(model.canUndo());
   EXPECT_EQ(shelf.name(), u"");
   EXPECT_EQ(shelf.note(), tavo::String(u"followed"));
+
+  // Only values, and no keys: what the history comes back to must fit.
+  const tavo::UnloggedUpdate following(model);
+  EXPECT_ERROR(shelf.setName(u"by hand"), "tavo:messages:ChangeMustBeRecorded");
+  EXPECT_ERROR(Shelf::create(model), "tavo:messages:ChangeMustBeRecorded");
+  EXPECT_ERROR(shelf.destroy(), "tavo:messages:ChangeMustBeRecorded");
+}
+
+TEST_F(ModelTest, TheOldValueIsThatBeforeTheOutermostTransaction) {
+  auto shelf = Shelf::create(model);
+  shelf.setName(u"old");
+  const auto old = [&] { return shelf.object().getOldValue(Shelf::metaClass().property("name")).toText(); };
+  tavo::Transaction outer(model);
+  EXPECT_EQ(old(), "old");
+  shelf.setName(u"new");
+  {
+    tavo::Transaction inner(model);
+    shelf.setName(u"newer");
+    EXPECT_EQ(old(), "old");
+  }
+  EXPECT_EQ(old(), "old");
+  outer.commit();
+  EXPECT_EQ(old(), "new");
+}
+
+TEST_F(ModelTest, TheFirstTopLevelObjectOfAClassIsFoundAmongManyOthers) {
+  for (int i = 0; i < 50; ++i)
+    Shelf::create(model);
+  EXPECT_FALSE(model.findTopLevel<Author>());
+  const auto owned = Book::create(model);
+  model.createProxy(Book::metaClass(), tavo::randomUuid());
+  auto shelf = Shelf::create(model);
+  shelf.getDisplayMutable().add(owned);
+  EXPECT_FALSE(model.findTopLevel<Book>());
+  const auto first = Book::create(model);
+  EXPECT_EQ(model.findTopLevel<Book>(), first);
+  const auto second = Book::create(model);
+  EXPECT_EQ(model.findTopLevel<Book>(), first);
+  EXPECT_EQ(model.findTopLevel<Labelled>(), model.topLevel().front());
+  first.destroy();
+  EXPECT_EQ(model.findTopLevel<Book>(), second);
+}
+
+TEST_F(ModelTest, AddingToAReferenceToOneReplacesAndRemovingClearsWhatIsThere) {
+  auto dune = Book::create(model), emma = Book::create(model);
+  auto shelf = Shelf::create(model);
+  const auto& sequel = Book::metaClass().property("sequel");
+  dune.object().add(sequel, emma.get());
+  EXPECT_EQ(dune.sequel(), emma);
+  dune.object().add(sequel, dune.get());
+  dune.object().remove(sequel, emma.get());
+  EXPECT_EQ(dune.sequel(), dune);
+  dune.object().remove(sequel, dune.get());
+  EXPECT_FALSE(dune.sequel());
+  dune.object().add(Book::metaClass().property("shelf"), shelf.get());
+  EXPECT_EQ(shelf.books().find(u""), dune);
 }
 
 TEST_F(ModelTest, WhatIsRefusedSaysWhyAndLeavesTheModelAsItWas) {
@@ -212,7 +268,7 @@ TEST_F(ModelTest, WhatIsRefusedSaysWhyAndLeavesTheModelAsItWas) {
          const tavo::Transaction open(elsewhere);
          elsewhere.moveContentsTo(model);
        },
-       "UndoInsideTransaction",
+       "MoveInsideTransaction",
        {}},
       {[&] {
          model.setFrozen(true);

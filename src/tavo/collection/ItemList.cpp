@@ -73,6 +73,11 @@ void KeyIndex::erase(std::uint32_t hash, std::uint32_t slot) noexcept {
   entries_[hole] = {};
 }
 
+std::size_t KeyIndex::count() const {
+  return static_cast<std::size_t>(
+      std::count_if(entries_.get(), entries_.get() + mask_ + 1, [](const Entry& entry) { return entry.slot != npos; }));
+}
+
 ItemList::ItemList(const MetaProperty* property)
     : property_(property), links_(property && property->isReference()), keyed_(property && property->key(0)) {}
 
@@ -87,7 +92,7 @@ std::uint32_t& ItemList::slotOf(void* item) const {
 }
 
 std::uint32_t ItemList::hashOf(std::size_t which, const ModelElement::Impl& object) const {
-  if (isIdentityIndexed())
+  if (isIdentityIndexed() || object.isProxy())
     return identityHash(object);
   const MetaProperty& key = *property_->key(which);
   return fold(key.datatype()->hash(object.field(key)));
@@ -189,10 +194,16 @@ void ItemList::sortByKey() {
     KeyBeginning beginning;
     std::uint32_t slot;
   };
+  const auto isStandIn = [&](std::uint32_t slot) { return objectOf(nodes_[slot].item)->isProxy(); };
+  const auto standInsEnd = std::stable_partition(order_.begin(), order_.end(), isStandIn);
+  std::sort(order_.begin(), standInsEnd, [&](std::uint32_t a, std::uint32_t b) {
+    return objectOf(nodes_[a].item)->uuid() < objectOf(nodes_[b].item)->uuid();
+  });
+
   std::vector<Entry> entries;
   entries.reserve(order_.size());
-  for (const std::uint32_t slot : order_)
-    entries.push_back({beginningOf(type, field(slot)), slot});
+  for (auto slot = standInsEnd; slot != order_.end(); ++slot)
+    entries.push_back({beginningOf(type, field(*slot)), *slot});
   const auto less = [&](const Entry& a, const Entry& b) {
     if (a.beginning != b.beginning)
       return a.beginning < b.beginning;
@@ -201,8 +212,7 @@ void ItemList::sortByKey() {
   if (std::is_sorted(entries.begin(), entries.end(), less))
     return;
   std::sort(entries.begin(), entries.end(), less);
-  for (std::size_t i = 0; i < entries.size(); ++i)
-    order_[i] = entries[i].slot;
+  std::transform(entries.begin(), entries.end(), standInsEnd, [](const Entry& entry) { return entry.slot; });
 }
 
 void* ItemList::at(std::size_t position) {
@@ -230,30 +240,27 @@ void* ItemList::search(std::size_t which, std::uint32_t hash, const Matches& mat
 }
 
 void* ItemList::find(const ModelElement::Impl& object) const {
-  // Links of a map are indexed by key alone, and stay so when the list has become short.
-  if (keyed_ && (links_ || count_ >= indexedFrom)) {
-    void* item = findKey(0, object.field(*property_->key(0)));
-    return item && objectOf(item) == &object ? item : nullptr;
-  }
   if (!links_) { // a child knows its slot
     const std::uint32_t slot = object.slot_;
     return slot < nodes_.size() && nodes_[slot].item == &object ? const_cast<ModelElement::Impl*>(&object) : nullptr;
   }
-  return search(0, identityHash(object), [&](const ModelElement::Impl& other) { return &other == &object; });
+  return search(0, indexes_[0].isBuilt() ? hashOf(0, object) : 0,
+                [&](const ModelElement::Impl& other) { return &other == &object; });
 }
 
 void* ItemList::findKey(std::size_t which, const void* key) const {
   const MetaProperty& attribute = *property_->key(which);
   const Datatype& type = *attribute.datatype();
-  return search(which, indexes_[which].isBuilt() ? fold(type.hash(key)) : 0,
-                [&](const ModelElement::Impl& object) { return type.equal(object.field(attribute), key); });
+  return search(which, indexes_[which].isBuilt() ? fold(type.hash(key)) : 0, [&](const ModelElement::Impl& object) {
+    return type.equal(object.field(attribute), key) && !object.isProxy();
+  });
 }
 
 void* ItemList::findText(std::size_t which, std::u16string_view key) const {
   const MetaProperty& attribute = *property_->key(which);
   return search(which, indexes_[which].isBuilt() ? fold(static_cast<std::size_t>(hashText(key))) : 0,
                 [&](const ModelElement::Impl& object) {
-                  return static_cast<const String*>(object.field(attribute))->view() == key;
+                  return static_cast<const String*>(object.field(attribute))->view() == key && !object.isProxy();
                 });
 }
 
@@ -281,14 +288,20 @@ void ItemList::check() const {
   for (std::uint32_t slot = head_; slot != none; before = slot, slot = nodes_[slot].next, ++counted) {
     if (nodes_[slot].previous != before || slotOf(nodes_[slot].item) != slot || counted >= count_)
       throw std::logic_error("a list is not linked as it should be");
-    for (std::size_t which = 0; which < indexCount(); ++which) {
-      ModelElement::Impl* object = objectOf(nodes_[slot].item);
-      void* found = keyed_ ? findKey(which, object->field(*property_->key(which))) : find(*object);
-      // A sequence of references may hold an object several times.
+    ModelElement::Impl* object = objectOf(nodes_[slot].item);
+    // A sequence of references may hold an object several times.
+    const auto requireObject = [&](void* found) {
       if (!found || objectOf(found) != object)
         throw std::logic_error("an index does not find an item of its list");
-    }
+    };
+    requireObject(find(*object));
+    if (keyed_ && !object->isProxy())
+      for (std::size_t which = 0; which < indexCount(); ++which)
+        requireObject(findKey(which, object->field(*property_->key(which))));
   }
+  for (std::size_t which = 0; which < indexCount(); ++which)
+    if (indexes_[which].isBuilt() && indexes_[which].count() != count_)
+      throw std::logic_error("an index holds what its list does not");
   if (counted != count_ || tail_ != before)
     throw std::logic_error("a list does not hold as many items as it counts");
 }

@@ -37,6 +37,8 @@ public:
   void reserve(std::size_t count);
   void insert(std::uint32_t hash, std::uint32_t slot) noexcept;
   void erase(std::uint32_t hash, std::uint32_t slot) noexcept;
+  /// By counting; for checks.
+  std::size_t count() const;
 
   /// The slot of the entry with this hash for which `matches(slot)` holds, or `npos`.
   template <class Matches>
@@ -65,6 +67,9 @@ private:
 /// back restores the order exactly; putting back what was there before allocates nothing and does not raise. Iteration
 /// goes through an order that is made when it is first asked for after a change: by key for maps, as linked for the
 /// others.
+///
+/// A stand-in has no values, so it has no keys either: a map of references holds it, ahead of what has keys, and finds
+/// it by what it is.
 class ItemList {
 public:
   /// `property` is null for the top-level objects of a model.

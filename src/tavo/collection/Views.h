@@ -140,7 +140,7 @@ public:
   /// At the end of a sequence. Raises CannotAddSecondObject for an object that is contained already,
   /// UniquenessConstraint for a key that is taken.
   void add(const Item& item) const { ObjectView::add(item.get()); }
-  /// Before the object that is at `position` of a sequence.
+  /// Before the object that is at `position` of a sequence. Finding the place takes time that grows with the sequence.
   void insert(std::size_t position, const Item& item) const { ObjectView::add(item.get(), position); }
   /// Takes out; contained objects become top-level and live on. Nothing when the object is not in there.
   void remove(const Item& item) const { ObjectView::remove(item.get()); }

@@ -30,6 +30,8 @@ struct FrameworkError {
   static constexpr ErrorId CannotSetReadOnlyProperty{"tavo:messages:CannotSetReadOnlyProperty"};
   /// (path, reason) A file cannot be written; what stood there before is unchanged.
   static constexpr ErrorId CannotWrite{"tavo:io:CannotWrite"};
+  /// () A key, a reference or a containment is changed where only values may change, and unrecorded.
+  static constexpr ErrorId ChangeMustBeRecorded{"tavo:messages:ChangeMustBeRecorded"};
   /// (feature) A collection was changed while somebody iterated over it.
   static constexpr ErrorId CollectionChangedWhileIterating{"tavo:messages:CollectionChangedWhileIterating"};
   /// (feature, class) An object is added to something that it contains itself.
@@ -62,6 +64,8 @@ struct FrameworkError {
   static constexpr ErrorId MalformedXml{"tavo:messages:MalformedXml"};
   /// () A model is changed that the host has frozen or that is announcing a change.
   static constexpr ErrorId ModelFrozen{"tavo:messages:ModelFrozen"};
+  /// () The contents of a model are moved into another while a transaction of it is open.
+  static constexpr ErrorId MoveInsideTransaction{"tavo:messages:MoveInsideTransaction"};
   /// (class) An empty handle or a handle of a destroyed object is used.
   static constexpr ErrorId NonExistentObject{"tavo:messages:NonExistentObject"};
   /// (property, class) A property name or number is not in the class.

@@ -49,12 +49,27 @@ void ChangeSet::requireStep() const {
     raise(FrameworkError::CannotCreateWithoutModel, "ChangeSet");
 }
 
+/// In the direction of the announcement.
+template <class Visit>
+void ChangeSet::forEachRecord(const Visit& visit) const {
+  if (undone_) // which is of a whole step
+    return step_->forEachReversed(visit);
+  std::size_t at = 0;
+  step_->forEach([&](Record& record) {
+    if (at >= from_ && at < end_)
+      visit(record);
+    ++at;
+  });
+}
+
 bool ChangeSet::touches(const MetaProperty& property) const {
   requireStep();
+  if (!step_)
+    return std::any_of(changes_.begin(), changes_.end(),
+                       [&](const Change& change) { return change.metaClass->isA(property.owner()); });
   bool touched = false;
-  std::size_t at = 0;
-  step_.forEach([&](Record& record) {
-    if (at++ < from_ || touched)
+  forEachRecord([&](Record& record) {
+    if (touched)
       return;
     switch (record.kind) {
     case Record::Kind::attribute:
@@ -117,14 +132,7 @@ const std::vector<Change>& ChangeSet::changes() const {
     }
     }
   };
-  std::size_t at = 0;
-  if (undone_)
-    step_.forEachReversed(read);
-  else
-    step_.forEach([&](Record& record) {
-      if (at++ >= from_)
-        read(record);
-    });
+  forEachRecord(read);
 
   std::vector<std::pair<const Key*, const Draft*>> sorted;
   for (const auto& [key, draft] : drafts)

@@ -30,14 +30,20 @@ public:
   void release(ModelElement::Impl& object) noexcept;
   void releaseZombie(ModelElement::Impl& object) noexcept;
 
-  /// Calls `visit(object)` for each block that holds an object, alive or dead, in the order of memory.
+  /// Calls `visit(object)` for each block that holds an object, alive or dead, in the order of memory. It may create
+  /// and destroy objects; whether it sees new ones is open. Where it answers, false ends the walk, and then the extent
+  /// may be gone.
   template <class Visit>
   void forEach(const Visit& visit) const {
-    for (const auto& chunk : chunks_)
-      for (std::size_t i = 0; i < chunk.count; ++i) {
-        ModelElement::Impl& object = block(chunk, i);
-        if (object.state() == ObjectState::alive || object.state() == ObjectState::dead)
+    for (std::size_t c = 0; c < chunks_.size(); ++c)
+      for (std::size_t i = 0; c < chunks_.size() && i < chunks_[c].count; ++i) {
+        ModelElement::Impl& object = block(chunks_[c], i);
+        if (object.state() != ObjectState::alive && object.state() != ObjectState::dead)
+          continue;
+        if constexpr (std::is_void_v<decltype(visit(object))>)
           visit(object);
+        else if (!visit(object))
+          return;
       }
   }
 

@@ -6,12 +6,7 @@ namespace tavo {
 
 Link* LinkPool::create() {
   if (!free_) {
-    chunks_.reserve(chunks_.size() + 1);
-    chunks_.push_back(std::make_unique<Link[]>(chunkSize_));
-    for (std::size_t i = chunkSize_; i-- > 0;) {
-      chunks_.back()[i].next = free_;
-      free_ = &chunks_.back()[i];
-    }
+    addChunk(chunkSize_);
     chunkSize_ = std::min<std::size_t>(chunkSize_ * 2, 4096);
   }
   Link* link = free_;
@@ -25,10 +20,11 @@ void LinkPool::release(Link* link) noexcept {
   free_ = link;
 }
 
-void LinkPool::clear() noexcept {
-  chunks_.clear();
-  chunkSize_ = smallestChunk;
-  free_ = nullptr;
+void LinkPool::addChunk(std::size_t count) {
+  chunks_.reserve(chunks_.size() + 1);
+  chunks_.push_back(std::make_unique<Link[]>(count));
+  for (std::size_t i = count; i-- > 0;)
+    release(&chunks_.back()[i]);
 }
 
 void LinkPool::adopt(LinkPool& other) noexcept {

@@ -60,7 +60,10 @@ ModelElement Model::createProxy(const MetaClass& metaClass, const Uuid& uuid) co
   return ModelElement(data().create(metaClass, uuid, nullptr, nullptr, true));
 }
 
-ModelElement Model::find(const Uuid& uuid) const { return ModelElement(data().find(uuid)); }
+ModelElement Model::find(const Uuid& uuid) const {
+  ModelElement::Impl* object = data().find(uuid);
+  return ModelElement(object && !object->isProxy() ? object : nullptr);
+}
 
 std::vector<ModelElement> Model::topLevel() const {
   ItemList& list = data().topLevel();
@@ -73,8 +76,28 @@ std::vector<ModelElement> Model::topLevel() const {
 
 ModelElement::Impl* Model::findTopLevel(const MetaClass& metaClass) const {
   ItemList& list = data().topLevel();
+  const auto fits = [](const ModelElement::Impl& object) {
+    return object.isAlive() && !object.container() && !object.isProxy();
+  };
+  // Mostly a model has one object of the class that is asked for: then its pool knows it, however many others there
+  // are.
+  std::size_t ofClass = 0;
+  data().forEachExtent([&](const Extent& extent) { ofClass += extent.metaClass().isA(metaClass) ? extent.size() : 0; });
+  if (ofClass < list.size()) {
+    ModelElement::Impl* found = nullptr;
+    bool several = false;
+    data().forEachExtent([&](const Extent& extent) {
+      if (extent.metaClass().isA(metaClass))
+        extent.forEach([&](ModelElement::Impl& object) {
+          if (fits(object))
+            several = std::exchange(found, &object) != nullptr || several;
+        });
+    });
+    if (!several)
+      return found;
+  }
   for (void* item = list.first(); item; item = list.nextOf(item))
-    if (auto* object = static_cast<ModelElement::Impl*>(item); object->isA(metaClass) && !object->isProxy())
+    if (auto* object = static_cast<ModelElement::Impl*>(item); object->isA(metaClass) && fits(*object))
       return object;
   return nullptr;
 }

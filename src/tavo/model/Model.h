@@ -70,7 +70,7 @@ public:
   /// written.
   ModelElement createProxy(const MetaClass& metaClass, const Uuid& uuid) const;
 
-  /// The object of that identity, or an empty handle.
+  /// The object of that identity, or an empty handle; stand-ins are not found.
   ModelElement find(const Uuid& uuid) const;
   template <class Facade>
   Facade find(const Uuid& uuid) const {
@@ -79,7 +79,7 @@ public:
 
   /// The top-level objects, in the model's order.
   std::vector<ModelElement> topLevel() const;
-  /// The first top-level object that has the class, or an empty handle.
+  /// The first top-level object that has the class, or an empty handle. Cheap where the class has few objects.
   template <class Facade>
   Facade findTopLevel() const {
     return ModelElement(findTopLevel(Facade::metaClass())).template as<Facade>();
@@ -87,8 +87,9 @@ public:
   std::size_t objectCount() const;
 
   /// Moves all contents of this model into another, handles included; both histories forget what they can no longer
-  /// take back: this model's is cleared, in the target the arrival is one change. Raises DuplicateIdentity before
-  /// anything has moved. Stand-ins on either side give way to the objects they stand for.
+  /// take back: this model's is cleared, in the target the arrival is one change. Stand-ins on either side give way to
+  /// the objects they stand for. Raises DuplicateIdentity, or UniquenessConstraint where an object cannot take the
+  /// place of its stand-in in a map, and MoveInsideTransaction, before anything has moved.
   void moveContentsTo(const Model& target) const;
 
   /// Whether changes are accepted: unless the host has frozen the model.

@@ -3,26 +3,39 @@
 
 #include "tavo/core/Errors.h"
 #include "tavo/model/FeatureFields.h"
-#include "tavo/model/Transaction.h"
 
 #include <cassert>
 
 namespace tavo {
-namespace {
 
 using Impl = ModelElement::Impl;
 
+namespace {
+
 String keyText(const MetaProperty& key, const void* value) { return errorArgument(valueText(*key.datatype(), value)); }
 
-/// What must hold before an object comes into a map.
-void requireFreeKeys(const ItemList& list, const Impl& object) {
-  for (std::size_t which = 0; which < 2; ++which)
-    if (const MetaProperty* key = list.property() ? list.property()->key(which) : nullptr)
-      if (list.findKey(which, object.field(*key)))
-        raise(FrameworkError::UniquenessConstraint, list.property()->name(), keyText(*key, object.field(*key)));
+} // namespace
+
+void ModelData::requireFree(const ItemList& list, const Impl& object) {
+  const MetaProperty* property = list.property();
+  if (!property)
+    return;
+  if (property->key(0) && !object.isProxy()) {
+    for (std::size_t which = 0; which < 2; ++which)
+      if (const MetaProperty* key = property->key(which); key && list.findKey(which, object.field(*key)))
+        raise(FrameworkError::UniquenessConstraint, property->name(), keyText(*key, object.field(*key)));
+    return;
+  }
+  const bool unique = property->key(0) || property->collection() == CollectionKind::set || property->opposite();
+  if (property->isReference() && unique && list.find(object))
+    raise(FrameworkError::UniquenessConstraint, property->name(), toText(object.uuid()));
 }
 
-} // namespace
+void ModelData::requireChangeable() const {
+  requireWritable();
+  if (recording_ == Recording::silent)
+    raise(FrameworkError::ChangeMustBeRecorded);
+}
 
 ItemList& ModelData::listFor(Impl& owner, const MetaProperty& property) {
   ListField& field = listField(owner, property);
@@ -55,13 +68,13 @@ Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool pr
 
 Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* container, const MetaProperty* property,
                         bool proxy) {
-  requireWritable();
+  requireChangeable();
   const Uuid uuid = wanted.is_nil() ? randomUuid() : wanted;
   Impl* standIn = wanted.is_nil() ? nullptr : identities_.find(uuid);
-  if (standIn && (proxy || !standIn->isProxy()))
+  if (standIn && (proxy || !standIn->isProxy() || !metaClass.isA(standIn->objectClass())))
     raise(FrameworkError::DuplicateIdentity, name_, toText(uuid));
 
-  Transaction change{Model(this)};
+  OneChange change(*this);
   const Placement last = makeRoom(container, property);
   reserveRecord();
   Impl& object = construct(metaClass, uuid, proxy);
@@ -85,7 +98,7 @@ Impl* ModelData::createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bo
 void ModelData::placeLast(Impl& object, Impl* container, const MetaProperty* property) {
   const Placement last = makeRoom(container, property);
   if (container && property->isMany())
-    requireFreeKeys(*listField(*container, *property).list, object);
+    requireFree(*listField(*container, *property).list, object);
   place(object, last);
 }
 
@@ -118,17 +131,19 @@ void ModelData::writeAttribute(Impl& object, const MetaProperty& property, void*
   const Datatype& type = *property.datatype();
   if (type.equal(object.field(property), value))
     return;
-  if (property.isKey())
+  if (property.isKey()) {
+    requireChangeable();
     forEachKeyedHolder(object, property, [&](ItemList& list, std::size_t which, void*) {
       if (list.hasOther(which, value, object))
         raise(FrameworkError::UniquenessConstraint, list.property()->name(), keyText(property, value));
     });
+  }
   if (!isRecording()) {
     swapAttribute(object, property, value);
     return;
   }
 
-  Transaction change{Model(this)};
+  OneChange change(*this);
   reserveRecord();
   Record record(Record::Kind::attribute, &object);
   record.property = property.index();
@@ -154,12 +169,12 @@ void ModelData::swapAttribute(Impl& object, const MetaProperty& property, void* 
 // Containment and references
 
 void ModelData::attach(Impl& child, Impl* container, const MetaProperty* property, Impl* previous) {
-  requireWritable();
-  Transaction change{Model(this)};
+  requireChangeable();
+  OneChange change(*this);
   Placement place = makeRoom(container, property);
   place.previous = previous;
   if (container && property->isMany())
-    requireFreeKeys(*listField(*container, *property).list, child);
+    requireFree(*listField(*container, *property).list, child);
   reserveRecord();
 
   Record record(Record::Kind::placement, &child);
@@ -171,20 +186,16 @@ void ModelData::attach(Impl& child, Impl* container, const MetaProperty* propert
 }
 
 void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, void* previous) {
-  requireWritable();
-  Transaction change{Model(this)};
+  requireChangeable();
+  OneChange change(*this);
   const MetaProperty* opposite = property.opposite();
-  ItemList* list = nullptr;
-  ItemList* opposed = nullptr;
-  const auto prepare = [this](Impl& owner, const MetaProperty& feature, Impl& item) -> ItemList* {
+  const auto prepare = [this](Impl& owner, const MetaProperty& feature, const Impl& item) -> ItemList* {
     if (!feature.isMany())
       return nullptr;
-    ItemList& prepared = listFor(owner, feature);
-    requireFreeKeys(prepared, item);
-    if (!feature.key(0) && (feature.collection() == CollectionKind::set || feature.opposite()) && prepared.find(item))
-      raise(FrameworkError::UniquenessConstraint, feature.name(), toText(item.uuid()));
-    prepared.reserveOne();
-    return &prepared;
+    ItemList& list = listFor(owner, feature);
+    requireFree(list, item);
+    list.reserveOne();
+    return &list;
   };
   if (opposite && opposite->kind() == FeatureKind::refersOne)
     if (Link* former = linkField(target, *opposite)) {
@@ -193,9 +204,8 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
         raise(FrameworkError::UniquenessConstraint, property.name(), toText(target.uuid()));
       unlink(*former);
     }
-  list = prepare(source, property, target);
-  if (opposite)
-    opposed = prepare(target, *opposite, source);
+  ItemList* list = prepare(source, property, target);
+  ItemList* opposed = opposite ? prepare(target, *opposite, source) : nullptr;
   reserveRecord();
   Link* made = links_.create();
   if (opposite) {
@@ -222,14 +232,14 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
 }
 
 void ModelData::unlink(Link& link) {
-  requireWritable();
+  requireChangeable();
   if (!isRecording()) {
     void* ignored = nullptr;
     toggle(link, ignored, ignored);
     release(link);
     return;
   }
-  Transaction change{Model(this)};
+  OneChange change(*this);
   reserveRecord();
   Record record(&link);
   record.otherAlive = true;
@@ -239,8 +249,8 @@ void ModelData::unlink(Link& link) {
 }
 
 void ModelData::destroyTree(Impl& root, bool withHooks, bool withContents) {
-  requireWritable();
-  Transaction change{Model(this)};
+  requireChangeable();
+  OneChange change(*this);
   std::vector<Impl*> tree;
   if (withHooks) {
     // Hooks may change what they find, so the tree is gathered again when they have run.
@@ -278,17 +288,21 @@ void ModelData::destroyTree(Impl& root, bool withHooks, bool withContents) {
     keep(record);
     setAlive(*tree[i], false);
   }
-  reserveRecord();
-  Record record(Record::Kind::placement, &root);
-  record.otherAlive = true;
-  record.changesLife = true;
-  record.place = detach(root);
-  keep(record);
-  setAlive(root, false);
+  bury(root);
   if (!isRecording())
     for (Impl* object : tree)
       release(*object);
   change.commit();
+}
+
+void ModelData::bury(Impl& object) {
+  reserveRecord();
+  Record record(Record::Kind::placement, &object);
+  record.otherAlive = true;
+  record.changesLife = true;
+  record.place = detach(object);
+  keep(record);
+  setAlive(object, false);
 }
 
 void ModelData::clearReferences(Impl& object) {

@@ -4,7 +4,6 @@
 #include "tavo/model/FeatureFields.h"
 
 #include <algorithm>
-#include <cassert>
 
 namespace tavo {
 
@@ -14,9 +13,9 @@ using Impl = ModelElement::Impl;
 
 ModelData::ModelData(Constellation* home) : constellation_(home) { home->models_.push_back(this); }
 
-ModelData::~ModelData() { close(); }
-
 void ModelData::removeRef() noexcept {
+  if (handles_ == 1)
+    close();
   if (--handles_ == 0)
     delete this;
 }
@@ -24,6 +23,7 @@ void ModelData::removeRef() noexcept {
 void ModelData::close() noexcept {
   if (!open_)
     return;
+  const Model alive(this); // what ends with the model may hold its last handle, or ask for others
   open_ = false;
   if (constellation_)
     std::erase(constellation_->models_, this);
@@ -38,21 +38,18 @@ void ModelData::close() noexcept {
 void ModelData::dropContents() noexcept {
   log_.rollbackTo(0);
   log_.clear();
+  // Values may hold handles, and their destructors may look at them: so all objects are dead before the first one goes,
+  // and the model is empty.
+  forEachExtent([this](const Extent& extent) { extent.forEach([this](Impl& object) { setAlive(object, false); }); });
   identities_.clear();
-  for (auto& [metaClass, extent] : extents_)
-    Extent::orphan(std::move(extent));
-  extents_.clear();
-  lastExtent_ = nullptr;
   topLevel_.clear();
-  links_.clear();
-  alive_ = 0;
+  lastExtent_ = nullptr;
+  const LinkPool links = std::exchange(links_, {});
+  for (auto& [metaClass, extent] : std::exchange(extents_, {}))
+    Extent::orphan(std::move(extent));
 }
 
-void ModelData::requireWritable() const {
-  assert(thread_ == std::this_thread::get_id() && "a model belongs to one thread");
-  if (!isOpenForWriting())
-    raise(FrameworkError::ModelFrozen);
-}
+void ModelData::raiseNotWritable() { raise(FrameworkError::ModelFrozen); }
 
 void ModelData::requireStillHistory() const {
   if (announcingHistory_)
@@ -166,6 +163,10 @@ void ModelData::toggle(Link& link, void*& previous, void*& twinPrevious) noexcep
 }
 
 void ModelData::release(Impl& object) noexcept {
+  // What is destroyed has no links any more; but objects that came from another model, and whose coming is taken back,
+  // have those they came with.
+  for (const MetaProperty* property : object.objectClass().references())
+    forEachLink(object, *property, [this](Link& link) { links_.release(&link); });
   identities_.erase(object);
   Extent::of(object).release(object);
 }

@@ -8,6 +8,7 @@
 #include "tavo/model/Transaction.h"
 #include "tavo/model/UndoLog.h"
 
+#include <cassert>
 #include <thread>
 
 namespace tavo {
@@ -37,7 +38,6 @@ enum class Recording : std::uint8_t {
 class ModelData {
 public:
   explicit ModelData(Constellation* constellation);
-  ~ModelData();
 
   void addRef() noexcept { ++handles_; }
   void removeRef() noexcept;
@@ -98,7 +98,11 @@ public:
   // Transactions
 
   bool isOpenForWriting() const { return open_ && !frozen_ && !announcingHistory_; }
-  void requireWritable() const;
+  void requireWritable() const {
+    assert(thread_ == std::this_thread::get_id() && "a model belongs to one thread");
+    if (!isOpenForWriting())
+      raiseNotWritable();
+  }
   /// Raises ModelFrozen while a step of the history is being announced.
   void requireStillHistory() const;
   Savepoint begin() {
@@ -131,6 +135,12 @@ public:
   void release(Link& link) noexcept;
 
 private:
+  class OneChange;
+  struct Replacement {
+    ModelElement::Impl* standIn;
+    ModelElement::Impl* object;
+  };
+
   friend void checkInvariants(const Model& model);
 
   Extent& extentFor(const MetaClass& metaClass);
@@ -144,7 +154,18 @@ private:
   ModelElement::Impl& construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
   /// Lets the object take over every reference to its stand-in, which is destroyed.
   void giveWay(ModelElement::Impl& standIn, ModelElement::Impl& object);
-  void notify(Step& step, std::size_t from, bool undone) noexcept;
+  /// The stand-ins on either side that have to give way when the contents of `other` come here.
+  std::vector<Replacement> replacementsFor(ModelData& other) const;
+  /// Room for the rest of moving contents here, which then cannot fail.
+  void reserveArrival(ModelData& other, const std::vector<Replacement>& replacements);
+  /// Raises UniquenessConstraint unless the object may come into the list: what is unique is not there yet.
+  static void requireFree(const ItemList& list, const ModelElement::Impl& object);
+  [[noreturn]] static void raiseNotWritable();
+  /// Raises unless keys, references and containments may change.
+  void requireChangeable() const;
+  /// Takes an object that has no references any more out of its place and out of life.
+  void bury(ModelElement::Impl& object);
+  void notify(const ChangeSet& changes) noexcept;
   bool isRecording() const { return recording_ == Recording::steps; }
   void reserveRecord() {
     if (isRecording())
@@ -173,6 +194,27 @@ private:
   std::vector<std::function<void()>> endActions_;
   std::vector<std::shared_ptr<ListenerToken::Entry>> listeners_;
   std::thread::id thread_ = std::this_thread::get_id();
+};
+
+/// What a Transaction is, for changes in here: they cost so little that keeping a handle of the model would show.
+class ModelData::OneChange {
+public:
+  explicit OneChange(ModelData& model) : model_(model), savepoint_(model.begin()) {}
+  OneChange(const OneChange&) = delete;
+  OneChange& operator=(const OneChange&) = delete;
+  ~OneChange() {
+    if (open_)
+      model_.rollback(savepoint_);
+  }
+  void commit() {
+    open_ = false;
+    model_.commit();
+  }
+
+private:
+  ModelData& model_;
+  Savepoint savepoint_;
+  bool open_ = true;
 };
 
 inline Record* ModelData::keep(const Record& record) noexcept {

@@ -20,6 +20,17 @@ void requireFitting(const ModelElement::Impl& owner, const MetaProperty& propert
           property.target()->name());
 }
 
+/// For objects that are reached not through a handle but through themselves. What is gone may have no model any more.
+void requireAlive(const ModelElement::Impl& object) {
+  if (!object.isAlive())
+    raise(FrameworkError::NonExistentObject, object.objectClass().name());
+}
+
+/// A feature that a new target replaces the former of.
+bool isToOneReference(const MetaProperty& property) {
+  return property.kind() == FeatureKind::refersOne || property.kind() == FeatureKind::container;
+}
+
 /// The item behind which something at `position` of an ordered list stands.
 void* itemBefore(ItemList& list, std::size_t position) {
   if (position >= list.size())
@@ -130,6 +141,7 @@ Value ModelElement::Impl::getPropertyValue(const MetaProperty& property) const {
 }
 
 void ModelElement::Impl::setPropertyValue(const MetaProperty& property, const Value& value) {
+  requireAlive(*this);
   if (!isA(property.owner()))
     raise(FrameworkError::NoSuchProperty, property.name(), objectClass().name());
   if (!property.isWritable())
@@ -214,14 +226,14 @@ Value ModelElement::Impl::getOldValue(const MetaProperty& property) const {
 }
 
 void ModelElement::Impl::requireWritable(const MetaProperty& property) const {
-  if (!isAlive())
-    raise(FrameworkError::NonExistentObject, objectClass().name());
+  requireAlive(*this);
   data().requireWritable();
   if (isProxy())
     raise(FrameworkError::CannotModifyProxy, objectClass().name(), property.name());
 }
 
 void ModelElement::Impl::writeAttribute(const MetaProperty& property, void* value) {
+  requireAlive(*this);
   data().writeAttribute(*this, property, value);
 }
 
@@ -278,6 +290,8 @@ void ModelElement::Impl::setOne(const MetaProperty& property, Impl* target) {
 void ModelElement::Impl::add(const MetaProperty& property, Impl* item, std::size_t position) {
   requireWritable(property);
   requireFitting(*this, property, item);
+  if (isToOneReference(property))
+    return setOne(property, item);
   if (property.isReference()) {
     ItemList* list = items(property);
     data().link(*this, property, *item, list ? itemBefore(*list, position) : nullptr);
@@ -302,8 +316,13 @@ void ModelElement::Impl::add(const MetaProperty& property, Impl* item, std::size
 
 void ModelElement::Impl::remove(const MetaProperty& property, Impl* item) {
   requireWritable(property);
-  if (!item || !item->isAlive())
+  if (!item || !item->isAlive() || !item->isA(*property.target()))
     return;
+  if (isToOneReference(property)) {
+    if (one(property) == item)
+      setOne(property, nullptr);
+    return;
+  }
   if (property.isReference()) {
     ItemList* list = items(property);
     if (void* link = list ? list->find(*item) : nullptr)
@@ -322,6 +341,7 @@ bool ModelElement::Impl::hasContents() const {
 }
 
 void ModelElement::Impl::replace(const MetaProperty& property, Impl* child) {
+  requireWritable(property);
   Impl* present = one(property);
   if (present == child)
     return;
@@ -360,6 +380,7 @@ ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property,
 }
 
 void ModelElement::Impl::doDestroy(bool withHooks, bool withContents) {
+  requireAlive(*this);
   data().destroyTree(*this, withHooks, withContents);
 }
 
@@ -375,21 +396,9 @@ void ModelElement::Impl::basicDisassociateAll() {
   transaction.commit();
 }
 
-void ModelElement::Impl::inverseAdd(Impl& element, const MetaProperty& property) {
-  if (property.kind() == FeatureKind::refersOne || property.kind() == FeatureKind::container)
-    setOne(property, &element);
-  else
-    add(property, &element);
-}
+void ModelElement::Impl::inverseAdd(Impl& element, const MetaProperty& property) { add(property, &element); }
 
-void ModelElement::Impl::inverseRemove(Impl& element, const MetaProperty& property) {
-  if (property.kind() == FeatureKind::refersOne || property.kind() == FeatureKind::container) {
-    if (one(property) == &element)
-      setOne(property, nullptr);
-  } else {
-    remove(property, &element);
-  }
-}
+void ModelElement::Impl::inverseRemove(Impl& element, const MetaProperty& property) { remove(property, &element); }
 
 bool ModelElement::Impl::inverseContainsProxyTo(const Impl& element, const MetaProperty& property) const {
   if (!property.isMany() || !items(property))

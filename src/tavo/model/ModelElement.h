@@ -240,8 +240,8 @@ public:
   void setOne(const MetaProperty& property, Impl* target);
   /// The list of a to-many feature; null while it is empty.
   ItemList* items(const MetaProperty& property) const;
-  /// Adds to a containment (to one or to many) or to a to-many reference, for sequences before the given position
-  /// (default: the end).
+  /// Adds to a containment or a reference, for sequences before the given position (default: the end); a to-one
+  /// reference takes the item in place of what it has.
   void add(const MetaProperty& property, Impl* item, std::size_t position = static_cast<std::size_t>(-1));
   /// Takes an item out of such a feature: a contained object becomes top-level. Nothing when it is not in there.
   void remove(const MetaProperty& property, Impl* item);

@@ -3,66 +3,149 @@
 
 #include "tavo/core/Errors.h"
 #include "tavo/model/FeatureFields.h"
-#include "tavo/model/Transaction.h"
+
+#include <algorithm>
 
 namespace tavo {
 
 using Impl = ModelElement::Impl;
 
+namespace {
+
+/// Calls `visit(link)` for each link that leads to a stand-in, which has none of its own; they may be unlinked
+/// meanwhile.
+template <class Visit>
+void forEachLinkTo(Impl& standIn, Link* incoming, const Visit& visit) {
+  while (incoming) {
+    Link& link = *incoming;
+    incoming = link.next;
+    visit(link);
+  }
+  for (const MetaProperty* property : standIn.objectClass().references())
+    if (property->opposite())
+      forEachLink(standIn, *property, [&](Link& link) { visit(*link.twin()); });
+}
+
+/// An object that is about to come into a collection.
+struct Newcomer {
+  ItemList* list;
+  const Impl* object;
+};
+
+/// What each for itself may come into a map may still clash with another newcomer.
+void requireDifferentKeys(std::span<const Newcomer> newcomers) {
+  const MetaProperty& property = *newcomers.front().list->property();
+  for (std::size_t which = 0; which < 2; ++which) {
+    const MetaProperty* key = property.key(which);
+    if (!key)
+      continue;
+    std::vector<const void*> values;
+    for (const Newcomer& each : newcomers)
+      if (!each.object->isProxy())
+        values.push_back(each.object->field(*key));
+    const auto compare = key->datatype()->compare;
+    std::sort(values.begin(), values.end(), [&](auto* a, auto* b) { return compare(a, b) < 0; });
+    const auto twice =
+        std::adjacent_find(values.begin(), values.end(), [&](auto* a, auto* b) { return compare(a, b) == 0; });
+    if (twice != values.end())
+      raise(FrameworkError::UniquenessConstraint, property.name(), errorArgument(valueText(*key->datatype(), *twice)));
+  }
+}
+
+} // namespace
+
 void ModelData::giveWay(Impl& standIn, Impl& object) {
   // The standing-in end of each link is replaced; the other end keeps its place in its list.
-  const auto redirect = [&](Link& link) {
+  forEachLinkTo(standIn, standIn.incoming_, [&](Link& link) {
     Impl& source = *link.source;
     const MetaProperty& feature = link.feature();
     void* previous = feature.isMany() ? listField(source, feature).list->previousOf(&link) : nullptr;
     unlink(link);
     this->link(source, feature, object, previous);
-  };
-  while (standIn.incoming_)
-    redirect(*standIn.incoming_);
-  for (const MetaProperty* property : standIn.objectClass().references())
-    if (property->opposite())
-      forEachLink(standIn, *property, [&](Link& link) { redirect(*link.twinOrPrevious); });
-  destroyTree(standIn, false, true);
+  });
+  bury(standIn);
+  if (!isRecording())
+    release(standIn);
 }
 
-void ModelData::adoptContents(ModelData& other) {
-  requireWritable();
-  other.requireWritable();
-  if (&other == this)
-    return;
-  if (other.inTransaction())
-    raise(FrameworkError::UndoInsideTransaction);
-  std::vector<std::pair<Impl*, Impl*>> standIns; // stand-in, object
+std::vector<ModelData::Replacement> ModelData::replacementsFor(ModelData& other) const {
+  std::vector<Replacement> replacements;
   other.forEachExtent([&](const Extent& extent) {
-    extent.forEach([&](Impl& object) {
-      Impl* here = object.isAlive() ? identities_.find(object.uuid()) : nullptr;
+    extent.forEach([&](Impl& arriving) {
+      Impl* here = arriving.isAlive() ? identities_.find(arriving.uuid()) : nullptr;
       if (!here)
         return;
-      if (here->isProxy())
-        standIns.emplace_back(here, &object);
-      else if (object.isProxy())
-        standIns.emplace_back(&object, here);
+      if (here->isProxy() && arriving.isA(here->objectClass()))
+        replacements.push_back({here, &arriving});
+      else if (arriving.isProxy() && here->isA(arriving.objectClass()))
+        replacements.push_back({&arriving, here});
       else
-        raise(FrameworkError::DuplicateIdentity, name_, toText(object.uuid()));
+        raise(FrameworkError::DuplicateIdentity, name_, toText(arriving.uuid()));
     });
   });
+  return replacements;
+}
 
-  Transaction change{Model(this)};
+void ModelData::reserveArrival(ModelData& other, const std::vector<Replacement>& replacements) {
+  std::vector<Newcomer> newcomers;
+  std::size_t links = 0;
+  for (const auto& [standIn, object] : replacements)
+    forEachLinkTo(*standIn, standIn->incoming_, [&, object = object](Link& link) {
+      ++links;
+      if (const MetaProperty& feature = link.feature(); feature.isMany())
+        newcomers.push_back({listField(*link.source, feature).list, object});
+      if (const MetaProperty* opposite = link.feature().opposite(); opposite && opposite->isMany())
+        newcomers.push_back({&listFor(*object, *opposite), link.source});
+    });
+  std::sort(newcomers.begin(), newcomers.end(),
+            [](const Newcomer& a, const Newcomer& b) { return std::less<>()(a.list, b.list); });
+  for (auto from = newcomers.begin(); from != newcomers.end();) {
+    const auto to = std::find_if(from, newcomers.end(), [&](const Newcomer& each) { return each.list != from->list; });
+    for (auto each = from; each != to; ++each)
+      requireFree(*each->list, *each->object);
+    requireDifferentKeys({from, to});
+    from->list->reserve(from->list->size() + static_cast<std::size_t>(to - from));
+    from = to;
+  }
+
   const std::size_t arriving = other.identities_.size();
   reserveIdentities(arriving);
   for (const auto& [metaClass, extent] : other.extents_)
     extentFor(*metaClass).reserveAdoption(*extent);
+  if (links > 0)
+    links_.reserve(2 * links);
   links_.reserveAdoption(other.links_);
   topLevel_.reserve(topLevel_.size() + other.topLevel_.size());
+  // A link that is led elsewhere takes two records, and a third where it takes the place of another.
   if (isRecording())
-    log_.open().reserveRecords(arriving);
+    log_.open().reserveRecords(arriving + 3 * links + replacements.size());
+}
 
-  // From here on only stand-ins that give way can fail.
-  other.log_.clear();
-  for (auto& [metaClass, extent] : other.extents_) {
+void ModelData::adoptContents(ModelData& other) {
+  requireChangeable();
+  other.requireChangeable();
+  if (&other == this)
+    return;
+  if (other.inTransaction())
+    raise(FrameworkError::MoveInsideTransaction);
+  const auto replacements = replacementsFor(other);
+  std::vector<Change> gone;
+  if (!other.listeners_.empty())
+    other.forEachExtent([&](const Extent& extent) {
+      extent.forEach([&](Impl& object) {
+        if (object.isAlive())
+          gone.push_back({Change::Kind::destroyed, ModelElement(&object), object.uuid(), &object.objectClass()});
+      });
+    });
+  OneChange change(*this);
+  reserveArrival(other, replacements);
+
+  // From here on nothing can fail.
+  for (const auto& [metaClass, extent] : other.extents_) {
     extent->forEach([&](Impl& object) {
       identities_.insert(object);
+      if (!object.isAlive())
+        return;
       Record record(object.container_ ? Record::Kind::state : Record::Kind::placement, &object);
       record.changesLife = true;
       keep(record);
@@ -78,11 +161,16 @@ void ModelData::adoptContents(ModelData& other) {
     item = next;
   }
   other.identities_.clear();
-  other.lastExtent_ = nullptr;
-  other.extents_.clear();
-  for (const auto& [standIn, object] : standIns)
+  for (const auto& [standIn, object] : replacements)
     giveWay(*standIn, *object);
+  log_.forgetAllOf(other.log_);
+  const Model emptied(&other);
   change.commit();
+  if (!emptied || gone.empty())
+    return;
+  OneChange answers(other); // of listeners, which are announced in turn
+  other.notify(ChangeSet(other, std::move(gone)));
+  answers.commit();
 }
 
 } // namespace tavo

@@ -56,7 +56,7 @@ void ModelData::commit() {
     int round = 0;
     for (; from < log_.openSize() && round < mostListenerRounds; ++round) {
       const std::size_t end = log_.openSize();
-      notify(*log_.current(), from, false);
+      notify(ChangeSet(*this, *log_.current(), from, end, false));
       from = end;
     }
     if (from < log_.openSize())
@@ -92,12 +92,11 @@ void ModelData::undo(bool forward) {
     return;
   const Model alive(this);
   announcingHistory_ = true; // the history must not move under the listeners
-  notify(step, 0, !forward);
+  notify(ChangeSet(*this, step, 0, step.size(), !forward));
   announcingHistory_ = false;
 }
 
-void ModelData::notify(Step& step, std::size_t from, bool undone) noexcept {
-  const ChangeSet changes(*this, step, from, undone);
+void ModelData::notify(const ChangeSet& changes) noexcept {
   for (std::size_t i = 0; i < listeners_.size(); ++i) { // listeners may come meanwhile
     const std::shared_ptr<ListenerToken::Entry> entry = listeners_[i];
     if (!entry->active)

@@ -105,6 +105,19 @@ void UndoLog::discard(Record& record) noexcept {
   }
 }
 
+/// The record is off the step before it is discarded: the destructor of a value may write, which adds a record.
+void UndoLog::discardLast() noexcept {
+  Record& last = current_->last();
+  Record record = last;
+  if (last.kind == Record::Kind::attribute) {
+    const Datatype& type = *last.object->objectClass().at(last.property).datatype();
+    type.move(record.value, last.value);
+    type.destroy(last.value);
+  }
+  current_->popLast();
+  discard(record);
+}
+
 void UndoLog::discardRecords(Step& step, bool applied) noexcept {
   if (applied)
     step.forEach([&](Record& record) { discard(record); });
@@ -123,10 +136,8 @@ void UndoLog::rollbackTo(std::size_t size) noexcept {
   if (!current_)
     return;
   while (current_->size() > size) {
-    Record& record = current_->last();
-    apply(record);
-    discard(record);
-    current_->popLast();
+    apply(current_->last());
+    discardLast();
   }
   if (size == 0)
     recycle(current_.release());
@@ -139,14 +150,16 @@ void UndoLog::close() noexcept {
     recycle(current_.release());
     return;
   }
-  forgetUndone();
+  // What is forgotten may hold values whose destructors do anything: so it goes when the history is in order.
   Step* step = current_.release();
+  Step* undone = std::exchange(undone_, nullptr);
   step->serial = nextSerial();
   step->previous = done_;
   step->next = nullptr;
   (done_ ? done_->next : oldest_) = step;
   done_ = step;
   ++count_;
+  forgetUndone(undone);
   while (count_ > depth_)
     dropOldest();
 }
@@ -160,9 +173,8 @@ void UndoLog::dropOldest() noexcept {
   recycle(step);
 }
 
-void UndoLog::forgetUndone() noexcept {
+void UndoLog::forgetUndone(Step* step) noexcept {
   // What is farthest from today goes first: it was made last.
-  Step* step = undone_;
   while (step && step->next)
     step = step->next;
   while (step) {
@@ -171,7 +183,6 @@ void UndoLog::forgetUndone() noexcept {
     recycle(step);
     step = previous;
   }
-  undone_ = nullptr;
 }
 
 Step& UndoLog::undo() noexcept {
@@ -209,9 +220,22 @@ void UndoLog::setDepth(std::size_t depth) noexcept {
 }
 
 void UndoLog::clear() noexcept {
-  forgetUndone();
+  forgetUndone(std::exchange(undone_, nullptr));
   while (oldest_)
     dropOldest();
+}
+
+void UndoLog::forgetAllOf(UndoLog& other) noexcept {
+  Step* undone = std::exchange(other.undone_, nullptr);
+  Step* done = std::exchange(other.oldest_, nullptr);
+  other.done_ = nullptr;
+  other.count_ = 0;
+  forgetUndone(undone);
+  while (done) {
+    Step* step = std::exchange(done, done->next);
+    discardRecords(*step, true);
+    recycle(step);
+  }
 }
 
 } // namespace tavo

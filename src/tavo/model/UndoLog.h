@@ -151,6 +151,8 @@ public:
   void setDepth(std::size_t depth) noexcept;
   std::size_t depth() const { return depth_; }
   void clear() noexcept;
+  /// Clears the history of another model all of whose objects, dead ones too, are in this log's model now.
+  void forgetAllOf(UndoLog& other) noexcept;
 
   /// Swaps the change of a record. Never raises.
   void apply(Record& record) noexcept;
@@ -160,11 +162,12 @@ public:
 private:
   /// Forgets a record, and with it the object or link that only the record can bring back.
   void discard(Record& record) noexcept;
+  void discardLast() noexcept;
   /// Forgets the records of a step, from the oldest when they stand, from the newest when they do not.
   void discardRecords(Step& step, bool applied) noexcept;
   void recycle(Step* step) noexcept;
   void dropOldest() noexcept;
-  void forgetUndone() noexcept;
+  void forgetUndone(Step* step) noexcept;
 
   ModelData& model_;
   std::unique_ptr<Step> current_;

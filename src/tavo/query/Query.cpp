@@ -70,10 +70,11 @@ void Query::forEach(const MetaClass& metaClass, ClassMatch match, const Term& te
       match == ClassMatch::exact ? std::vector<const MetaClass*>{&metaClass} : metaClass.withSubclasses();
   bool goOn = true;
   for (const MetaClass* each : classes)
-    if (const Extent* extent = data.extentOf(*each))
+    if (const Extent* extent = goOn ? data.extentOf(*each) : nullptr)
       extent->forEach([&](Impl& object) {
-        if (goOn && object.isAlive() && !object.isProxy() && term.holds(object))
-          goOn = visit(object);
+        if (object.isAlive() && !object.isProxy() && term.holds(object))
+          goOn = visit(object) && model_; // the visit may end the model
+        return goOn;
       });
 }
 

@@ -126,7 +126,7 @@ public:
     return select<Facade>(of.metaClass(), of.match(), term);
   }
 
-  /// Calls `visit` until it answers false. It must not create or destroy objects.
+  /// Calls `visit` until it answers false. It may create and destroy objects; whether it sees new ones is open.
   void forEach(const MetaClass& metaClass, ClassMatch match, const Term& term,
                const std::function<bool(ModelElement::Impl&)>& visit) const;
 
