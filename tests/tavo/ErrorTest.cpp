@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <limits>
 #include <stdexcept>
 #include <type_traits>
 
@@ -44,6 +45,13 @@ TEST(ErrorTest, TakesArgumentsOfManyKinds) {
   });
   EXPECT_THAT(error.arguments(),
               ElementsAre(u"42", u"-7", u"18446744073709551615", u"0.100000", u"a/b", u"caf\uFFFD", u"\xD800"));
+}
+
+TEST(ErrorTest, ShowsNumbersShorterThanItsArguments) {
+  const auto error = errorOf([] { raise(ErrorId("test:Bounds"), 1e-9, -1.5, std::numeric_limits<double>::max(), 3); });
+  EXPECT_EQ(error.message(), u"test:Bounds: 1e-09, -1.5, 1.7976931348623157e+308, 3");
+  EXPECT_EQ(error.arguments()[0], u"0.000000");
+  EXPECT_EQ(error.arguments()[2].size(), 316u);
 }
 
 TEST(ErrorTest, NamesItsCausesOnePerLine) {

@@ -69,9 +69,10 @@ struct Error::Payload {
   std::string what;
 };
 
-Error::Error(ErrorId id, std::vector<String> arguments, std::shared_ptr<const Error> cause) {
+Error::Error(ErrorId id, std::vector<String> arguments, std::shared_ptr<const Error> cause,
+             const std::vector<String>& shown) {
   auto payload = std::make_shared<Payload>(Payload{id, std::move(arguments), std::move(cause), {}, {}});
-  payload->message = makeMessage(id, payload->arguments);
+  payload->message = makeMessage(id, shown.empty() ? payload->arguments : shown);
   payload->what = toPrintable(payload->message);
   if (payload->cause)
     payload->what.append("\n  because ").append(payload->cause->what());
@@ -96,13 +97,15 @@ std::shared_ptr<const Error> Error::asCause(const std::exception& cause) {
                                        std::vector<String>{errorArgument(std::string_view(cause.what()))});
 }
 
-void throwError(ErrorId id, std::initializer_list<String> arguments, const std::exception* cause) {
-  throw Error(id, arguments, cause ? Error::asCause(*cause) : nullptr);
+void throwError(ErrorId id, std::initializer_list<String> arguments, const std::exception* cause,
+                std::initializer_list<String> shown) {
+  throw Error(id, arguments, cause ? Error::asCause(*cause) : nullptr, shown);
 }
 
 String errorArgument(long long number) { return numberText(number); }
 String errorArgument(unsigned long long number) { return numberText(number); }
 String errorArgument(double number) { return numberText(number, std::chars_format::fixed, 6); }
 String errorArgument(std::string_view utf8) { return toUtf16Lenient(utf8); }
+String shownArgument(double number) { return numberText(number); }
 
 } // namespace tavo

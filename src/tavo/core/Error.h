@@ -33,7 +33,9 @@ private:
 /// what() may be read on any thread, the arguments are Strings and belong to the thread that raised.
 class TAVO_EXPORT Error : public std::exception {
 public:
-  Error(ErrorId id, std::vector<String> arguments, std::shared_ptr<const Error> cause = nullptr);
+  /// `shown` are the arguments as the message has them, where that is not how callers compare them.
+  Error(ErrorId id, std::vector<String> arguments, std::shared_ptr<const Error> cause = nullptr,
+        const std::vector<String>& shown = {});
   Error(const Error&) noexcept;
   Error& operator=(const Error&) noexcept;
   ~Error() override;
@@ -91,19 +93,39 @@ String toErrorArgument(const T& value) {
     return errorArgument(static_cast<long long>(value));
 }
 
+/// The shortest text of a floating-point number that reads back as the same: six digits after the point are too few for
+/// people who look at 1e-9, and the largest double has 309 before it.
+TAVO_EXPORT String shownArgument(double number);
+
+template <ErrorArgument T>
+String toShownArgument(const T& value) {
+  if constexpr (std::floating_point<T>)
+    return shownArgument(static_cast<double>(value));
+  else
+    return toErrorArgument(value);
+}
+
 [[noreturn]] TAVO_EXPORT void throwError(ErrorId id, std::initializer_list<String> arguments,
-                                         const std::exception* cause);
+                                         const std::exception* cause, std::initializer_list<String> shown);
+
+template <ErrorArgument... Args>
+[[noreturn]] void throwErrorWith(ErrorId id, const std::exception* cause, const Args&... args) {
+  if constexpr ((std::floating_point<Args> || ...))
+    throwError(id, {toErrorArgument(args)...}, cause, {toShownArgument(args)...});
+  else
+    throwError(id, {toErrorArgument(args)...}, cause, {});
+}
 
 /// Throws an Error.
 template <ErrorArgument... Args>
 [[noreturn]] void raise(ErrorId id, const Args&... args) {
-  throwError(id, {toErrorArgument(args)...}, nullptr);
+  throwErrorWith(id, nullptr, args...);
 }
 
 /// Throws an Error that was caused by another exception.
 template <ErrorArgument... Args>
 [[noreturn]] void raiseBecause(const std::exception& cause, ErrorId id, const Args&... args) {
-  throwError(id, {toErrorArgument(args)...}, &cause);
+  throwErrorWith(id, &cause, args...);
 }
 
 } // namespace tavo

@@ -1,16 +1,11 @@
 #include "zelkor/framework/Diagnostics.h"
 
 #include "kavra/Diagnostics.h"
+#include "tavo/core/Utf.h"
 #include "tavo/model/Model.h"
 
 namespace zelkor {
 namespace {
-
-/// For people: what is no valid text is shown as well as it can be, since a report must not fail over its words.
-std::string readable(const tavo::Error& error) {
-  const tavo::Error alone(error.id(), error.arguments());
-  return alone.what();
-}
 
 /// Listeners of models that raise are reported like everything else.
 const bool listenersReport = [] {
@@ -27,9 +22,9 @@ void reportWarning(const std::exception& error) {
   diagnostic.id = known->id().text();
   for (const auto& argument : known->arguments())
     diagnostic.arguments.emplace_back(argument.view());
-  diagnostic.text = readable(*known);
+  diagnostic.text = tavo::toPrintable(known->message());
   for (auto cause = known->cause(); cause; cause = cause->cause())
-    diagnostic.causes.push_back(readable(*cause));
+    diagnostic.causes.push_back(tavo::toPrintable(cause->message()));
   kavra::report(diagnostic);
 }
 
