@@ -97,6 +97,20 @@ TEST_F(NamedElementTest, ACompositionIsCopiedWithFreshIdentities) {
   EXPECT_EQ(copied.defaultValue().getValueIfExists(), number(5));
 }
 
+TEST_F(NamedElementTest, ACompositionIsCopiedIntoAnotherModel) {
+  auto definition = set.addProperty(u"speed", u"double");
+  definition.setDefaultPropertyValue(u"5", u"m");
+  const auto other = tavo::Model::create();
+  const auto copy = set.cloneComposition(other, {}, {}).cast<PropertySet>();
+  model.destroy();
+  const auto copied = copy.getPropertyByName(u"speed");
+  EXPECT_EQ(copied.getDefaultPropertyValue(), (std::vector<tavo::String>{u"5", u"m"}));
+  EXPECT_EQ(copied.getType(), copied.ownedType()) << "what is copied along refers to each other";
+  EXPECT_EQ(copied.ownedType().getBaseType(), copy.valueTypes().find(u"double"));
+  EXPECT_ERROR_UNCHANGED(other, copied.setUnit(u"smoots"), "kavra:units:UnknownUnit");
+  tavo::checkInvariants(other);
+}
+
 TEST_F(NamedElementTest, ACloneContextKeepsTheFirstCopyOfASource) {
   const auto context = internal::clone::CloneContext::create(model);
   const auto source = tavo::randomUuid(), first = tavo::randomUuid(), second = tavo::randomUuid();

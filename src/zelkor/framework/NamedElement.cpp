@@ -4,9 +4,49 @@
 #include "kavra/Error.h"
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
-#include "zelkor/clone/CloneContext.h"
+#include "zelkor/clone/CopyTransaction.h"
+#include "zelkor/property/RealType.impl.h"
+#include "zelkor/property/UnitQueryClientWrapper.h"
+#include "zelkor/services/Proxies.h"
+#include "zelkor/services/ProxySource.impl.h"
+
+#include <unordered_map>
 
 namespace zelkor::internal {
+namespace {
+
+namespace proxy = services::proxy;
+
+/// The copy of each source, by identity.
+using Copies = std::unordered_map<tavo::Uuid, tavo::Uuid, tavo::UuidHash>;
+
+// References that lead out of what is copied. They are not copied but made anew, since the copy may be in another
+// model.
+
+const tavo::MetaProperty& proxyTarget() {
+  return proxy::ProxySource::metaClass().at(proxy::ProxySource::Impl::Index::target);
+}
+
+const tavo::MetaProperty& unitChecker() {
+  return property::RealType::metaClass().at(property::RealType::Impl::Index::unitChecker);
+}
+
+void leadOut(const tavo::ModelElement& copy, const tavo::ModelElement& source, const Copies& copies) {
+  if (const auto reference = source.as<proxy::ProxySource>()) {
+    const auto element = reference.findTargetElement();
+    const auto copied = element ? copies.find(element.Uuid()) : copies.end();
+    // What was copied along is meant; everything else stays what it is.
+    if (copied == copies.end())
+      proxy::referAs(copy.cast<proxy::ProxySource>(), reference);
+    else
+      proxy::referTo(copy.cast<proxy::ProxySource>(), copy.model().find<proxy::ProxiableElement>(copied->second));
+  } else if (const auto type = source.as<property::RealType>(); type && type.unitChecker()) {
+    static_cast<property::RealType::Impl&>(copy.object())
+        .setUnitChecker(property::UnitQueryClientWrapper::get(copy.model()));
+  }
+}
+
+} // namespace
 
 tavo::String NamedElement::Impl::getName() const { return getP_Name(); }
 
@@ -53,22 +93,24 @@ NamedElement NamedElement::Impl::cloneComposition(const tavo::Model& target, con
       for (const auto& metaClass : package->classes())
         if (const auto* property = metaClass->findProperty(id); property && &property->owner() == metaClass.get())
           writing.transient.push_back(property);
+  writing.transient.push_back(&proxyTarget());
+  writing.transient.push_back(&unitChecker());
   const tavo::String text = tavo::treeText(handle(), writing);
 
-  tavo::Transaction transaction(target);
-  tavo::Uuid copied{};
+  clone::CopyTransaction transaction(target, context);
+  Copies copies;
   tavo::ReadOptions reading;
-  reading.freshIdentities = [&](const tavo::Uuid& source, const tavo::Uuid& copy) {
-    if (context)
-      context.addSourceTargetPair(source, copy);
-    if (source == uuid())
-      copied = copy;
-  };
+  reading.freshIdentities = [&](const tavo::Uuid& source, const tavo::Uuid& copy) { copies.emplace(source, copy); };
   const auto parsed = tavo::Model::create();
   tavo::readModel(text, tavo::toText(uuid()), parsed, reading);
   parsed.moveContentsTo(target);
+  for (const auto& [source, copy] : copies) {
+    leadOut(target.find(copy), model().find(source), copies);
+    if (context)
+      context.addSourceTargetPair(source, copy);
+  }
   transaction.commit();
-  return target.find<NamedElement>(copied);
+  return target.find<NamedElement>(copies.at(uuid()));
 }
 
 void NamedElement::Impl::remapAssociations(const NamedElement&, const clone::CloneContext&, const NamedElement&) {}

@@ -27,6 +27,27 @@ ModelResolver resolverFor(const tavo::Model& model, const ProxiableElement& targ
   raise(PropertyError::ModelCannotBeReferred, nameForMessages(target));
 }
 
+ProxyTarget targetFor(const tavo::Model& model, const ProxiableElement& element) {
+  return resolverFor(model, element).createProxyTarget(element);
+}
+
+/// The target by which elements of `model` reach what `known` stands for, whether or not that can be had.
+ProxyTarget targetLike(const tavo::Model& model, const ProxyTarget& known) {
+  // The common case, and the reason for targets of their own: nothing has to be looked for.
+  if (model == known.model())
+    return known;
+  if (const auto element = known.findElement())
+    return targetFor(model, element);
+  const auto there = known.resolver();
+  Resolver here;
+  if (!there.uRI().empty())
+    here = findResolver(model, there.objectClass(), there.uRI());
+  if (!here)
+    here = LostModelResolver::createResolver(model, there.uRI());
+  const auto& object = static_cast<ProxyTarget::Impl&>(known.object());
+  return createTarget(here, object.getTargetId(), object.getTargetClassId(), object.getTargetName());
+}
+
 ProxySource sourceIn(const tavo::ModelElement& owner, const tavo::MetaProperty& feature) {
   return ProxySource(owner.object().one(feature));
 }
@@ -50,7 +71,7 @@ void referTo(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
     return;
 
   tavo::Transaction transaction(owner.model());
-  put(owner, feature, resolverFor(owner.model(), target).createProxyTarget(target));
+  put(owner, feature, targetFor(owner.model(), target));
   transaction.commit();
 }
 
@@ -64,21 +85,22 @@ void referAs(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
   if (!target)
     return;
   tavo::Transaction transaction(owner.model());
-  if (owner.model() == source.model()) {
-    // The common case, and the reason for targets of their own: nothing has to be looked for.
-    put(owner, feature, target);
-  } else if (const auto element = target.findElement()) {
-    referTo(owner, feature, element);
-  } else {
-    const auto there = target.resolver();
-    Resolver here;
-    if (!there.uRI().empty())
-      here = findResolver(owner.model(), there.objectClass(), there.uRI());
-    if (!here)
-      here = LostModelResolver::createResolver(owner.model(), there.uRI());
-    const auto& known = static_cast<ProxyTarget::Impl&>(target.object());
-    put(owner, feature, createTarget(here, known.getTargetId(), known.getTargetClassId(), known.getTargetName()));
-  }
+  put(owner, feature, targetLike(owner.model(), target));
+  transaction.commit();
+}
+
+void referTo(const ProxySource& source, const ProxiableElement& target) {
+  tavo::Transaction transaction(source.model());
+  static_cast<ProxySource::Impl&>(source.object()).setTarget(targetFor(source.model(), target));
+  transaction.commit();
+}
+
+void referAs(const ProxySource& copy, const ProxySource& source) {
+  const auto target = source.target();
+  if (!target)
+    return;
+  tavo::Transaction transaction(copy.model());
+  static_cast<ProxySource::Impl&>(copy.object()).setTarget(targetLike(copy.model(), target));
   transaction.commit();
 }
 

@@ -18,6 +18,10 @@ ZELKOR_EXPORT void referTo(const tavo::ModelElement& owner, const tavo::MetaProp
 ZELKOR_EXPORT void referAs(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
                            const ProxySource& source);
 
+/// The same for a reference that is there already.
+ZELKOR_EXPORT void referTo(const ProxySource& source, const ProxiableElement& target);
+ZELKOR_EXPORT void referAs(const ProxySource& copy, const ProxySource& source);
+
 /// Makes `feature` of `owner` refer to nothing.
 ZELKOR_EXPORT void referToNothing(const tavo::ModelElement& owner, const tavo::MetaProperty& feature);
 
