@@ -22,8 +22,8 @@ public:
   /// The class of that name, or nothing. Raises kavra::Error when there is one but it cannot be read.
   virtual std::optional<HostClass> findClass(std::u16string_view name) = 0;
 
-  /// What the host's query for an enumeration's default answers: a position counted from one. It may name no member;
-  /// raises kavra::Error when the class does not answer.
+  /// What the host's query for an enumeration's default answers: a position counted from one, and 1 when the answer is
+  /// no whole number. It may name no member; raises kavra::Error when the class does not answer.
   virtual std::int64_t defaultMemberPosition(std::u16string_view enumerationName) = 0;
 };
 

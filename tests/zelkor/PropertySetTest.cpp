@@ -2,6 +2,10 @@
 
 #include "zelkor/clone/CloneContext.h"
 #include "zelkor/property/Enumeration.h"
+#include "zelkor/property/PropertyUsage.h"
+#include "zelkor/property/UnitQueryClientWrapper.h"
+
+#include <functional>
 
 namespace zelkor::test {
 
@@ -88,6 +92,7 @@ TEST_F(PropertySetTest, AnEnumerationPropertyIsAddedOnce) {
   EXPECT_EQ(color.getBaseType(), u"Colors");
   EXPECT_EQ(color.getType(), color.ownedType());
   EXPECT_EQ(color.getDefaultPropertyValue(), (Names{u"'Green'", u""}));
+  EXPECT_FALSE(color.currentVersionId().is_nil());
   EXPECT_EQ(set.addEnumProperty(u"color", u"Nothing"), color);
   EXPECT_ERROR_UNCHANGED(model, set.addEnumProperty(u"more", u"Nothing"), "Velmora:Property:InvalidEnumString");
 
@@ -113,6 +118,70 @@ TEST_F(PropertySetTest, ACopyHasTypesAndDefaultsOfItsOwn) {
   model.destroy();
   EXPECT_EQ(copied.defaultValue().getValueIfExists(), number(5));
   tavo::checkInvariants(other);
+}
+
+TEST_F(PropertySetTest, WithoutAHostTextsAreKeptAndNothingIsEvaluated) {
+  const auto speed = property(u"double", u"5", u"speed");
+  const auto count = property(u"int64", u"5", u"count");
+  const auto color = set.addEnumProperty(u"color", u"Colors");
+  const auto colors = color.ownedType().cast<property::Enumeration>();
+  const auto whole = builtIn(u"int64");
+  const auto table = HostArray::opaque(u"Table", {1, 1});
+  const auto red = colors.getValueFromString(u"Red");
+  static_cast<Value::Impl&>(count.defaultValue().object()).setCachedValue({}); // as a file gives it
+  const kavra::ScopedHost none(nullptr);
+
+  const struct {
+    const char* id;
+    std::function<void()> call;
+  } refusals[] = {
+      {"Velmora:Property:CannotEvalExpression", [&] { builtIn(u"double").validateExpression(u"5"); }},
+      {"Velmora:Property:CannotEvalExpression", [&] { whole.validateExpression(u"9007199254740993"); }},
+      {"Velmora:Property:CannotEvalExpression", [&] { count.defaultValue().getValueIfExists(); }},
+      {"Velmora:Property:InvalidEnumString", [&] { colors.setKavraEnumName(u"Colors"); }},
+      {"Velmora:Property:InvalidEnumString", [&] { set.addEnumProperty(u"more", u"Colors"); }},
+      {"Velmora:Property:CantFindType", [&] { set.addProperty(u"more", u"Colors"); }},
+      {"Velmora:Property:InvalidIllDefinedEnum", [&] { colors.validateValue(red); }},
+      {"Velmora:Property:InvalidIllDefinedEnum", [&] { colors.castArray(HostArray::chars(u"Red"), u""); }},
+      {"Velmora:Property:InvalidIllDefinedEnum", [&] { colors.isValidEnumString(u"Red"); }},
+      {"Velmora:Property:InvalidIllDefinedEnum", [&] { colors.isValidEnumValue(1); }},
+      {"Velmora:Property:InvalidIllDefinedEnum", [&] { colors.getLiteralsAsStrings(); }},
+      {"Velmora:Property:InvalidIllDefinedEnum", [&] { colors.getValueFromString(u"Red"); }},
+      {"kavra:messages:NoHost", [&] { colors.makeDefaultValue({}); }},
+      {"kavra:messages:NoHost", [&] { ValueType::staticDimensionsMatch(table, {1}); }},
+  };
+  for (const auto& [id, call] : refusals)
+    EXPECT_ERROR_UNCHANGED(model, call(), id);
+  EXPECT_FALSE(property::Enumeration::isValidEnumerationName(u"Colors"));
+  EXPECT_EQ(color.getDefaultPropertyValue(), (Names{u"''", u""}));
+  EXPECT_TRUE(set.hasMissingArtifact());
+
+  set.addProperty(u"more", u"double").setDefaultPropertyValue(u"anything", u"*");
+  count.setMinAndMax(int64(10), int64(20));
+  count.setDimensions({2});
+  count.checkHealth();
+  EXPECT_EQ(count.defaultValue().storedExpression(), u"5");
+  EXPECT_ERROR_UNCHANGED(model, speed.setMax(number(4)), "Velmora:Property:InvalidMaxForDefaultValue");
+  speed.setBaseType(u"int8");
+  EXPECT_FALSE(speed.defaultValue().cachedValue()) << "the array of another type is of no use";
+  EXPECT_EQ(count.defaultValue().clone(model).storedExpression(), u"5");
+
+  // Without a unit service any units will do.
+  const auto bare = tavo::Model::create();
+  FloatType::makeFloatType(bare).setUnits(u"smoots");
+  const auto units = property::UnitQueryClientWrapper::get(bare);
+  units.checkCompatible(u"smoots", u"m");
+  EXPECT_EQ(units.getConversionInfo(u"smoots", u"m"), kavra::UnitConversion());
+  EXPECT_TRUE(units.getSimilarUnits(u"m").empty());
+}
+
+TEST_F(PropertySetTest, WhatComesLaterSaysSo) {
+  const auto usage = property::PropertyUsage::create(model);
+  EXPECT_ERROR_UNCHANGED(model, usage.setPropVal({}, u"5", u"*"), "tavo:messages:NotAvailable",
+                         "zelkor.property.PropertyUsage.setPropVal");
+  EXPECT_ERROR_UNCHANGED(model, property::PropertyUsage::createPropertyUsage({}, model), "tavo:messages:NotAvailable",
+                         "zelkor.property.PropertyUsage.createPropertyUsage");
+  usage.destroy();
 }
 
 // Definitions
@@ -162,6 +231,14 @@ TEST_F(PropertySetTest, UnitsBelongToNumbersAndFollowTheBaseType) {
   auto length = property(u"single");
   length.setUnit(u"m");
   EXPECT_ERROR_UNCHANGED(model, length.setUnit(u"km"), "Velmora:Property:UnitMustBeSameAsBaseType", "km", "m");
+
+  auto other = property(u"double", u"5", u"other");
+  other.setMinAndMax(number(0), number(10));
+  other.setBaseType(u"single");
+  EXPECT_EQ(other.getDefaultPropertyValue(), (Names{u"5", u"m"})) << "units that only the base has are taken over";
+  other.setBaseType(u"double");
+  other.setUnit(u"s");
+  EXPECT_ERROR_UNCHANGED(model, other.setBaseType(u"single"), "Velmora:Property:UnitMustBeSameAsBaseType", "s", "m");
 }
 
 TEST_F(PropertySetTest, NarrowingLeavesTheSharedTypeAlone) {
@@ -267,6 +344,20 @@ TEST_F(PropertySetTest, AnOwnNumericTypeStaysAndChangesItsBase) {
   definition.setBaseType(u"double");
   EXPECT_FALSE(owned);
   EXPECT_FALSE(definition.ownedType());
+}
+
+TEST_F(PropertySetTest, UndoOfANewBaseDoesNotLeaveTheArrayOfThatBase) {
+  auto definition = property(u"int32", u"5");
+  definition.setMinAndMax(int64(0), int64(100));
+  const auto value = definition.defaultValue();
+  static_cast<Value::Impl&>(value.object()).setCachedValue({}); // as a file gives it
+  model.clearHistory();
+  definition.setBaseType(u"int8");
+  EXPECT_EQ(value.getValueIfExists(), HostArray::scalar(std::int8_t{5}));
+  EXPECT_TRUE(model.undo());
+  EXPECT_EQ(value.getValueIfExists(), HostArray::scalar(std::int32_t{5}));
+  EXPECT_TRUE(model.redo());
+  EXPECT_EQ(value.getValueIfExists(), HostArray::scalar(std::int8_t{5}));
 }
 
 TEST_F(PropertySetTest, ADefaultThatHasBecomeInvalidIsReported) {

@@ -1,6 +1,7 @@
 #include "tests/zelkor/PropertyFixture.h"
 
 #include "zelkor/property/PropertySetResolver.impl.h"
+#include "zelkor/property/ValueType.impl.h"
 #include "zelkor/services/CurrentModelResolver.h"
 #include "zelkor/services/LostModelResolver.h"
 #include "zelkor/services/ModelIdentifier.h"
@@ -77,6 +78,31 @@ TEST_F(ProxiesTest, AMissingTypeCostsNothing) {
   EXPECT_EQ(value.getExpression(), u"");
   EXPECT_TRUE(model.undo());
   EXPECT_EQ(value.getExpression(), u"7.8");
+}
+
+TEST_F(ProxiesTest, NothingIsNarrowedWhoseTypeIsMissing) {
+  const auto refer = [this](const auto& owner) {
+    static_cast<typename std::remove_cvref_t<decltype(owner)>::Impl&>(owner.object())
+        .getTypeProxyMutable()
+        .add(ProxySource::createProxySource(density, owner, resolver, false));
+  };
+  const auto narrower = FloatType::makeFloatType(model);
+  refer(ValueType(narrower));
+  narrower.setMax(10);
+  narrower.setMin(2);
+  const auto definition = PropertyDefinition::make(u"density", set);
+  EXPECT_ERROR(definition.setDefaultPropertyValue(u"5", u"*"), "Velmora:Property:UnresolvedPropertyDefinition",
+               "Motor.density");
+  refer(definition);
+  library.destroy();
+
+  EXPECT_ERROR_UNCHANGED(model, narrower.setMax(100), "Velmora:Property:FailedProxyResolve");
+  EXPECT_ERROR_UNCHANGED(model, narrower.setMin(0), "Velmora:Property:FailedProxyResolve");
+  const std::string missing = "Velmora:Property:UnresolvedPropertyDefinition";
+  EXPECT_ERROR_UNCHANGED(model, definition.setUnit(u"m"), missing, "Metals.density");
+  EXPECT_ERROR_UNCHANGED(model, definition.setMin(number(2)), missing, "Metals.density");
+  EXPECT_ERROR_UNCHANGED(model, definition.setDimensions({2}), missing, "Metals.density");
+  EXPECT_ERROR(definition.setDefaultPropertyValue(u"5", u"*"), missing, "Metals.density");
 }
 
 TEST_F(ProxiesTest, AModelThatIsChangedAndReloadedIsBoundByIdentity) {

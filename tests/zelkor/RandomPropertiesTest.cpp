@@ -6,6 +6,7 @@
 
 #include <rapidcheck/gtest.h>
 
+#include <array>
 #include <cmath>
 
 namespace zelkor::test {
@@ -60,6 +61,56 @@ RC_GTEST_FIXTURE_PROP(RandomPropertiesTest, NumbersComeBackAsTheirShortestText, 
   const auto n = anyInteger();
   whole.setExpression(tavo::String::fromUtf8(std::to_string(n)));
   RC_ASSERT(whole.cachedValue() == int64(n));
+}
+
+RC_GTEST_FIXTURE_PROP(RandomPropertiesTest, ACopyHoldsWhatItsTextMeansToday, ()) {
+  const auto any = [](auto... from) {
+    const std::array choices{from...};
+    return choices[*rc::gen::inRange<std::size_t>(0, choices.size())];
+  };
+  const ValueType types[] = {floatType(-100, 100), floatType(-100, 100, any(u"single", u"double")),
+                             integerType(-100, 100, any(u"int8", u"int64")),
+                             property::BooleanType::makeBooleanType(model),
+                             property::Enumeration::makeEnumeration(model, u"Colors")};
+  const ValueType type = types[*rc::gen::inRange(0, 5)];
+  workspace().setVariable(u"width", number(7));
+  const auto value = valueOf(type);
+  const tavo::String text = any(u"", u"5", u"0.1", u"[1 2 3]", u"true", u"'Red'", u"'Blue'", u"Colors.Red", u"width");
+  try {
+    value.setExpression(text);
+  } catch (const tavo::Error&) {
+    return; // no value of this type
+  }
+
+  // The type changes behind the value's back.
+  if (const auto real = type.as<FloatType>()) {
+    if (*rc::gen::arbitrary<bool>())
+      real.setBaseType(builtIn(any(u"single", u"double")));
+    real.setMax(any(0.1, 0.1000000005, 5.0, 100.0));
+  } else if (const auto integer = type.as<IntegerType>()) {
+    if (*rc::gen::arbitrary<bool>())
+      integer.setBaseType(builtIn(any(u"int8", u"int16", u"int64")));
+    integer.setMax(any(4, 5, 100));
+  }
+  if (*rc::gen::arbitrary<bool>())
+    type.setDimensions(any(std::vector<std::uint64_t>{}, std::vector<std::uint64_t>{1}, std::vector<std::uint64_t>{3}));
+  if (*rc::gen::arbitrary<bool>())
+    classes().defineEnumeration({.name = u"Colors", .members = {{u"Red", 5}, {u"Green", 1}}, .defaultPosition = 2});
+
+  const auto outcome = [](const auto& make) -> std::pair<tavo::String, kavra::HostArray> {
+    try {
+      const Value made = make();
+      return {made.storedExpression(), made.cachedValue()};
+    } catch (const tavo::Error& error) {
+      return {tavo::errorArgument(error.id().text()), {}};
+    }
+  };
+  const auto anew = [&] {
+    const bool isGone = type.isA(property::Enumeration::metaClass()) && text == u"'Blue'" &&
+                        !type.cast<property::Enumeration>().isValidEnumString(u"Blue");
+    return valueOf(type, isGone ? type.makeDefaultExpression() : text);
+  };
+  RC_ASSERT(outcome([&] { return value.clone(model); }) == outcome(anew));
 }
 
 RC_GTEST_FIXTURE_PROP(RandomPropertiesTest, WhateverIsDoneCanBeTakenBack, ()) {

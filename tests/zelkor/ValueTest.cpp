@@ -61,6 +61,16 @@ TEST_F(ValueTest, RefusedTextLeavesTheValueAsItWas) {
   }
 }
 
+TEST_F(ValueTest, ATextThatCannotBeEvaluatedSaysWhy) {
+  try {
+    valueOf(builtIn(u"double"), u"2*unknown");
+    FAIL() << "it was evaluated";
+  } catch (const tavo::Error& error) {
+    ASSERT_TRUE(error.cause());
+    EXPECT_EQ(error.cause()->message(), u"\"unknown\" is not known here (at character 3)");
+  }
+}
+
 TEST_F(ValueTest, TakesBackTextAndArrayTogether) {
   auto value = valueOf(builtIn(u"double"), u"5");
   model.clearHistory();
@@ -136,6 +146,16 @@ TEST_F(ValueTest, UnitsMustFitThoseOfTheType) {
   EXPECT_EQ(text.units(), u"m");
 }
 
+TEST_F(ValueTest, ANewTypeBringsItsUnits) {
+  auto value = valueOf(lengths());
+  value.initFromType(property::Enumeration::makeEnumeration(model, u"Colors"));
+  EXPECT_EQ(value.units(), u"");
+  value.initFromType(lengths());
+  EXPECT_EQ(value.units(), u"m");
+  value.initFromType(builtIn(u"string"));
+  EXPECT_EQ(value.units(), u"");
+}
+
 TEST_F(ValueTest, InitializesFromValuesOfItsKindOnly) {
   auto source = valueOf(lengths(), u"5");
   source.setUnits(u"km");
@@ -199,6 +219,14 @@ TEST_F(ValueTest, ACopyOfALiteralThatIsGoneTakesTheDefaultOne) {
   auto copy = value.clone(model);
   EXPECT_EQ(copy.storedExpression(), u"'Green'");
   EXPECT_EQ(value.storedExpression(), u"'Blue'");
+}
+
+TEST_F(ValueTest, ACopyIsCheckedAgainByItsText) {
+  // The single nearest to the text is above the new bound, the text is not.
+  auto type = floatType(0, 1, u"single");
+  auto value = valueOf(type, u"0.1");
+  type.setMin(0.1000000005);
+  EXPECT_ERROR_UNCHANGED(model, value.clone(model), "Velmora:Property:InvalidRealPropValueMinMax");
 }
 
 TEST_F(ValueTest, ACopyThatFailsLeavesNothingBehind) {

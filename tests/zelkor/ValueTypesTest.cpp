@@ -280,6 +280,7 @@ TEST_F(ValueTypesTest, AnEnumerationThatTheHostCannotReadIsNamed) {
   const kavra::ScopedHost broken(std::make_shared<kavra::Host>(parts));
   EXPECT_ERROR(type.isValidEnumString(u"Red"), "Velmora:Property:InvalidIllDefinedEnum", "Colors");
   EXPECT_FALSE(Enumeration::isValidEnumerationName(u"Colors"));
+  EXPECT_EQ(type.getDefaultValueAsString(), u"");
 }
 
 TEST_F(ValueTypesTest, TextsAreCharactersStringsOrCellsOfThem) {

@@ -11,9 +11,7 @@ BooleanType BooleanType::makeBooleanType(const tavo::Model& model) { return Bool
 void BooleanType::Impl::validateValue(const kavra::HostArray& array) const {
   if (array.arrayClass() != kavra::ArrayClass::Logical)
     raise(PropertyError::InvalidBooleanPropValue);
-  if (!dimensionsMatch(array))
-    raise(PropertyError::InvalidDimensions, renderValueDimensionsAsString(array),
-          renderDimensionsAsString(getDimensions()));
+  requireDimensions(*this, array);
 }
 
 tavo::String BooleanType::Impl::makeDefaultExpression() const {
@@ -23,8 +21,6 @@ tavo::String BooleanType::Impl::makeDefaultExpression() const {
 }
 
 kavra::HostArray BooleanType::Impl::makeDefaultValue(const kavra::HostArray&) const {
-  if (isSingle(getDimensions()))
-    return kavra::HostArray::scalar(false);
   return callHost([&] { return kavra::HostArray::filled(asExtents(getDimensions()), false); });
 }
 

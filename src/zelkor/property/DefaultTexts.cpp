@@ -1,20 +1,6 @@
 #include "zelkor/property/DefaultTexts.h"
 
-#include <algorithm>
-
 namespace zelkor::property {
-
-bool isSingle(const Dimensions& dimensions) {
-  return std::all_of(dimensions.begin(), dimensions.end(), [](std::uint64_t extent) { return extent == 1; });
-}
-
-Dimensions asExtents(const Dimensions& dimensions) {
-  if (dimensions.empty())
-    return {1, 1};
-  if (dimensions.size() == 1)
-    return {1, dimensions.front()};
-  return dimensions;
-}
 
 std::string extentsText(const Dimensions& dimensions) {
   std::string text;

@@ -2,23 +2,14 @@
 #pragma once
 
 #include "tavo/core/String.h"
+#include "zelkor/property/Dimensions.h"
 
-#include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace zelkor::property {
 
-using Dimensions = std::vector<std::uint64_t>;
-
-/// Whether a value of these dimensions has exactly one element. None at all count as one.
-bool isSingle(const Dimensions& dimensions);
-
-/// The extents as the host's functions take them: two at least, a row for one.
-Dimensions asExtents(const Dimensions& dimensions);
-
-/// Those extents, joined by blanks.
+/// The extents as the host's functions take them, joined by blanks.
 std::string extentsText(const Dimensions& dimensions);
 
 /// An array of equal numbers: "5", "zeros([2 3],'int8')", "5*ones([2 3],'int8')"; without the class when that is empty.

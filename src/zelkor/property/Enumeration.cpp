@@ -16,11 +16,16 @@ using kavra::ArrayClass;
 using kavra::EnumerationClass;
 using kavra::HostArray;
 
-/// The enumeration class of that name, or null. Raises InvalidIllDefinedEnum when the host cannot read it.
+/// The enumeration class of that name, or null. Errors of the host pass through.
+const EnumerationClass* askForClass(const tavo::String& name) {
+  const auto found = kavra::host().classes().findClass(name);
+  return found ? found->enumeration : nullptr;
+}
+
+/// The same; raises InvalidIllDefinedEnum when the host cannot read the class.
 const EnumerationClass* findClass(const tavo::String& name) {
   try {
-    const auto found = kavra::host().classes().findClass(name);
-    return found ? found->enumeration : nullptr;
+    return askForClass(name);
   } catch (const kavra::Error& error) {
     raiseBecause(asLibraryError(error), PropertyError::InvalidIllDefinedEnum, name);
   }
@@ -59,8 +64,8 @@ Enumeration Enumeration::makeEnumeration(const tavo::Model& model, const tavo::S
 
 bool Enumeration::isValidEnumerationName(const tavo::String& name) {
   try {
-    return findClass(name) != nullptr;
-  } catch (const tavo::Error&) {
+    return askForClass(name) != nullptr;
+  } catch (const kavra::Error&) {
     // A class that cannot be read is as good as none to whoever only asks.
     return false;
   }
@@ -87,17 +92,16 @@ std::vector<tavo::String> Enumeration::Impl::getLiteralsAsStrings() const {
 }
 
 tavo::String Enumeration::Impl::getDefaultValueAsString() const {
-  std::int64_t position = 0;
   try {
-    position = kavra::host().classes().defaultMemberPosition(getNameProxy());
+    const auto position = kavra::host().classes().defaultMemberPosition(getNameProxy());
+    const auto* enumeration = askForClass(getNameProxy());
+    if (!enumeration || position < 1 || static_cast<std::uint64_t>(position) > enumeration->members().size())
+      return {};
+    return enumeration->members()[static_cast<std::size_t>(position - 1)].name;
   } catch (const kavra::Error&) {
     // Without an answer there is no default; a value is asked for elsewhere.
     return {};
   }
-  const auto* enumeration = findClass(getNameProxy());
-  if (!enumeration || position < 1 || static_cast<std::uint64_t>(position) > enumeration->members().size())
-    return {};
-  return enumeration->members()[static_cast<std::size_t>(position - 1)].name;
 }
 
 kavra::HostArray Enumeration::Impl::getValueFromString(const tavo::String& text) const {
@@ -136,9 +140,7 @@ void Enumeration::Impl::validateValue(const kavra::HostArray& array) const {
   default:
     raise(PropertyError::InvalidEnumPropValue);
   }
-  if (!dimensionsMatch(array))
-    raise(PropertyError::InvalidDimensions, renderValueDimensionsAsString(array),
-          renderDimensionsAsString(getDimensions()));
+  requireDimensions(*this, array);
 }
 
 kavra::HostArray Enumeration::Impl::castArray(const kavra::HostArray& array, const tavo::String&) const {

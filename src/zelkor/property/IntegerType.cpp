@@ -1,13 +1,8 @@
 #include "zelkor/property/IntegerType.impl.h"
 
 #include "kavra/Literals.h"
-#include "tavo/model/Transaction.h"
-#include "zelkor/framework/Errors.h"
-#include "zelkor/framework/HostCalls.h"
-#include "zelkor/property/BaseTypes.h"
 #include "zelkor/property/DefaultTexts.h"
-#include "zelkor/property/NumericArrays.h"
-#include "zelkor/property/UnitQueryClientWrapper.h"
+#include "zelkor/property/NumericTypes.h"
 
 #include <cmath>
 
@@ -15,14 +10,10 @@ namespace zelkor::property {
 namespace {
 
 using kavra::ArrayClass;
-using Bound = std::optional<std::int64_t>;
+using Numeric = NumericType<IntegerType>;
 
 /// Up to here every whole number is a double.
 constexpr std::uint64_t largestExactInDouble = std::uint64_t{1} << 53;
-
-ArrayClass integerRoot(const IntegerType& type) { return rootClass(type, &kavra::isInteger, ArrayClass::Int64); }
-
-IntegerType baseOf(const IntegerType::Impl& type) { return type.getBaseType().as<IntegerType>(); }
 
 IntRangeCheckResult checkNumber(double x, std::int64_t lo, std::int64_t hi) {
   double whole = 0;
@@ -34,12 +25,6 @@ IntRangeCheckResult checkNumber(double x, std::int64_t lo, std::int64_t hi) {
 
 IntRangeCheckResult checkNumber(std::int64_t x, std::int64_t lo, std::int64_t hi) {
   return lo > x || x > hi ? IntRangeCheckResult::OUTOFRANGE : IntRangeCheckResult::OK;
-}
-
-std::int64_t defaultNumber(const IntegerType& type) {
-  const Bound min = type.getMinValue();
-  const Bound max = type.getMaxValue();
-  return min && *min > 0 ? *min : max && *max < 0 ? *max : 0;
 }
 
 bool holds(ArrayClass integerClass, std::int64_t number) {
@@ -54,15 +39,7 @@ bool holds(ArrayClass integerClass, std::int64_t number) {
 
 } // namespace
 
-IntegerType IntegerType::makeIntegerType(const tavo::Model& model) {
-  if (!model.isOpenForWriting())
-    return {};
-  tavo::Transaction transaction(model);
-  auto type = IntegerType::create(model);
-  static_cast<Impl&>(type.object()).setUnitChecker(UnitQueryClientWrapper::get(model));
-  transaction.commit();
-  return type;
-}
+IntegerType IntegerType::makeIntegerType(const tavo::Model& model) { return Numeric::make(model); }
 
 IntRangeCheckResult IntegerType::checkRange(const kavra::HostArray& array, std::int64_t lo, std::int64_t hi) {
   if (!kavra::isNumeric(array.arrayClass()))
@@ -78,106 +55,60 @@ IntRangeCheckResult IntegerType::checkRange(const kavra::HostArray& array, std::
   return result;
 }
 
-std::optional<std::int64_t> IntegerType::Impl::getMinValue() const {
-  return inheritedBound<IntegerType, Bound>(IntegerType(handle().get()), [](const IntegerType& type) {
-    return static_cast<const Impl&>(type.object()).getMin();
-  });
-}
-
-std::optional<std::int64_t> IntegerType::Impl::getMaxValue() const {
-  return inheritedBound<IntegerType, Bound>(IntegerType(handle().get()), [](const IntegerType& type) {
-    return static_cast<const Impl&>(type.object()).getMax();
-  });
-}
-
+std::optional<std::int64_t> IntegerType::Impl::getMinValue() const { return Numeric(*this).min(); }
+std::optional<std::int64_t> IntegerType::Impl::getMaxValue() const { return Numeric(*this).max(); }
 bool IntegerType::Impl::hasMinValue() const { return true; }
 bool IntegerType::Impl::hasMaxValue() const { return true; }
 
-bool IntegerType::Impl::satisfiesMinMax(std::int64_t x) const {
-  if (getMin() && !(x >= *getMin()))
-    return false;
-  return !getMax() || x <= *getMax();
-}
+bool IntegerType::Impl::satisfiesMinMax(std::int64_t x) const { return Numeric(*this).satisfiesOwnBounds(x); }
 
-bool IntegerType::Impl::typeMatches(const kavra::HostArray& array) const {
-  return kavra::isInteger(array.arrayClass()) && integerRoot(IntegerType(handle().get())) == array.arrayClass();
-}
+bool IntegerType::Impl::typeMatches(const kavra::HostArray& array) const { return Numeric(*this).matches(array); }
 
 void IntegerType::Impl::validateValue(const kavra::HostArray& array) const {
-  if (!kavra::isNumeric(array.arrayClass()))
-    raise(PropertyError::InvalidIntegerPropValue);
-  if (!dimensionsMatch(array))
-    raise(PropertyError::InvalidDimensions, renderValueDimensionsAsString(array),
-          renderDimensionsAsString(getDimensions()));
-  const Bound min = getMinValue();
-  const Bound max = getMaxValue();
-  if (!min || !max)
-    raise(PropertyError::MaxMinMustBeDefined);
-  switch (checkRange(array, *min, *max)) {
+  const auto [min, max] = Numeric(*this).requireNumbers(array);
+  switch (checkRange(array, min, max)) {
   case IntRangeCheckResult::OK:
     return;
   case IntRangeCheckResult::NOTANINT:
     raise(PropertyError::InvalidIntegerPropValue);
   case IntRangeCheckResult::OUTOFRANGE:
-    raise(PropertyError::InvalidIntegerPropValueMinMax, *min, *max);
+    raise(PropertyError::InvalidIntegerPropValueMinMax, min, max);
   }
 }
 
 kavra::HostArray IntegerType::Impl::evalExpression(const tavo::String& text) const {
+  auto array = Base::evalExpression(text);
   // The host reads numbers as doubles; a literal of more digits than those hold is taken as it stands.
-  if (const auto literal = kavra::parseIntegerLiteral(text); literal && literal->magnitude > largestExactInDouble)
+  if (const auto literal = kavra::parseIntegerLiteral(text);
+      array && literal && literal->magnitude > largestExactInDouble)
     if (const auto exact = literal->as<std::int64_t>())
       return kavra::HostArray::scalar(*exact);
-  return Base::evalExpression(text);
+  return array;
 }
 
 kavra::HostArray IntegerType::Impl::castArray(const kavra::HostArray& array, const tavo::String&) const {
-  if (!kavra::isNumeric(array.arrayClass()))
-    raise(PropertyError::InvalidIntegerPropValue);
-  return castNumbers(array, integerRoot(IntegerType(handle().get())));
+  return Numeric(*this).cast(array);
 }
 
 tavo::String IntegerType::Impl::makeDefaultExpression() const {
-  const IntegerType self(handle().get());
-  const std::int64_t number = defaultNumber(self);
-  const ArrayClass root = integerRoot(self);
+  const Numeric self(*this);
+  const std::int64_t number = self.nearestToZero();
+  const ArrayClass root = self.rootClass();
   // In a class that does not hold the number, it would saturate before it is compared with the bounds.
   return filledText(std::to_string(number), getDimensions(),
                     holds(root, number) ? kavra::className(root) : std::string_view());
 }
 
 kavra::HostArray IntegerType::Impl::makeDefaultValue(const kavra::HostArray& array) const {
-  if (array && !array.isEmpty()) {
-    validateValue(array);
-    return typeMatches(array) ? array : castArray(array, {});
-  }
-  const IntegerType self(handle().get());
-  const std::int64_t number = defaultNumber(self);
-  return callHost([&] {
-    const auto make = [&](auto value) {
-      return isSingle(getDimensions()) ? kavra::HostArray::scalar(value)
-                                       : kavra::HostArray::filled(asExtents(getDimensions()), value);
-    };
-    const ArrayClass root = integerRoot(self);
-    return castNumbers(holds(root, number) ? make(number) : make(static_cast<double>(number)), root);
-  });
+  const Numeric self(*this);
+  const std::int64_t number = self.nearestToZero();
+  // Numbers that the class does not hold saturate as doubles do; integers would wrap around.
+  return holds(self.rootClass(), number) ? self.defaultValue(array, number)
+                                         : self.defaultValue(array, static_cast<double>(number));
 }
 
-void IntegerType::Impl::validateMax(std::int64_t max) const {
-  const auto base = baseOf(*this);
-  if (const Bound baseMax = base ? base.getMaxValue() : Bound(); baseMax && *baseMax < max)
-    raise(PropertyError::InvalidMax, max, *baseMax);
-  if (const Bound min = getMinValue(); min && *min > max)
-    raise(PropertyError::MaxLessThanMin, max, *min);
-}
-
-void IntegerType::Impl::validateMin(std::int64_t min) const {
-  const auto base = baseOf(*this);
-  if (const Bound baseMin = base ? base.getMinValue() : Bound(); baseMin && *baseMin > min)
-    raise(PropertyError::InvalidMin, min, *baseMin);
-  if (const Bound max = getMaxValue(); max && *max < min)
-    raise(PropertyError::MinGreaterThanMax, min, *max);
-}
+void IntegerType::Impl::validateMax(std::int64_t max) const { Numeric(*this).requireValidMax(max); }
+void IntegerType::Impl::validateMin(std::int64_t min) const { Numeric(*this).requireValidMin(min); }
 
 // A bound that is cleared is checked as zero.
 void IntegerType::Impl::aboutToSetMin(const std::optional<std::int64_t>& min) { validateMin(min.value_or(0)); }

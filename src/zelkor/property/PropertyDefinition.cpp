@@ -2,24 +2,19 @@
 
 #include "kavra/Host.h"
 #include "tavo/model/Transaction.h"
-#include "zelkor/clone/CloneContext.h"
+#include "zelkor/clone/CopyTransaction.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/HostNames.h"
 #include "zelkor/profile/Profile.h"
 #include "zelkor/profile/Prototype.h"
 #include "zelkor/property/BooleanType.h"
 #include "zelkor/property/Enumeration.h"
-#include "zelkor/property/FloatType.impl.h"
-#include "zelkor/property/IntegerType.impl.h"
+#include "zelkor/property/NumericTypes.h"
 #include "zelkor/property/PropertySet.h"
-#include "zelkor/property/RealType.impl.h"
 #include "zelkor/property/StringArrayType.h"
 #include "zelkor/property/StringType.h"
-#include "zelkor/property/UnitQueryClientWrapper.h"
 #include "zelkor/property/Value.impl.h"
 #include "zelkor/services/Proxies.h"
-
-#include <limits>
 
 namespace zelkor::property {
 namespace {
@@ -31,9 +26,6 @@ template <class Facade>
 typename Facade::Impl& objectOf(const Facade& element) {
   return static_cast<typename Facade::Impl&>(element.object());
 }
-
-/// Numbers with units: an enumeration has none.
-RealType asNumeric(const ValueType& type) { return type.as<Enumeration>() ? RealType() : type.as<RealType>(); }
 
 /// Types whose values look nothing like those of another kind.
 bool isTextOrTruth(const ValueType& type) {
@@ -87,41 +79,28 @@ ValueType findType(const PropertySet& set, const tavo::String& name) {
 // Bounds, which come and go as arrays of the class that the kind of type asks for.
 
 template <class Type>
-struct Numeric;
-
-template <>
-struct Numeric<FloatType> {
-  using Number = double;
-  static constexpr ErrorId wrongClass = PropertyError::FloatMaxMinMustBeDouble;
-  static constexpr Number lowest = -std::numeric_limits<double>::infinity();
-  static constexpr Number highest = std::numeric_limits<double>::infinity();
-  static FloatType make(const tavo::Model& model) { return FloatType::makeFloatType(model); }
-  static bool isInRange(const HostArray& array, Number lo, Number hi) { return FloatType::checkRange(array, lo, hi); }
-};
-
-template <>
-struct Numeric<IntegerType> {
-  using Number = std::int64_t;
-  static constexpr ErrorId wrongClass = PropertyError::IntegerMaxMinMustBeInt64;
-  static constexpr Number lowest = std::numeric_limits<Number>::min();
-  static constexpr Number highest = std::numeric_limits<Number>::max();
-  static IntegerType make(const tavo::Model& model) { return IntegerType::makeIntegerType(model); }
-  static bool isInRange(const HostArray& array, Number lo, Number hi) {
-    return IntegerType::checkRange(array, lo, hi) == IntRangeCheckResult::OK;
-  }
-};
-
-template <class Type>
-typename Numeric<Type>::Number boundIn(const HostArray& array) {
-  using Number = typename Numeric<Type>::Number;
-  if (array.arrayClass() != kavra::classOf<Number> || !array.isScalar())
-    raise(Numeric<Type>::wrongClass);
-  return array.data<Number>()[0];
+NumberOf<Type> boundIn(const HostArray& array) {
+  if (array.arrayClass() != kavra::classOf<NumberOf<Type>> || !array.isScalar())
+    raise(NumericKind<Type>::wrongBound);
+  return array.data<NumberOf<Type>>()[0];
 }
 
 template <class Number>
 HostArray scalarOf(const std::optional<Number>& bound) {
   return bound ? HostArray::scalar(*bound) : HostArray();
+}
+
+/// The array that the text of a default stands for; null without a text. Without a host nothing is evaluated, so what
+/// has no array yet is not checked.
+HostArray arrayOf(const Value& value) {
+  return value && (value.cachedValue() || kavra::isHostAvailable()) ? value.getValueIfExists() : HostArray();
+}
+
+/// Whether the text of a default, if it has one, stays within these bounds.
+template <class Type>
+bool isWithin(const Value& value, NumberOf<Type> lo, NumberOf<Type> hi) {
+  const auto array = arrayOf(value);
+  return !array || NumericKind<Type>::isInRange(array, lo, hi);
 }
 
 /// Calls `use` with the type as a FloatType or an IntegerType.
@@ -145,7 +124,8 @@ ValueType makeSameKind(const tavo::Model& model, const ValueType& type) {
   return model.create(type.objectClass()).cast<ValueType>();
 }
 
-/// Bounds and units that a type has itself must lie within those of its base type.
+/// Bounds and units that a type has itself must lie within those of its base type; units that only that one has are
+/// taken over.
 void requireNarrowing(const ValueType& type, const ValueType& base) {
   const auto check = [](const auto& narrower) {
     auto& object = objectOf(narrower);
@@ -158,20 +138,25 @@ void requireNarrowing(const ValueType& type, const ValueType& base) {
     check(real);
   if (const auto integer = type.as<IntegerType>())
     check(integer);
-  const auto units = type.cast<RealType>().units();
+  const auto numeric = type.cast<RealType>();
   const auto baseUnits = base.cast<RealType>().units();
-  if (!baseUnits.empty() && units != baseUnits)
-    raise(PropertyError::UnitMustBeSameAsBaseType, units, baseUnits);
+  if (numeric.units().empty())
+    numeric.setUnits(baseUnits);
+  else if (!baseUnits.empty() && numeric.units() != baseUnits)
+    raise(PropertyError::UnitMustBeSameAsBaseType, numeric.units(), baseUnits);
 }
 
 /// Points a default value at another type and reads its text again; units that the type does not take become its own.
 void moveDefault(const Value& value, const ValueType& type) {
   if (!value)
     return;
+  const tavo::String text = value.storedExpression();
   const tavo::String units = value.units();
+  // Emptied first, so that undo takes the new array back, also where there was none before.
   value.setUnits({});
+  value.setExpression({});
   value.setType(type);
-  value.setExpression(value.storedExpression());
+  value.setExpression(text);
   const auto numeric = asNumeric(type);
   if (!numeric || numeric.units().empty())
     return;
@@ -185,14 +170,19 @@ void moveDefault(const Value& value, const ValueType& type) {
   }
 }
 
+/// The type of a definition; raises UnresolvedPropertyDefinition when there is none, or when it cannot be had.
+ValueType requireTypeOf(const PropertyDefinition::Impl& definition) {
+  if (auto type = requireType(definition.getTypeProxy()))
+    return type;
+  raise(PropertyError::UnresolvedPropertyDefinition, definition.getFullyQualifiedName());
+}
+
 /// The definition's own type, made from the present one when there is none yet: of the same kind, with the present one
 /// as its base, so that a shared type is never changed through a definition.
 ValueType ensureOwnedType(PropertyDefinition::Impl& definition) {
   if (auto owned = definition.getOwnedType())
     return owned;
-  const auto shared = definition.getType();
-  if (!shared)
-    raise(PropertyError::UnresolvedPropertyDefinition, definition.getFullyQualifiedName());
+  const auto shared = requireTypeOf(definition);
 
   tavo::Transaction transaction(definition.model());
   auto owned = makeSameKind(definition.model(), shared);
@@ -207,6 +197,15 @@ ValueType ensureOwnedType(PropertyDefinition::Impl& definition) {
     value.setType(owned);
   transaction.commit();
   return owned;
+}
+
+/// Changes the definition's own type in a way that usages must follow.
+template <class Change>
+void changeOwnedType(PropertyDefinition::Impl& definition, const Change& change) {
+  tavo::Transaction transaction(definition.model());
+  change(ensureOwnedType(definition));
+  definition.updateCurrentVersionId();
+  transaction.commit();
 }
 
 /// Gives a copied definition its type: a copy of an own one, the copy of one that was copied along, or the original's.
@@ -340,7 +339,7 @@ void PropertyDefinition::Impl::setDefaultPropertyValue(const tavo::String& expre
   try {
     tavo::Transaction attempt(model());
     if (!getDefaultValue())
-      getDefaultValueMutable().add(Value::make(model(), getType()));
+      getDefaultValueMutable().add(Value::make(model(), requireTypeOf(*this)));
     getDefaultValue().setExpression(expression);
     if (units != u"*" && units != getUnit())
       setUnit(units);
@@ -354,99 +353,84 @@ void PropertyDefinition::Impl::setDefaultPropertyValue(const tavo::String& expre
 }
 
 void PropertyDefinition::Impl::setUnit(const tavo::String& units) {
-  const auto numeric = asNumeric(getType());
+  const auto numeric = asNumeric(requireType(getTypeProxy()));
   if (!numeric)
     raise(PropertyError::CantHaveUnit);
   const auto owned = getOwnedType();
-  const auto base = asNumeric(owned ? owned.getBaseType() : ValueType(numeric.get()));
+  const auto base = asNumeric(owned ? baseOf(owned) : ValueType(numeric.get()));
   if (base && !base.units().empty() && units != base.units())
     raise(PropertyError::UnitMustBeSameAsBaseType, units, base.units());
 
-  tavo::Transaction transaction(model());
-  ensureOwnedType(*this).cast<RealType>().setUnits(units);
-  if (const auto value = getDefaultValue())
-    value.setUnits(units);
-  updateCurrentVersionId();
-  transaction.commit();
+  changeOwnedType(*this, [&](const ValueType& type) {
+    type.cast<RealType>().setUnits(units);
+    if (const auto value = getDefaultValue())
+      value.setUnits(units);
+  });
 }
 
 void PropertyDefinition::Impl::setMinAndMax(const kavra::HostArray& min, const kavra::HostArray& max) {
-  withNumericType(getType(), [&](const auto& type) {
+  withNumericType(requireType(getTypeProxy()), [&](const auto& type) {
     using Type = std::remove_cvref_t<decltype(type)>;
     const auto lo = boundIn<Type>(min);
     const auto hi = boundIn<Type>(max);
     if (hi < lo)
       raise(PropertyError::MaxLessThanMin, hi, lo);
-    if (const auto value = getDefaultValue(); value && value.hasValue())
-      if (const auto array = value.getValueIfExists(); array && !Numeric<Type>::isInRange(array, lo, hi))
-        raise(PropertyError::InvalidMinMaxForDefaultValue, value.storedExpression(), lo, hi);
+    if (!isWithin<Type>(getDefaultValue(), lo, hi))
+      raise(PropertyError::InvalidMinMaxForDefaultValue, getDefaultValue().storedExpression(), lo, hi);
 
-    tavo::Transaction transaction(model());
-    const auto owned = ensureOwnedType(*this).template cast<Type>();
-    const auto present = owned.getMinValue();
-    // In the order in which the bounds never cross.
-    if (present && *present > hi) {
-      owned.setMin(lo);
-      owned.setMax(hi);
-    } else {
-      owned.setMax(hi);
-      owned.setMin(lo);
-    }
-    updateCurrentVersionId();
-    transaction.commit();
+    changeOwnedType(*this, [&](const ValueType& ownedType) {
+      const auto owned = ownedType.cast<Type>();
+      const auto present = owned.getMinValue();
+      // In the order in which the bounds never cross.
+      if (present && *present > hi) {
+        owned.setMin(lo);
+        owned.setMax(hi);
+      } else {
+        owned.setMax(hi);
+        owned.setMin(lo);
+      }
+    });
   });
 }
 
 void PropertyDefinition::Impl::setMin(const kavra::HostArray& min) {
-  withNumericType(getType(), [&](const auto& type) {
+  withNumericType(requireType(getTypeProxy()), [&](const auto& type) {
     using Type = std::remove_cvref_t<decltype(type)>;
     const auto lo = boundIn<Type>(min);
-    if (const auto value = getDefaultValue(); value && value.hasValue())
-      if (const auto array = value.getValueIfExists();
-          array && !Numeric<Type>::isInRange(array, lo, Numeric<Type>::highest))
-        raise(PropertyError::InvalidMinForDefaultValue, value.storedExpression(), lo);
+    if (!isWithin<Type>(getDefaultValue(), lo, NumericKind<Type>::highest))
+      raise(PropertyError::InvalidMinForDefaultValue, getDefaultValue().storedExpression(), lo);
 
-    tavo::Transaction transaction(model());
-    ensureOwnedType(*this).template cast<Type>().setMin(lo);
-    updateCurrentVersionId();
-    transaction.commit();
+    changeOwnedType(*this, [&](const ValueType& owned) { owned.cast<Type>().setMin(lo); });
   });
 }
 
 void PropertyDefinition::Impl::setMax(const kavra::HostArray& max) {
-  withNumericType(getType(), [&](const auto& type) {
+  withNumericType(requireType(getTypeProxy()), [&](const auto& type) {
     using Type = std::remove_cvref_t<decltype(type)>;
     const auto hi = boundIn<Type>(max);
-    if (const auto value = getDefaultValue(); value && value.hasValue())
-      if (const auto array = value.getValueIfExists();
-          array && !Numeric<Type>::isInRange(array, Numeric<Type>::lowest, hi))
-        raise(PropertyError::InvalidMaxForDefaultValue, value.storedExpression(), hi);
+    if (!isWithin<Type>(getDefaultValue(), NumericKind<Type>::lowest, hi))
+      raise(PropertyError::InvalidMaxForDefaultValue, getDefaultValue().storedExpression(), hi);
 
-    tavo::Transaction transaction(model());
-    ensureOwnedType(*this).template cast<Type>().setMax(hi);
-    updateCurrentVersionId();
-    transaction.commit();
+    changeOwnedType(*this, [&](const ValueType& owned) { owned.cast<Type>().setMax(hi); });
   });
 }
 
 void PropertyDefinition::Impl::setDimensions(const std::vector<std::uint64_t>& dimensions) {
   const auto value = getDefaultValue();
-  if (const auto array = value ? value.getValueIfExists() : HostArray();
-      array && !ValueType::staticDimensionsMatch(array, dimensions))
+  if (const auto array = arrayOf(value); array && !ValueType::staticDimensionsMatch(array, dimensions))
     raise(PropertyError::InvalidDimensionsForDefaultValue);
 
-  tavo::Transaction transaction(model());
-  const auto owned = ensureOwnedType(*this);
-  owned.setDimensions(dimensions);
-  if (value && value.hasValue() && kavra::isHostAvailable())
+  changeOwnedType(*this, [&](const ValueType& owned) {
+    owned.setDimensions(dimensions);
+    if (!value || !kavra::isHostAvailable())
+      return;
     try {
       // The text must still be a value when it is read from a file: a literal in quotes has a shape of its own.
       owned.validateExpression(value.storedExpression());
     } catch (const tavo::Error& error) {
       raiseBecause(error, PropertyError::InvalidDimensionsForDefaultValue);
     }
-  updateCurrentVersionId();
-  transaction.commit();
+  });
 }
 
 void PropertyDefinition::Impl::setBaseType(const tavo::String& typeName) {
@@ -461,8 +445,7 @@ void PropertyDefinition::Impl::setBaseType(const tavo::String& typeName) {
   if (owned && asNumeric(owned) && type && &owned.objectClass() == &type.objectClass()) {
     owned.setBaseType(type);
     requireNarrowing(owned, type);
-    if (value)
-      value.setExpression(value.storedExpression());
+    moveDefault(value, owned);
     updateCurrentVersionId();
     transaction.commit();
     return;
@@ -472,12 +455,13 @@ void PropertyDefinition::Impl::setBaseType(const tavo::String& typeName) {
   if (isOwnEnumeration)
     type = Enumeration::makeEnumeration(model(), typeName);
   const bool changesKind = former && &former.objectClass() != &type.objectClass();
+  const tavo::String text = value ? value.storedExpression() : tavo::String();
   setType(type);
   try {
     moveDefault(value, type);
   } catch (const tavo::Error& error) {
     if (changesKind && (isTextOrTruth(former) || isTextOrTruth(type)))
-      raiseBecause(error, PropertyError::DefaultValueIncompatibleWithType, value.storedExpression());
+      raiseBecause(error, PropertyError::DefaultValueIncompatibleWithType, text);
     throw;
   }
   if (owned)
@@ -490,7 +474,7 @@ void PropertyDefinition::Impl::setBaseType(const tavo::String& typeName) {
 
 internal::NamedElement PropertyDefinition::Impl::clone(const tavo::Model& target,
                                                        const internal::clone::CloneContext& context) const {
-  tavo::Transaction transaction(target);
+  internal::clone::CopyTransaction transaction(target, context);
   const auto copy = PropertyDefinition::create(target);
   auto& object = objectOf(copy);
   object.setP_Name(getP_Name());

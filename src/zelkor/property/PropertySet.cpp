@@ -1,7 +1,7 @@
 #include "zelkor/property/PropertySet.impl.h"
 
 #include "tavo/model/Transaction.h"
-#include "zelkor/clone/CloneContext.h"
+#include "zelkor/clone/CopyTransaction.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/HostNames.h"
 #include "zelkor/profile/Profile.h"
@@ -110,6 +110,7 @@ PropertyDefinition PropertySet::Impl::addEnumProperty(const tavo::String& propNa
   objectOf(definition).getOwnedTypeMutable().add(type);
   definition.setType(type);
   objectOf(definition).getDefaultValueMutable().add(Value::make(model(), type));
+  definition.updateCurrentVersionId();
   transaction.commit();
   return definition;
 }
@@ -169,7 +170,7 @@ internal::NamedElement PropertySet::Impl::clone(const tavo::Model& target,
   // Types and definitions refer to each other by the copies that the context knows.
   const auto scratch = context ? tavo::Model() : tavo::Model::create();
   const auto known = context ? context : internal::clone::CloneContext::create(scratch);
-  tavo::Transaction transaction(target);
+  internal::clone::CopyTransaction transaction(target, known);
   const auto copy = PropertySet::create(target);
   auto& object = static_cast<Impl&>(copy.object());
   object.setP_Name(getP_Name());

@@ -22,9 +22,7 @@ void StringType::Impl::validateValue(const kavra::HostArray& array) const {
     return;
   if (array.arrayClass() != ArrayClass::Cell && array.arrayClass() != ArrayClass::String)
     raise(PropertyError::InvalidStringPropValue);
-  if (!dimensionsMatch(array))
-    raise(PropertyError::InvalidDimensions, renderValueDimensionsAsString(array),
-          renderDimensionsAsString(getDimensions()));
+  requireDimensions(*this, array);
   if (array.arrayClass() == ArrayClass::String)
     return;
   for (const auto& text : array.cells())

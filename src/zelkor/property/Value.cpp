@@ -4,7 +4,7 @@
 #include "tavo/model/Transaction.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/property/Enumeration.h"
-#include "zelkor/property/RealType.h"
+#include "zelkor/property/TypeLookup.h"
 #include "zelkor/property/UnitQueryClientWrapper.h"
 #include "zelkor/property/ValueType.h"
 #include "zelkor/services/Proxies.h"
@@ -14,24 +14,10 @@ namespace {
 
 namespace proxy = services::proxy;
 
-/// The type of a value that something is asked of; raises UnresolvedPropertyDefinition when it cannot be had. Empty for
-/// a value without one.
-ValueType requireType(const proxy::ProxySource& source) {
-  if (!source)
-    return {};
-  try {
-    return source.getTargetElement().as<ValueType>();
-  } catch (const tavo::Error& error) {
-    if (error.id() != PropertyError::FailedProxyResolve)
-      throw;
-    raiseBecause(error, PropertyError::UnresolvedPropertyDefinition, source.getTargetName());
-  }
-}
-
-/// Whether the array is what the type would make of its text again. Enumerations may have changed meanwhile, so their
-/// texts are always read anew.
+/// Whether the array is what the type would make of its text again. Enumerations may have changed meanwhile, and
+/// singles are rounded after they have been checked, so their texts are always read anew.
 bool isStillValid(const kavra::HostArray& array, const ValueType& type) {
-  if (!array || type.as<Enumeration>())
+  if (!array || array.arrayClass() == kavra::ArrayClass::Single || type.as<Enumeration>())
     return false;
   if (const auto real = type.as<RealType>(); real && !real.typeMatches(array))
     return false;
@@ -131,8 +117,8 @@ void Value::Impl::initFromType(const ValueType& type) {
   tavo::Transaction transaction(model());
   setType(type);
   setCachedValue({});
-  if (const auto real = type.as<RealType>(); real && !type.as<Enumeration>())
-    setUnits(real.units());
+  const auto numeric = asNumeric(type);
+  setUnits(numeric ? numeric.units() : tavo::String());
   transaction.commit();
 }
 
@@ -151,14 +137,13 @@ void Value::Impl::initializeFrom(const Value& other) {
 void Value::Impl::aboutToSetUnits(const tavo::String& units) {
   if (units.empty() || model().frameworkUpdateDepth() > 0)
     return;
-  const auto type = requireType(getValueTypeProxy());
-  const auto real = type.as<RealType>();
-  if (!real || type.as<Enumeration>())
+  const auto numeric = asNumeric(requireType(getValueTypeProxy()));
+  if (!numeric)
     raise(PropertyError::CantHaveUnit);
-  if (real.units().empty())
+  if (numeric.units().empty())
     raise(PropertyError::TypeDoesntHaveUnit);
-  if (const auto checker = real.unitChecker())
-    checker.checkCompatible(units, real.units());
+  if (const auto checker = numeric.unitChecker())
+    checker.checkCompatible(units, numeric.units());
 }
 
 Value Value::Impl::clone(const tavo::Model& target) const {

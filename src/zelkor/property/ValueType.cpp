@@ -2,14 +2,16 @@
 
 #include "kavra/Host.h"
 #include "tavo/model/Transaction.h"
-#include "zelkor/clone/CloneContext.h"
+#include "zelkor/clone/CopyTransaction.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/HostCalls.h"
-#include "zelkor/property/BaseTypes.h"
 #include "zelkor/property/RealType.impl.h"
+#include "zelkor/property/TypeLookup.h"
 #include "zelkor/property/UnitQueryClientWrapper.h"
 #include "zelkor/services/Proxies.h"
 #include "zelkor/services/WorkspaceWrapper.h"
+
+#include <stdexcept>
 
 namespace zelkor::property {
 namespace {
@@ -53,6 +55,13 @@ std::vector<std::uint64_t> opaqueExtents(const kavra::HostArray& array) {
     if (extent > 1.0)
       extents.push_back(extent < 0x1p64 ? static_cast<std::uint64_t>(extent) : ~std::uint64_t{0});
   return extents;
+}
+
+[[noreturn]] void raiseCannotEval(const tavo::Model& model, const tavo::String& text) {
+  const auto reason = proxy::WorkspaceWrapper::get(model).whyNot(text);
+  if (reason.empty())
+    raise(PropertyError::CannotEvalExpression, text);
+  raiseBecause(std::runtime_error(reason), PropertyError::CannotEvalExpression, text);
 }
 
 } // namespace
@@ -104,7 +113,7 @@ kavra::HostArray ValueType::Impl::validateExpression(const tavo::String& text) c
     return {};
   auto array = evalExpression(text);
   if (!array)
-    raise(PropertyError::CannotEvalExpression, text);
+    raiseCannotEval(model(), text);
   validateValue(array);
   if (!isA(RealType::metaClass()))
     return array;
@@ -123,7 +132,7 @@ void ValueType::Impl::setBaseType(const ValueType& base) {
 
 internal::NamedElement ValueType::Impl::clone(const tavo::Model& target,
                                               const internal::clone::CloneContext& context) const {
-  tavo::Transaction transaction(target);
+  internal::clone::CopyTransaction transaction(target, context);
   const auto copy = target.create(objectClass()).cast<ValueType>();
   {
     // A copy is no edit: what the original holds has been checked when it came in.

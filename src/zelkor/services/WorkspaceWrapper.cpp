@@ -57,7 +57,23 @@ WorkspaceWrapper WorkspaceWrapper::get(const tavo::Model& model) {
 WorkspaceWrapper::~WorkspaceWrapper() = default;
 
 kavra::HostArray WorkspaceWrapper::evalExpression(const tavo::String& text) const {
-  return workspace_ ? callHost([&] { return workspace_->evaluate(text); }) : kavra::HostArray();
+  try {
+    return workspace_ ? workspace_->evaluate(text) : kavra::HostArray();
+  } catch (const kavra::Error&) {
+    // A host that does not answer has not evaluated the text; whoever needs its value says so.
+    return {};
+  }
+}
+
+std::string WorkspaceWrapper::whyNot(const tavo::String& text) const {
+  kavra::EvaluationFailure failure;
+  try {
+    if (!workspace_ || workspace_->evaluate(text, &failure) || failure.text.empty())
+      return {};
+    return failure.text + " (at character " + std::to_string(failure.position + 1) + ")";
+  } catch (const kavra::Error& error) {
+    return error.what();
+  }
 }
 
 } // namespace zelkor::services::proxy

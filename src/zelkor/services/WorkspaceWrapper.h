@@ -18,10 +18,13 @@ public:
   explicit WorkspaceWrapper(std::shared_ptr<kavra::Workspace> workspace) : workspace_(std::move(workspace)) {}
   virtual ~WorkspaceWrapper();
 
-  /// The value of the text, or null when it cannot be evaluated. Never raises for bad text.
+  /// The value of the text, or null when it cannot be evaluated. Never raises.
   virtual kavra::HostArray evalExpression(const tavo::String& text) const;
   /// Where the host's application sets the variables that expressions see; null without a host.
   const std::shared_ptr<kavra::Workspace>& workspace() const { return workspace_; }
+
+  /// Why a text that evaluates to null does so, for people; empty when the host does not tell.
+  std::string whyNot(const tavo::String& text) const;
 
 private:
   std::shared_ptr<kavra::Workspace> workspace_;

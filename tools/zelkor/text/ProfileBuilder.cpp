@@ -58,15 +58,14 @@ ValueType findType(const Profile& profile, const std::string& name) {
   return {};
 }
 
-/// What the words of an evaluation that failed add to its error.
+/// What can be added to the error of an expression that cannot be evaluated.
 std::string evaluationHint(const std::string& expression, bool takesText) {
   auto text = wide(expression);
   if (takesText && kavra::isValidName(text))
     return "A text stands in quotes: default = \"" + expression + "\".";
-  kavra::EvaluationFailure failure;
-  if (kavra::host().workspaces().of(nullptr)->evaluate(text, &failure))
+  if (kavra::host().workspaces().of(nullptr)->evaluate(text))
     return {};
-  return "(" + failure.text + "; a profile is read without a workspace, so there are no variables.)";
+  return "(A profile is read without a workspace, so there are no variables.)";
 }
 
 class Builder {

@@ -1,10 +1,18 @@
-// Walking from a value type along its base types.
+// Finding value types: behind references, by kind, and along base types.
 #pragma once
 
-#include "kavra/HostArray.h"
+#include "zelkor/property/RealType.h"
 #include "zelkor/property/ValueType.h"
+#include "zelkor/services/ProxySource.h"
 
 namespace zelkor::property {
+
+/// The type that a reference leads to, empty without a reference. Raises UnresolvedPropertyDefinition when it cannot be
+/// had: whoever is about to change something needs it.
+ValueType requireType(const services::proxy::ProxySource& reference);
+
+/// The type as one of numbers, which may have units. Empty for all others, enumerations among them.
+RealType asNumeric(const ValueType& type);
 
 /// A walk from a type to the root of its chain of base types. A base type that cannot be had raises
 /// FailedProxyResolve, since a type whose base is missing is not a root; base types that lead back to themselves, as
@@ -27,21 +35,7 @@ private:
 /// The last type of the chain.
 ValueType rootOf(const ValueType& type);
 
-/// The class of array that the root's name names, when `accepts` it; else `otherwise`.
-kavra::ArrayClass rootClass(const ValueType& type, bool (*accepts)(kavra::ArrayClass), kavra::ArrayClass otherwise);
-
-/// The first bound that a type or its base types of the same class hold themselves.
-template <class Type, class Bound>
-Bound inheritedBound(const Type& type, Bound (*own)(const Type&)) {
-  BaseTypes chain(type);
-  do {
-    const auto same = chain.type().template as<Type>();
-    if (!same)
-      return {};
-    if (const Bound bound = own(same))
-      return bound;
-  } while (chain.next());
-  return {};
-}
+/// The next type of the chain, or empty at a root.
+ValueType baseOf(const ValueType& type);
 
 } // namespace zelkor::property
