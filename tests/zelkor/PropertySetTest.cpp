@@ -202,6 +202,12 @@ TEST_F(PropertySetTest, EveryDefaultIsANewVersion) {
   EXPECT_TRUE(changes());
   definition.setBaseType(u"single");
   EXPECT_TRUE(changes());
+  definition.setType(definition.getType());
+  EXPECT_FALSE(changes());
+  definition.setType(builtIn(u"int8"));
+  EXPECT_TRUE(changes());
+  definition.setType(definition.ownedType());
+  EXPECT_TRUE(changes());
 
   EXPECT_ERROR(definition.setDefaultPropertyValue(u"50", u"*"), "Velmora:Property:InvalidRealPropValueMinMax");
   EXPECT_TRUE(changes()) << "whoever follows the definition looks again";

@@ -85,9 +85,15 @@ NumberOf<Type> boundIn(const HostArray& array) {
   return array.data<NumberOf<Type>>()[0];
 }
 
-template <class Number>
-HostArray scalarOf(const std::optional<Number>& bound) {
-  return bound ? HostArray::scalar(*bound) : HostArray();
+/// What `get` answers for a numeric type, as an array; null without a bound, and for other types.
+template <class Get>
+HostArray boundOf(const ValueType& type, const Get& get) {
+  const auto asArray = [](const auto& bound) { return bound ? HostArray::scalar(*bound) : HostArray(); };
+  if (const auto real = type.as<FloatType>())
+    return asArray(get(real));
+  if (const auto integer = type.as<IntegerType>())
+    return asArray(get(integer));
+  return {};
 }
 
 /// The array that the text of a default stands for; null without a text. Without a host nothing is evaluated, so what
@@ -266,21 +272,11 @@ tavo::String PropertyDefinition::Impl::getUnit() const {
 }
 
 kavra::HostArray PropertyDefinition::Impl::getMin() const {
-  const auto type = getType();
-  if (const auto real = type.as<FloatType>())
-    return scalarOf(real.getMinValue());
-  if (const auto integer = type.as<IntegerType>())
-    return scalarOf(integer.getMinValue());
-  return {};
+  return boundOf(getType(), [](const auto& type) { return type.getMinValue(); });
 }
 
 kavra::HostArray PropertyDefinition::Impl::getMax() const {
-  const auto type = getType();
-  if (const auto real = type.as<FloatType>())
-    return scalarOf(real.getMaxValue());
-  if (const auto integer = type.as<IntegerType>())
-    return scalarOf(integer.getMaxValue());
-  return {};
+  return boundOf(getType(), [](const auto& type) { return type.getMaxValue(); });
 }
 
 std::vector<std::uint64_t> PropertyDefinition::Impl::getDimensions() const {
@@ -331,7 +327,14 @@ void PropertyDefinition::Impl::setName(const tavo::String& name) {
 
 void PropertyDefinition::Impl::updateCurrentVersionId() { setCurrentVersionId(tavo::randomUuid()); }
 
-void PropertyDefinition::Impl::setType(const ValueType& type) { proxy::referTo(handle(), at(Index::typeProxy), type); }
+void PropertyDefinition::Impl::setType(const ValueType& type) {
+  if (const auto present = getTypeProxy(); present && present.pointsTo(type))
+    return;
+  tavo::Transaction transaction(model());
+  proxy::referTo(handle(), at(Index::typeProxy), type);
+  updateCurrentVersionId();
+  transaction.commit();
+}
 
 void PropertyDefinition::Impl::setDefaultPropertyValue(const tavo::String& expression, const tavo::String& units) {
   tavo::Transaction transaction(model());
@@ -481,8 +484,8 @@ internal::NamedElement PropertyDefinition::Impl::clone(const tavo::Model& target
   if (getP_ExternalUID())
     object.setP_ExternalUID(*getP_ExternalUID());
   object.setP_Index(getP_Index());
-  object.setCurrentVersionId(getCurrentVersionId());
   copyType(*this, object, context);
+  object.setCurrentVersionId(getCurrentVersionId());
   if (const auto value = getDefaultValue())
     object.getDefaultValueMutable().add(copyDefault(value, object));
   if (context)

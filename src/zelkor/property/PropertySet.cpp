@@ -110,7 +110,6 @@ PropertyDefinition PropertySet::Impl::addEnumProperty(const tavo::String& propNa
   objectOf(definition).getOwnedTypeMutable().add(type);
   definition.setType(type);
   objectOf(definition).getDefaultValueMutable().add(Value::make(model(), type));
-  definition.updateCurrentVersionId();
   transaction.commit();
   return definition;
 }
