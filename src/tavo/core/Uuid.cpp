@@ -4,6 +4,7 @@
 #include <boost/uuid/name_generator_md5.hpp>
 #include <boost/uuid/random_generator.hpp>
 
+#include <array>
 #include <cerrno>
 #include <limits>
 #include <pthread.h>
@@ -101,25 +102,27 @@ std::string toText(const Uuid& uuid) {
 std::optional<Uuid> parseUuid(std::string_view text) {
   if (text.size() != 36)
     return std::nullopt;
-  const auto digit = [](char c) {
-    if (c >= '0' && c <= '9')
-      return c - '0';
-    if (c >= 'a' && c <= 'f')
-      return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-      return c - 'A' + 10;
-    return -1;
-  };
+  static constexpr std::uint8_t noDigit = 0xFF;
+  static constexpr auto values = [] {
+    std::array<std::uint8_t, 256> table{};
+    table.fill(noDigit);
+    for (std::uint8_t i = 0; i < 10; ++i)
+      table['0' + i] = i;
+    for (std::uint8_t i = 0; i < 6; ++i)
+      table['a' + i] = table['A' + i] = static_cast<std::uint8_t>(10 + i);
+    return table;
+  }();
+  const auto digit = [&](std::size_t at) { return values[static_cast<unsigned char>(text[at])]; };
   Uuid uuid;
   std::size_t at = 0;
-  for (std::size_t i = 0; i < 16; ++i) {
+  for (std::size_t i = 0; i < 16; ++i, at += 2) {
     if ((i == 4 || i == 6 || i == 8 || i == 10) && text[at++] != '-')
       return std::nullopt;
-    const int high = digit(text[at++]);
-    const int low = digit(text[at++]);
-    if (high < 0 || low < 0)
+    const std::uint8_t high = digit(at);
+    const std::uint8_t low = digit(at + 1);
+    if ((high | low) > 0x0F)
       return std::nullopt;
-    uuid.data[i] = static_cast<std::uint8_t>(high * 16 + low);
+    uuid.data[i] = static_cast<std::uint8_t>(high << 4 | low);
   }
   return uuid;
 }

@@ -31,16 +31,18 @@ public:
   void insert(ModelElement::Impl& object) noexcept {
     const std::size_t hash = hashUuid(object.uuid());
     std::size_t at = hash & mask_;
-    while (entries_[at])
+    for (; entries_[at]; ++probes)
       at = (at + 1) & mask_;
     entries_[at] = pack(object, hash);
     ++count_;
+    ++probes;
   }
 
   void erase(const ModelElement::Impl& object) noexcept {
     const std::size_t hash = hashUuid(object.uuid());
     std::size_t hole = hash & mask_;
-    while (entries_[hole] != pack(object, hash))
+    ++probes;
+    for (; entries_[hole] != pack(object, hash); ++probes)
       hole = (hole + 1) & mask_;
     entries_[hole] = 0;
     --count_;
@@ -58,7 +60,8 @@ public:
     if (!entries_)
       return nullptr;
     const std::size_t hash = hashUuid(uuid);
-    for (std::size_t at = hash & mask_; entries_[at]; at = (at + 1) & mask_)
+    ++probes;
+    for (std::size_t at = hash & mask_; entries_[at]; at = (at + 1) & mask_, ++probes)
       if (((entries_[at] ^ hash) & tagMask) == 0) {
         ModelElement::Impl* object = unpack(entries_[at]);
         if (object->uuid() == uuid && object->isAlive())
@@ -66,6 +69,8 @@ public:
       }
     return nullptr;
   }
+
+  mutable std::uint64_t probes = 0; ///< entries looked at, for the benchmarks
 
   std::size_t size() const { return count_; }
   void clear() noexcept {

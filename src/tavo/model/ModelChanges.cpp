@@ -4,6 +4,8 @@
 #include "tavo/core/Errors.h"
 #include "tavo/model/FeatureFields.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <cassert>
 
 namespace tavo {
@@ -251,7 +253,7 @@ void ModelData::unlink(Link& link) {
 void ModelData::destroyTree(Impl& root, bool withHooks, bool withContents) {
   requireChangeable();
   OneChange change(*this);
-  std::vector<Impl*> tree;
+  boost::container::small_vector<Impl*, 16> tree; // most trees are single objects
   if (withHooks) {
     // Hooks may change what they find, so the tree is gathered again when they have run.
     tree.push_back(&root);

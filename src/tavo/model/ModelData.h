@@ -72,6 +72,7 @@ public:
   }
   ItemList& topLevel() { return topLevel_; }
   std::size_t objectCount() const { return alive_; }
+  std::uint64_t identityProbes() const { return identities_.probes; }
   void adoptContents(ModelData& other);
 
   // Reading a file: an object is made, gets its values, and then its place.

@@ -20,9 +20,8 @@ void Step::addChunk() { reserveRecords(std::clamp<std::size_t>(last_->capacity *
 void Step::reserveRecords(std::size_t count) {
   if (last_->capacity - last_->used >= count)
     return;
-  auto memory = std::make_unique_for_overwrite<std::byte[]>(count * sizeof(Record));
-  auto* chunk = new Chunk{memory.get(), count};
-  memory.release();
+  auto* memory = static_cast<std::byte*>(::operator new(sizeof(Chunk) + count * sizeof(Record)));
+  auto* chunk = ::new (memory) Chunk{memory + sizeof(Chunk), static_cast<std::uint32_t>(count)};
   chunk->previous = last_;
   last_->next = chunk;
   last_ = chunk;
@@ -39,8 +38,7 @@ void Step::dropUnusedChunks() noexcept {
     Chunk* emptied = last_;
     last_ = emptied->previous;
     last_->next = nullptr;
-    delete[] emptied->memory;
-    delete emptied;
+    ::operator delete(emptied);
   }
 }
 
@@ -48,8 +46,7 @@ void Step::dropChunks() noexcept {
   while (last_->previous) {
     Chunk* dropped = last_;
     last_ = dropped->previous;
-    delete[] dropped->memory;
-    delete dropped;
+    ::operator delete(dropped);
   }
   first_.next = nullptr;
   first_.used = 0;

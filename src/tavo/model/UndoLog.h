@@ -51,7 +51,8 @@ struct Record {
 };
 static_assert(sizeof(Record) <= 48);
 
-/// Internal. The records of one outermost transaction: the first in place, the others in chunks that grow.
+/// Internal. The records of one outermost transaction: the first two in place, since a value is set by two, the others
+/// in chunks that grow.
 class Step {
 public:
   Step() = default;
@@ -97,10 +98,11 @@ public:
   Step* next = nullptr;
 
 private:
+  /// A chunk's memory stands behind it, but for the one in place.
   struct Chunk {
     std::byte* memory;
-    std::size_t capacity;
-    std::size_t used = 0;
+    std::uint32_t capacity;
+    std::uint32_t used = 0;
     Chunk* previous = nullptr;
     Chunk* next = nullptr;
   };
@@ -112,8 +114,10 @@ private:
   void dropUnusedChunks() noexcept;
   void dropChunks() noexcept;
 
-  alignas(8) std::byte inPlace_[sizeof(Record)];
-  Chunk first_{inPlace_, 1};
+  static constexpr std::uint32_t recordsInPlace = 2;
+
+  alignas(8) std::byte inPlace_[recordsInPlace * sizeof(Record)];
+  Chunk first_{inPlace_, recordsInPlace};
   Chunk* last_ = &first_;
   std::size_t size_ = 0;
 };

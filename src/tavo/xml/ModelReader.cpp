@@ -89,7 +89,8 @@ public:
 
   void text(const XmlReader& reader, std::string_view text) override {
     reader_ = &reader;
-    if (text.find_first_not_of(" \t\r\n") != std::string_view::npos)
+    const auto isBlank = [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; };
+    if (!std::all_of(text.begin(), text.end(), isBlank))
       raise(FrameworkError::InvalidText, place(), "there is text between the elements");
   }
 
@@ -437,7 +438,7 @@ private:
   void refer(Impl& source, const MetaProperty& property, std::string_view text) {
     if (property.kind() == FeatureKind::refersOne && source.one(property))
       raise(FrameworkError::InvalidText, place(), "\"" + std::string(property.name()) + "\" holds one object only");
-    Pending pending{&source, &property, {}, noAnchor, reader_->position().line};
+    Pending pending{&source, &property, {}, noAnchor, 0};
     if (text.size() == 36)
       pending.uuid = readUuid(text);
     else
@@ -447,6 +448,7 @@ private:
       if (known)
         return makeReference(source, property, *known, [this] { return place(); });
     }
+    pending.line = reader_->position().line; // expat counts the lines when it is asked, so not before it is needed
     pending_.push_back(pending);
   }
 

@@ -36,6 +36,10 @@ std::optional<char16_t> hexValue(std::u16string_view digits) {
 
 bool needsEscape(std::u16string_view text) noexcept {
   for (std::size_t at = 0; at < text.size();) {
+    if (text[at] >= 0x20 && text[at] < 0xD800) { // nearly always, so it is looked at first
+      ++at;
+      continue;
+    }
     const auto size = carried(text, at);
     if (size == 0)
       return true;

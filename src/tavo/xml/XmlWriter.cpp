@@ -7,6 +7,7 @@
 #include "tavo/xml/XmlText.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 
 namespace tavo {
@@ -16,7 +17,7 @@ constexpr std::size_t blockSize = std::size_t{64} << 10;
 constexpr std::size_t deepestIndentation = 64; ///< in levels, so that files grow with their elements only
 
 /// What stands for a unit that has a meaning in XML or that readers would change; empty for all others.
-std::string_view reference(char32_t unit, bool inAttribute) {
+constexpr std::string_view reference(char32_t unit, bool inAttribute) {
   switch (unit) {
   case '&':
     return "&amp;";
@@ -37,10 +38,32 @@ std::string_view reference(char32_t unit, bool inAttribute) {
   }
 }
 
-/// Whether a text is the same in XML, wherever it stands, as most identifiers and numbers are.
+/// The ASCII characters that are the same in XML wherever they stand: most texts have no others.
+constexpr auto plainCharacters = [] {
+  std::array<bool, 128> plain{};
+  for (char32_t c = ' '; c <= '~'; ++c)
+    plain[c] = reference(c, true).empty();
+  return plain;
+}();
+
+constexpr bool isPlain(char32_t unit) { return unit < plainCharacters.size() && plainCharacters[unit]; }
+
 bool isPlain(std::string_view utf8) {
-  return std::ranges::all_of(
-      utf8, [](char c) { return c >= ' ' && c <= '~' && reference(static_cast<unsigned char>(c), true).empty(); });
+  return std::ranges::all_of(utf8, [](char c) { return isPlain(char32_t{static_cast<unsigned char>(c)}); });
+}
+
+/// Appends a text of plain characters in one pass; any other leaves the output as it was.
+bool appendIfPlain(std::string& out, std::u16string_view text) {
+  const std::size_t before = out.size();
+  out.resize(before + text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (!isPlain(char32_t{text[i]})) {
+      out.resize(before);
+      return false;
+    }
+    out[before + i] = static_cast<char>(text[i]);
+  }
+  return true;
 }
 
 } // namespace
@@ -137,6 +160,8 @@ void XmlWriter::closeTag(std::string_view ending) {
 }
 
 std::size_t XmlWriter::append(std::u16string_view text, bool inAttribute) {
+  if (appendIfPlain(buffer_, text))
+    return text.size();
   if (needsEscape(text))
     raise(FrameworkError::InvalidText, open_.back().name, "it holds characters that XML cannot carry");
   const std::size_t before = buffer_.size();
