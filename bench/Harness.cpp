@@ -168,9 +168,9 @@ void measureChange(Table& table, const Setting& setting, const tavo::Model& mode
     if (setting.undoDepth == Setting::unlimited && i + 1 < rounds)
       model.clearHistory();
   }
-  const double step = setting.undoDepth == Setting::unlimited ? 1 : 0; // the others are used again
+  const double blocks = setting.undoDepth == Setting::unlimited ? 1 : 0; // other steps are used again
   table.add(setting, what.name, change, floor.nanoseconds(), what.sum(), what.expected(round - 1),
-            {step, what.records});
+            {blocks, what.records});
 
   // What is taken back are the last changes; they are made again for each try, with the history's length of objects.
   const std::size_t steps = std::min(setting.undoDepth, setting.objects);

@@ -64,8 +64,9 @@ void ModelData::commit() {
   }
   --transactionDepth_;
   log_.close();
-  for (const auto& action : std::exchange(deferred_, {}))
-    runReported(action);
+  if (!deferred_.empty())
+    for (const auto& action : std::exchange(deferred_, {}))
+      runReported(action);
 }
 
 void ModelData::rollback(const Savepoint& savepoint) noexcept {
@@ -98,13 +99,14 @@ void ModelData::undo(bool forward) {
 
 void ModelData::notify(const ChangeSet& changes) noexcept {
   for (std::size_t i = 0; i < listeners_.size(); ++i) { // listeners may come meanwhile
-    const std::shared_ptr<ListenerToken::Entry> entry = listeners_[i];
-    if (!entry->active)
+    // None goes before the end of this function, which does not nest: a listener's changes join the step, or are refused.
+    ListenerToken::Entry& entry = *listeners_[i];
+    if (!entry.active)
       continue;
-    ++entry->running;
-    runReported([&] { entry->listen(changes); });
-    if (--entry->running == 0 && !entry->active)
-      entry->stop();
+    ++entry.running;
+    runReported([&] { entry.listen(changes); });
+    if (--entry.running == 0 && !entry.active)
+      entry.stop();
   }
   std::erase_if(listeners_, [](const auto& entry) { return !entry->active; });
 }
