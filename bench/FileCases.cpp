@@ -1,10 +1,11 @@
 // Saving and loading, in memory, against a bare parse of the same bytes.
+#include "bench/Book.impl.h"
 #include "bench/Harness.h"
+#include "bench/Shelf.h"
 
 #include "tavo/io/Bytes.h"
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
-#include "tests/tavo/handwritten/Shelf.impl.h"
 #include "zelkor/profile/Profile.h"
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
@@ -62,7 +63,7 @@ void fillLibrary(const Model& model, const Setting& setting) {
     const auto book = library::Book::create(model);
     auto& object = static_cast<library::Book::Impl&>(book.object());
     book.setName(textOf(i, 0, setting.textUnits));
-    object.setP_Index(number);
+    object.setNumber(number);
     object.setShelf(shelf);
   }
 }

@@ -137,6 +137,9 @@ void setExpressions(Table& table, const Setting& setting, const Form& form) {
 } // namespace
 
 void runValueCases(Table& table, const Setting& setting) {
+  // The texts are those of the forms, so one of the two lengths that names have will do.
+  if (setting.textUnits != 5 && setting.undoDepth != Setting::unlimited)
+    return;
   for (const Form& form : forms)
     setExpressions(table, setting, form);
 }

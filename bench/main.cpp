@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
   if (smoke) { // small sizes, whose counters and checksums are as telling as those of large ones
     for (const std::size_t objects : {2000u, 8000u})
       for (const std::size_t depth : {std::size_t{1000}, Setting::unlimited})
-        settings.push_back({objects, true, depth == 1000 ? 12u : 5u, depth});
+        settings.push_back({objects, true, depth == 1000 ? 5u : 12u, depth});
   } else {
     for (const std::size_t objects : {1000u, 10000u, 100000u, 1000000u})
       for (const bool shuffled : {false, true})

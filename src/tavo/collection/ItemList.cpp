@@ -226,6 +226,21 @@ void* ItemList::at(std::size_t position) {
   return nodes_[order_[position]].item;
 }
 
+void ItemList::foresee(std::size_t position) const {
+  constexpr std::size_t itemsAhead = 8;
+  constexpr std::size_t nodesAhead = 2 * itemsAhead; // a node has to be there before its item can be fetched
+  constexpr std::size_t cacheLine = 64;
+  if (!ordered_)
+    return;
+  if (position + nodesAhead < order_.size())
+    __builtin_prefetch(&nodes_[order_[position + nodesAhead]]);
+  if (position + itemsAhead < order_.size()) {
+    const auto* item = static_cast<const std::byte*>(nodes_[order_[position + itemsAhead]].item);
+    __builtin_prefetch(item);
+    __builtin_prefetch(item + cacheLine);
+  }
+}
+
 template <class Matches>
 void* ItemList::search(std::size_t which, std::uint32_t hash, const Matches& matches) const {
   if (indexes_[which].isBuilt()) {

@@ -94,6 +94,9 @@ public:
   /// The item at a position of the order; positions are below size().
   void* at(std::size_t position);
   ModelElement::Impl* objectAt(std::size_t position) { return objectOf(at(position)); }
+  /// Lets the processor fetch what a walk over the order, now at `position`, comes to soon: in the order of keys, items
+  /// lie scattered in memory.
+  void foresee(std::size_t position) const;
   void* first() const { return head_ == none ? nullptr : nodes_[head_].item; }
   void* last() const { return tail_ == none ? nullptr : nodes_[tail_].item; }
   /// The item linked behind `item`, or null.

@@ -137,7 +137,11 @@ private:
     if (property.kind() != FeatureKind::containsMany)
       return nullptr;
     ItemList* list = object.items(property);
-    return list && position < list->size() ? list->objectAt(position) : nullptr;
+    if (!list || position >= list->size())
+      return nullptr;
+    Impl* child = list->objectAt(position);
+    list->foresee(position);
+    return child;
   }
 
   /// Goes through the tree once to see which classes, features and targets occur.
