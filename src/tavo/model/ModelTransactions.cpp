@@ -99,7 +99,8 @@ void ModelData::undo(bool forward) {
 
 void ModelData::notify(const ChangeSet& changes) noexcept {
   for (std::size_t i = 0; i < listeners_.size(); ++i) { // listeners may come meanwhile
-    // None goes before the end of this function, which does not nest: a listener's changes join the step, or are refused.
+    // None goes before the end of this function, which does not nest: a listener's changes join the step, or are
+    // refused.
     ListenerToken::Entry& entry = *listeners_[i];
     if (!entry.active)
       continue;
