@@ -46,10 +46,11 @@ function(tavo_generate)
     COMMAND ${Python3_EXECUTABLE} -B ${tavogen} --name=${arg_TARGET} --output=${arg_OUTPUT} ${depends}
             ${arg_SCHEMAS}
     OUTPUT_VARIABLE sources OUTPUT_STRIP_TRAILING_WHITESPACE
-    ERROR_VARIABLE faults
+    ERROR_VARIABLE faults ERROR_STRIP_TRAILING_WHITESPACE
     RESULT_VARIABLE result)
   if(NOT result EQUAL 0)
-    message(FATAL_ERROR "The schemas of ${arg_TARGET} are not right:\n${faults}")
+    string(REPLACE "\n" "\n  " faults "${faults}") # CMake leaves indented lines as they are
+    message(FATAL_ERROR "The schemas of ${arg_TARGET} are not right:\n  ${faults}")
   endif()
   string(REPLACE "\n" ";" sources "${sources}")
   list(TRANSFORM sources PREPEND "${arg_OUTPUT}/")

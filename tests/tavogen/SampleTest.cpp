@@ -89,6 +89,8 @@ TEST_F(SampleTest, BuildersSetInheritedAndOwnFeaturesAndChildren) {
   EXPECT_EQ(tulip.getNeighbour(), rose);
   Bed::Builder builder(model);
   builder.doAddPlants(tulip);
+  builder.doAddFavorites(rose);
+  EXPECT_EQ(builder.getFavorites(), std::vector{rose});
   builder.doAddGnome(Stone::Builder());
 
   const Bed made = builder.doCreate();
@@ -99,6 +101,7 @@ TEST_F(SampleTest, BuildersSetInheritedAndOwnFeaturesAndChildren) {
   EXPECT_EQ(made.plants()[0].bed(), made);
   EXPECT_EQ(made.plants()[0].lastSeen().minutes, 30);
   EXPECT_EQ(made.plants()[0].visits(), 0u) << "builders run no hooks";
+  EXPECT_EQ(made.favorites()[0], rose);
   EXPECT_TRUE(implOf(made).hasGnome());
   EXPECT_FALSE(implOf(made).hasMark());
 }
@@ -129,6 +132,7 @@ TEST_F(SampleTest, ReflectionRunsHooksAndOverriddenSetters) {
   EXPECT_EQ(rose.visits(), 2u);
   EXPECT_ERROR(write(rose, "Name", tavo::Value::of<tavo::String>(u"")), "tavo:messages:InvalidValue", "", "Name",
                "a name");
+  EXPECT_ERROR(write(rose, "neighbour", tavo::Value::of(1.0)), "tavo:messages:InvalidValue", "1", "neighbour", "Plant");
   write(rose, "Name", tavo::Value::of<tavo::String>(u"Briar"));
   EXPECT_TRUE(bed.plants().find(u"Briar"));
 }

@@ -310,6 +310,12 @@ def _report_override_of_nothing(operation: Operation, problems: Problems) -> Non
             problems.report(operation.place, "overrides nothing: the arguments differ from "
                                              f"{other.owner.name}.{other.name}{other.signature_text()}")
             return
+    for feature in operation.owner.inherited_features():
+        if feature.virtual and names_of(feature).setter == operation.name:
+            argument = feature.type.name if feature.type.holds_objects else feature.type.spelling
+            problems.report(operation.place, "overrides nothing: the arguments differ from those of the setter of "
+                                             f"{feature.qualified_name}, ({argument})")
+            return
     names = [other.name for other in virtuals]
     problems.report(operation.place, f"overrides nothing: no base class has a virtual '{operation.name}'"
                                      f"{suggestion(operation.name, names)}")

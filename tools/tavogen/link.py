@@ -40,6 +40,9 @@ def link(model: Model) -> None:
     problems.raise_if_any()
 
 
+_NOT_GIVEN = "; give its schemas, too: in CMake, by DEPENDS with the target that has them"
+
+
 class _Scope:
     """The names that schemas of a package may use."""
 
@@ -88,7 +91,7 @@ def _link_packages(model: Model, problems: Problems) -> None:
             if name in by_name:
                 package.depends.append(by_name[name])
             else:
-                problems.report(package.place, f"unknown package '{name}'{suggestion(name, by_name)}")
+                problems.report(package.place, f"unknown package '{name}'{suggestion(name, by_name) or _NOT_GIVEN}")
 
 
 def _find_duplicate_names(model: Model, problems: Problems) -> None:

@@ -13,6 +13,8 @@ from .problems import Place, Problems, suggestion
 from .schema import (Argument, Class, Enumeration, Feature, Foreign, Kind, Model, Namespace, Operation, Package,
                      Primitive, Shape, Struct, Type)
 
+_NO_PACKAGE = "; the file with [package] and its namespaces belongs to the schemas"
+
 # What each table may hold: key -> the Python type of its value.
 _FILE = {"package": dict, "namespaces": dict, "enum": dict, "struct": dict, "primitive": dict, "foreign": dict,
          "class": dict}
@@ -314,7 +316,7 @@ class _Document:
         if not package:
             known = [known.name for package in model.packages for known in package.namespaces]
             self._problems.report(place, f"no package declares the namespace '{namespace}'"
-                                         f"{suggestion(namespace, known)}")
+                                         f"{suggestion(namespace, known) or _NO_PACKAGE}")
         return package
 
     def _header_folder(self, package: Package, place: Place) -> PurePosixPath:

@@ -39,6 +39,14 @@ const Value* ModelElement::Impl::BuilderImpl::find(const MetaProperty& property)
   return found == values_.rend() ? nullptr : &found->second;
 }
 
+std::vector<ModelElement> ModelElement::Impl::BuilderImpl::allTargets(const MetaProperty& property) const {
+  std::vector<ModelElement> found;
+  for (const auto& [feature, value] : values_)
+    if (feature == &property)
+      found.push_back(value.as<ModelElement>());
+  return found;
+}
+
 ModelElement ModelElement::Impl::BuilderImpl::create(const Model& model, bool withContents,
                                                      const tavo::Uuid& uuid) const {
   if (!model)

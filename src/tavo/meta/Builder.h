@@ -41,12 +41,21 @@ protected:
     const Value* set = find(feature);
     return set ? set->as<T>() : feature.defaultValue().template as<T>();
   }
+  template <class Facade>
+  std::vector<Facade> targets(PropertyIndex property) const {
+    std::vector<Facade> found;
+    for (const ModelElement& each : allTargets(class_->at(property)))
+      found.push_back(each.as<Facade>());
+    return found;
+  }
   ModelElement target(PropertyIndex property) const {
     const Value* set = find(class_->at(property));
     return set ? set->as<ModelElement>() : ModelElement();
   }
 
 private:
+  std::vector<ModelElement> allTargets(const MetaProperty& property) const;
+
   const MetaClass* class_;
   std::vector<std::pair<const MetaProperty*, Value>> values_;
   std::vector<std::pair<const MetaProperty*, BuilderImpl>> children_;

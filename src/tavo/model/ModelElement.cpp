@@ -31,6 +31,14 @@ bool isToOneReference(const MetaProperty& property) {
   return property.kind() == FeatureKind::refersOne || property.kind() == FeatureKind::container;
 }
 
+/// The objects in a value for a feature: one handle, or a vector of them.
+template <class Objects>
+const Objects& requireObjects(const Value& value, const MetaProperty& property) {
+  if (!value.holds<Objects>())
+    raise(FrameworkError::InvalidValue, value.toText(), property.name(), property.target()->name());
+  return value.as<Objects>();
+}
+
 /// The item behind which something at `position` of an ordered list stands.
 void* itemBefore(ItemList& list, std::size_t position) {
   if (position >= list.size())
@@ -166,7 +174,7 @@ void ModelElement::Impl::setPropertyValue(const MetaProperty& property, const Va
   case FeatureKind::containsOne:
   case FeatureKind::refersOne:
   case FeatureKind::container: {
-    const auto& target = value.as<ModelElement>();
+    const auto& target = requireObjects<ModelElement>(value, property);
     if (target.get())
       requireFitting(*this, property, target.get());
     if (setter)
@@ -176,7 +184,7 @@ void ModelElement::Impl::setPropertyValue(const MetaProperty& property, const Va
   }
   case FeatureKind::containsMany:
   case FeatureKind::refersMany: {
-    const auto& wanted = value.as<std::vector<ModelElement>>();
+    const auto& wanted = requireObjects<std::vector<ModelElement>>(value, property);
     Transaction transaction(model());
     if (ItemList* list = items(property))
       while (void* first = list->first())

@@ -63,9 +63,12 @@ def builder_feature(feature: Feature, spell: Speller) -> list[ImplMember]:
         return [ImplMember(Signature("void", names.do_set, (parameter,)), (f"setValue<{type_}>({index}, value);",)),
                 ImplMember(Signature(type_, names.getter, is_const=True), (f"return value<{type_}>({index});",))]
     put = f"setOrAdd({at}, tavo::Value::of<tavo::ModelElement>(value));"
-    if feature.is_many:
-        return [ImplMember(Signature("void", names.do_add, (parameter,)), (put,)), clear]
     target = spell.class_name(feature.type.entity)
+    if feature.is_many:
+        spell.headers.add("vector")
+        return [ImplMember(Signature("void", names.do_add, (parameter,)), (put,)), clear,
+                ImplMember(Signature(f"std::vector<{target}>", names.getter, is_const=True),
+                           (f"return targets<{target}>(Index::{field_name(feature)});",))]
     return [ImplMember(Signature("void", names.do_set, (parameter,)), (put,)),
             ImplMember(Signature(target, names.getter, is_const=True),
                        (f"return target(Index::{field_name(feature)}).as<{target}>();",))]

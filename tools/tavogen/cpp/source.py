@@ -41,7 +41,7 @@ def render_source(cls: Class) -> str:
         lines += ["// Storages derive from each other, which offsetof supports conditionally; both compilers do.",
                   '#pragma GCC diagnostic ignored "-Winvalid-offsetof"', ""]
     namespace = cpp_namespace(cls.namespace)
-    return render([*lines, f"namespace {namespace} {{", "", *body, "", f"}} // namespace {namespace}"])
+    return render([*lines, f"namespace {namespace} {{", *([] if tables else [""]), *body, "", f"}} // namespace {namespace}"])
 
 
 def _section(heading: str, lines: list[str]) -> list[str]:

@@ -4,6 +4,8 @@
 #include "sample/Bed.impl.h"
 #include "sample/Named.builder.h"
 
+#include <vector>
+
 namespace sample {
 
 class Plant;
@@ -24,8 +26,10 @@ public:
   void doClearMark();
   void doAddByNumber(const Plant& value);
   void doClearByNumber();
+  std::vector<Plant> getByNumber() const;
   void doAddFavorites(const Plant& value);
   void doClearFavorites();
+  std::vector<Plant> getFavorites() const;
   void doSetAnything(const tavo::ModelElement& value);
   tavo::ModelElement getAnything() const;
 };

@@ -17,12 +17,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 // Storages derive from each other, which offsetof supports conditionally; both compilers do.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace sample {
-
 namespace {
 
 constexpr tavo::PropertyDecl bedProperties[] = {
@@ -228,10 +228,12 @@ void Bed::Impl::BuilderImpl::doAddByNumber(const Plant& value) {
   setOrAdd(metaClass().at(Index::byNumber), tavo::Value::of<tavo::ModelElement>(value));
 }
 void Bed::Impl::BuilderImpl::doClearByNumber() { clear(metaClass().at(Index::byNumber)); }
+std::vector<Plant> Bed::Impl::BuilderImpl::getByNumber() const { return targets<Plant>(Index::byNumber); }
 void Bed::Impl::BuilderImpl::doAddFavorites(const Plant& value) {
   setOrAdd(metaClass().at(Index::favorites), tavo::Value::of<tavo::ModelElement>(value));
 }
 void Bed::Impl::BuilderImpl::doClearFavorites() { clear(metaClass().at(Index::favorites)); }
+std::vector<Plant> Bed::Impl::BuilderImpl::getFavorites() const { return targets<Plant>(Index::favorites); }
 void Bed::Impl::BuilderImpl::doSetAnything(const tavo::ModelElement& value) {
   setOrAdd(metaClass().at(Index::anything), tavo::Value::of<tavo::ModelElement>(value));
 }

@@ -4,6 +4,8 @@
 #include "sample/Bee.impl.h"
 #include "tavo/meta/Builder.h"
 
+#include <vector>
+
 namespace sample {
 
 class Bed;
@@ -15,6 +17,7 @@ public:
 
   void doAddVisited(const Plant& value);
   void doClearVisited();
+  std::vector<Plant> getVisited() const;
   void doSetHome(const Bed& value);
   Bed getHome() const;
 };

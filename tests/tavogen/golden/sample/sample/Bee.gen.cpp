@@ -12,12 +12,12 @@
 #include "tavo/meta/GeneratedCalls.h"
 
 #include <cstddef>
+#include <vector>
 
 // Storages derive from each other, which offsetof supports conditionally; both compilers do.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace sample {
-
 namespace {
 
 constexpr tavo::PropertyDecl beeProperties[] = {
@@ -103,6 +103,7 @@ void Bee::Impl::BuilderImpl::doAddVisited(const Plant& value) {
   setOrAdd(metaClass().at(Index::visited), tavo::Value::of<tavo::ModelElement>(value));
 }
 void Bee::Impl::BuilderImpl::doClearVisited() { clear(metaClass().at(Index::visited)); }
+std::vector<Plant> Bee::Impl::BuilderImpl::getVisited() const { return targets<Plant>(Index::visited); }
 void Bee::Impl::BuilderImpl::doSetHome(const Bed& value) {
   setOrAdd(metaClass().at(Index::home), tavo::Value::of<tavo::ModelElement>(value));
 }

@@ -16,7 +16,6 @@
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace sample {
-
 namespace {
 
 constexpr tavo::PropertyDecl namedProperties[] = {

@@ -63,6 +63,7 @@ public:
   Plant getNeighbour() const;
   void doAddFeeds(const Bee& value);
   void doClearFeeds();
+  std::vector<Bee> getFeeds() const;
 };
 
 class Plant::Builder : public tavo::BuilderBase<Plant::Impl::BuilderImpl, Plant, Plant::Builder> {

@@ -28,7 +28,6 @@
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace sample {
-
 namespace {
 
 const void* plantIsPerennialDefault() {
@@ -535,6 +534,7 @@ void Plant::Impl::BuilderImpl::doAddFeeds(const Bee& value) {
   setOrAdd(metaClass().at(Index::feeds), tavo::Value::of<tavo::ModelElement>(value));
 }
 void Plant::Impl::BuilderImpl::doClearFeeds() { clear(metaClass().at(Index::feeds)); }
+std::vector<Bee> Plant::Impl::BuilderImpl::getFeeds() const { return targets<Bee>(Index::feeds); }
 
 // Queries
 

@@ -15,7 +15,6 @@
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace sample::tools {
-
 namespace {
 
 constexpr tavo::PropertyDecl toolProperties[] = {
