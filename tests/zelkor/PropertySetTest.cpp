@@ -150,8 +150,8 @@ TEST_F(PropertySetTest, WithoutAHostTextsAreKeptAndNothingIsEvaluated) {
       {"kavra:messages:NoHost", [&] { colors.makeDefaultValue({}); }},
       {"kavra:messages:NoHost", [&] { ValueType::staticDimensionsMatch(table, {1}); }},
   };
-  for (const auto& [id, call] : refusals)
-    EXPECT_ERROR_UNCHANGED(model, call(), id);
+  for (const auto& refusal : refusals)
+    EXPECT_ERROR_UNCHANGED(model, refusal.call(), refusal.id);
   EXPECT_FALSE(property::Enumeration::isValidEnumerationName(u"Colors"));
   EXPECT_EQ(color.getDefaultPropertyValue(), (Names{u"''", u""}));
   EXPECT_TRUE(set.hasMissingArtifact());
