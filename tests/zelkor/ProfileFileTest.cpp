@@ -7,6 +7,8 @@
 
 #include <sys/stat.h>
 
+#include <functional>
+
 namespace zelkor::profile {
 namespace {
 
@@ -122,14 +124,56 @@ TEST_F(ProfileFileTest, BadFilesAreRefusedWithTheirErrorAndLeaveTheCatalogAsItWa
   };
   save(Profile::newProfile(u"Present"));
   announced();
+  const auto models = tavo::Constellation::process().models().size();
   for (const auto& row : rows) {
     SCOPED_TRACE(row.file);
     fs::copy_file(fs::path(ZELKOR_TEST_DATA) / "bad" / (std::string(row.file) + ".xml"), file("Bad.xml"),
                   fs::copy_options::overwrite_existing);
     EXPECT_TRUE(testsupport::raises([&] { load("Bad"); }, row.id, row.arguments));
     EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Present"}));
+    EXPECT_EQ(tavo::Constellation::process().models().size(), models);
     EXPECT_EQ(announced(), "");
   }
+}
+
+TEST_F(ProfileFileTest, WhatCannotBeReadBehindAReferenceIsMissingUntilItIsMended) {
+  saveParentAndChild();
+  const auto child = Profile::loadFromFile(u"Child");
+  const auto derived = child.prototypes().front();
+  const auto before = tavo::modelText(child.model());
+  Profile::unload(u"Parent");
+  const auto good = contentOf(file("Parent.xml"));
+  fs::remove(file("Parent.xml"));
+  const auto place = workingFolder() / "Parent.xml";
+  const std::pair<const char*, std::function<void()>> rows[] = {
+      {"Velmora:Profile:ProfileNotFound", [] {}},
+      {"tavo:io:NotARegularFile", [&] { fs::create_directory(place); }},
+      {"tavo:io:NotARegularFile", [&] { ::mkfifo(place.c_str(), 0600); }},
+      {"tavo:messages:MalformedXml", [&] { write(place, good.substr(0, good.size() / 2)); }},
+  };
+  announced();
+  for (const auto& [id, damage] : rows) {
+    SCOPED_TRACE(id);
+    damage();
+    EXPECT_FALSE(derived.getParent());
+    try {
+      derived.checkHealth();
+      ADD_FAILURE();
+    } catch (const tavo::Error& error) {
+      EXPECT_EQ(error.id(), "Velmora:Property:FailedProxyResolve");
+      EXPECT_EQ(error.arguments(), (Texts{u"Parent.Base", u"Parent"}));
+      EXPECT_EQ(error.cause()->id(), id);
+      EXPECT_EQ(error.cause()->arguments().front().toUtf8().find(place.native()), 0u);
+    }
+    EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{u"Child"});
+    EXPECT_EQ(tavo::modelText(child.model()), before);
+    EXPECT_EQ(announced(), "");
+    fs::remove(place);
+  }
+  write(place, good);
+  EXPECT_EQ(derived.getParent().getName(), u"Base");
+  EXPECT_EQ(tavo::modelText(child.model()), before);
+  EXPECT_FALSE(child.dirty());
 }
 
 TEST_F(ProfileFileTest, AFailedLoadTakesTheDependenciesThatItBroughtAlong) {

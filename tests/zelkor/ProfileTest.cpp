@@ -363,6 +363,9 @@ TEST_F(ProfileTest, DependenciesAreTheProfilesThatSomethingRefersTo) {
                          "Velmora:Profile:CircularProfileDependency", "Parent", "Child");
   EXPECT_ERROR_UNCHANGED(parent.model(), parent.prototypes().front().setParent(child.prototypes().front()),
                          "Velmora:Profile:CircularPrototypeInheritance", "Parent.Base", "Child.Derived");
+  const auto map = parent.prototypes().front().defaultStereotypeMap();
+  EXPECT_ERROR_UNCHANGED(parent.model(), map.setPortDefault(child.prototypes().front()),
+                         "Velmora:Profile:CircularProfileDependency", "Parent", "Child");
   child.prototypes().front().setParent({});
   EXPECT_FALSE(child.isDependentOnProfile(u"Parent"));
   parent.checkProfileCircularDependency(child);

@@ -50,13 +50,10 @@ Base findBase(const Profile& profile, const tavo::String& base) {
   return {parent, {}};
 }
 
-/// The resolvers that something in the model still refers through; others are left over from references that are gone.
+/// The resolvers that serve something; others are left over from references that are gone.
 std::vector<ProfileResolver> resolversInUse(const tavo::Model& model) {
   auto resolvers = services::proxy::resolversOf<ProfileResolver>(model);
-  std::erase_if(resolvers, [](const ProfileResolver& resolver) {
-    return std::ranges::none_of(resolver.proxies().toVector(),
-                                [](const auto& target) { return target.object().isReferredTo(); });
-  });
+  std::erase_if(resolvers, [](const ProfileResolver& resolver) { return resolver.proxies().empty(); });
   return resolvers;
 }
 
@@ -263,9 +260,8 @@ bool Profile::Impl::hasMissingArtifact() const {
     } catch (const tavo::Error&) {
       return true; // whatever is wrong with it, it cannot be had
     }
-    for (const auto& target : resolver.proxies().toVector())
-      if (target.object().isReferredTo() && !target.findElement())
-        return true;
+    if (std::ranges::any_of(resolver.proxies().toVector(), [](const auto& target) { return !target.findElement(); }))
+      return true;
   }
   return std::ranges::any_of(getPrototypes().toVector(), &Prototype::hasMissingArtifact) ||
          std::ranges::any_of(getPropertySets().toVector(), &PropertySet::hasMissingArtifact);

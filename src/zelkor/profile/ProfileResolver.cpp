@@ -10,9 +10,14 @@ ProfileResolver ProfileResolver::findModelResolver(const tavo::Model& model, con
 }
 
 ProfileResolver ProfileResolver::createResolver(const tavo::Model& model, const tavo::String& name) {
-  const auto resolver = services::proxy::findOrCreateResolver<ProfileResolver>(model, name);
+  const auto profile = ProfileCatalog::instance().getProfile(name);
+  const auto known = findModelResolver(model, name);
+  if (const auto own = Profile::getProfile(model); own && profile && (!known || known.proxies().empty()))
+    own.checkProfileCircularDependency(profile);
+
+  const auto resolver = known ? known : services::proxy::findOrCreateResolver<ProfileResolver>(model, name);
   // What is loaded already can be reached without asking for it.
-  if (const auto profile = ProfileCatalog::instance().getProfile(name); profile && !resolver.getReferencedModel())
+  if (profile && !resolver.getReferencedModel())
     resolver.setReferencedModel(profile.model());
   return resolver;
 }
