@@ -100,6 +100,14 @@ TEST_F(ModelTest, WhatWaitsForTheCommitRunsOnceAfterItAndNotWhenItsSavepointIsRo
   EXPECT_EQ(log.size(), 3u);
 }
 
+TEST_F(ModelTest, ATransactionRollsBackAfterACreationThatFailed) {
+  tavo::Transaction transaction(model);
+  Shelf::create(model);
+  EXPECT_ERROR(model.create(Labelled::metaClass()), "tavo:messages:NoSuchType");
+  transaction.rollback();
+  EXPECT_EQ(model.objectCount(), 0u);
+}
+
 TEST_F(ModelTest, AnUnloggedUpdateLeavesNoStepAndUndoStaysRightAroundIt) {
   auto shelf = Shelf::create(model);
   model.clearHistory();

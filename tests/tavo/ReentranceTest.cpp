@@ -134,6 +134,33 @@ TEST_F(ReentranceTest, ARoundAnnouncesWhatWasWrittenBeforeIt) {
   EXPECT_EQ(heard, (std::vector<std::size_t>{0, 1, 1}));
 }
 
+TEST_F(ReentranceTest, TheHistoryStandsStillWhileItIsAnnounced) {
+  int heard = 0;
+  const auto token = model.addListener([&](const tavo::ChangeSet& changes) {
+    ++heard;
+    EXPECT_TRUE(changes.isUndo());
+    EXPECT_FALSE(model.isOpenForWriting());
+    EXPECT_ERROR(model.redo(), "tavo:messages:ModelFrozen");
+    EXPECT_ERROR(model.clearHistory(), "tavo:messages:ModelFrozen");
+    EXPECT_ERROR(model.create<Node>(), "tavo:messages:ModelFrozen");
+  });
+  model.undo();
+  EXPECT_EQ(heard, 1);
+}
+
+TEST_F(ReentranceTest, AListenerMayHoldAndEndItsModelAndATokenMayOutliveIt) {
+  auto own = tavo::Model::create();
+  const auto inside = own.create<Node>();
+  auto token = own.addListener([own](const tavo::ChangeSet& changes) {
+    own.destroy();
+    EXPECT_ERROR(changes.changes(), "tavo:messages:CannotCreateWithoutModel");
+  });
+  inside.setName(u"new");
+  EXPECT_FALSE(inside);
+  EXPECT_FALSE(own);
+  token.reset();
+}
+
 TEST_F(ReentranceTest, VisitorsOfAQueryMayCreateAndDestroyAndEndTheModel) {
   const tavo::Query query(model);
   std::size_t visited = 0;
