@@ -82,6 +82,9 @@ TEST_F(SampleTest, BuildersSetInheritedAndOwnFeaturesAndChildren) {
   Plant::Builder tulip;
   tulip.doSetP_Name(u"Tulip");
   tulip.doSetNumber(3);
+  tulip.doSetCode(u"T3");
+  EXPECT_ERROR(tulip.setOrAdd(rose.objectClass().property("label"), tavo::Value::of(tavo::String())),
+               "tavo:messages:CannotSetReadOnlyProperty", "label", "Plant");
   tulip.doSetSpot({u"north", 2, Season::WINTER});
   tulip.doSetNeighbour(rose);
   tulip.doSetLastSeen({30});
@@ -97,6 +100,7 @@ TEST_F(SampleTest, BuildersSetInheritedAndOwnFeaturesAndChildren) {
 
   ASSERT_TRUE(made.plants().find(u"Tulip"));
   EXPECT_EQ(made.plants().findSecond(3).spot(), (Spot{u"north", 2, Season::WINTER}));
+  EXPECT_EQ(made.plants()[0].code(), u"T3");
   EXPECT_EQ(made.plants()[0].neighbour(), rose);
   EXPECT_EQ(made.plants()[0].bed(), made);
   EXPECT_EQ(made.plants()[0].lastSeen().minutes, 30);

@@ -10,6 +10,8 @@ namespace tavo {
 void ModelElement::Impl::BuilderImpl::setOrAdd(const MetaProperty& property, Value value) {
   if (!class_->isA(property.owner()))
     raise(FrameworkError::NoSuchProperty, property.name(), class_->name());
+  if (property.kind() == FeatureKind::derived)
+    raise(FrameworkError::CannotSetReadOnlyProperty, property.name(), class_->name());
   const Datatype* type = property.datatype() ? property.datatype() : &datatypeOf<ModelElement>();
   if (!value.type() || !(*value.type() == *type))
     raise(FrameworkError::InvalidValue, value.toText(), property.name(), type->name);
@@ -63,10 +65,14 @@ ModelElement ModelElement::Impl::BuilderImpl::create(const Model& model, bool wi
 void ModelElement::Impl::BuilderImpl::applyTo(Impl& object) const {
   const FrameworkUpdate guard(object.model());
   for (const auto& [property, value] : values_)
-    if (property->isMany())
+    if (property->isMany()) {
       object.add(*property, value.as<ModelElement>().get());
-    else
+    } else if (property->kind() == FeatureKind::attribute) { // also one that is read-only once it has been set here
+      Value copy = value;
+      object.writeAttribute(*property, copy.data());
+    } else {
       object.setPropertyValue(*property, value);
+    }
 }
 
 void ModelElement::Impl::BuilderImpl::createContents(Impl& object) const {
