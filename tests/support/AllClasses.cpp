@@ -19,15 +19,25 @@ using tavo::Value;
 
 namespace {
 
+/// Identities ascend as keys do: what a tree only refers to has no keys there and stands in the order of identities.
+tavo::Uuid identity(unsigned seed) {
+  tavo::Uuid uuid{};
+  for (unsigned i = 0; i < 4; ++i)
+    uuid.data[i] = static_cast<std::uint8_t>(seed >> (24 - 8 * i));
+  uuid.data[6] = 0x40;
+  uuid.data[8] = 0x80;
+  return uuid;
+}
+
 /// Makes a value one that differs from the default of its type, and from those of other seeds where it can.
 void vary(const Datatype& type, void* value, unsigned seed) {
   switch (type.kind) {
   case Datatype::Kind::string: // with what XML cannot carry, and too long to stand in place
     *static_cast<tavo::String*>(value) =
-        tavo::concat(u"text \x01 & <\r\n> \xD800 ", tavo::String::fromUtf8(std::to_string(seed)));
+        tavo::concat(u"text \x01 & <\r\n> \xD800 ", tavo::String::fromUtf8(std::to_string(100'000 + seed)));
     return;
   case Datatype::Kind::uuid:
-    static_cast<tavo::Uuid*>(value)->data[3] = static_cast<std::uint8_t>(seed);
+    *static_cast<tavo::Uuid*>(value) = identity(seed);
     return;
   case Datatype::Kind::enumeration:
     type.read(value, type.literals.back().name);
@@ -100,7 +110,7 @@ bool fill(const ModelElement& object, bool withContents = true) {
                target && (withContents || property->isReference())) {
       std::vector<ModelElement> others;
       for (int i = 0; i < (property->isMany() ? 3 : 1); ++i) {
-        others.push_back(object.model().create(*target));
+        others.push_back(object.model().create(*target, identity(++seed)));
         if (property->isContainment())
           fill(others.back(), false);
         setKeys(others.back(), *property, seed);

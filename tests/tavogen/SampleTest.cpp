@@ -262,6 +262,7 @@ TEST_F(SampleTest, ClassesOfOtherLibrariesDeriveFromIt) {
 TEST(SampleClassesTest, EachKeepsWhatMustHoldForAll) {
   annex::Vine::metaClass(); // registers both packages
   for (const auto* metaClass : testsupport::concreteClasses({"sample", "annex"})) {
+    testsupport::expectXmlRoundTrip(*metaClass);
     testsupport::expectUndoAndRedo(*metaClass);
     testsupport::expectRefusals(*metaClass);
     testsupport::expectKeysFollow(*metaClass);

@@ -13,6 +13,11 @@ std::vector<const tavo::MetaClass*> classes() {
   return found;
 }
 
+TEST(AllClassesTest, FilledObjectsComeBackFromTheirFiles) {
+  for (const auto* metaClass : classes())
+    testsupport::expectXmlRoundTrip(*metaClass);
+}
+
 TEST(AllClassesTest, FillingAndDestroyingIsUndoneAndRedone) {
   for (const auto* metaClass : classes())
     testsupport::expectUndoAndRedo(*metaClass);
