@@ -1,5 +1,6 @@
 #include "tools/zelkor/text/ProfileReader.h"
 #include "tools/zelkor/text/ProfileWriter.h"
+#include "tools/zelkor/text/Texts.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +49,11 @@ TEST(ProfileReader, SaysWhereAndWhyATextIsWrong) {
        "zelkor:text:WrongKind", "\"default\""},
       {"[[set]]\nname = \"A\"\n[[set.property]]\nname = \"p\"\ntype = \"double\"\ndefault = {expr=\"1\", value=1}\n", 6,
        "zelkor:text:OneOf", "\"expr\""},
-      {"[identities]\n\"Profile\" = 5\n", 2, "zelkor:text:InvalidIdentity", "Profile"},
+      {"[[set]]\nname = \"A\"\ndescription = { escaped = \"\\\\uD80\" }\n", 3, "zelkor:text:WrongKind", "quotes"},
+      {"[[set]]\nname = \"A\"\n[[set.type]]\nname = \"T\"\nkind = \"number\"\n", 5, "zelkor:text:UnknownChoice",
+       "integer"},
+      {"[[stereotype]]\nname = \"A\"\nlineColour = [1, 2, 4294967296]\n", 3, "zelkor:text:WrongKind", "[31, 119, 180]"},
+      {"[exact]\n\"Profile\" = 5\n", 2, "zelkor:text:WrongKind", "Profile"},
   };
   for (auto& [toml, line, id, words] : refusals) {
     Findings findings("P.toml");
@@ -72,8 +77,7 @@ TEST(ProfileReader, TellsAllFaultsInTheOrderOfTheText) {
 }
 
 TEST(ProfileText, ComesBackFromWhatIsWritten) {
-  constexpr auto toml = R"toml(order = ["Profile", "ModelIdentifier"]
-[profile]
+  constexpr auto toml = R"toml([profile]
 name = "P"
 id = "0e38a211-8b7c-3eae-b4c0-d1d620eda026"
 externalId = ""
@@ -102,6 +106,9 @@ enumeration = "paint.Colours"
 [[set]]
 name = "S"
 description = "a\u0000b"
+[[set.type]]
+name = "double"
+kind = "real"
 [[set.property]]
 name = "p"
 was = "q"
@@ -117,6 +124,7 @@ parent = "B.Base"
 appliesTo = ["Component", "Port"]
 icon = "sensor"
 headerColour = "#0a0B0c"
+lineColour = [256, 0, 4294967295]
 lineStyle = "dashed"
 defaults = { port = "A", component = "B.Base" }
 setDescription = "of the set"
@@ -126,9 +134,11 @@ type = "boolean"
 default = true
 [[tag]]
 name = "T"
-description = "…"
-[identities]
+description = { escaped = "\\uD800 \\\\ …" }
+[exact]
+order = ["Profile", "ModelIdentifier"]
 "Profile/tags/T" = "0e38a211-8b7c-3eae-b4c0-d1d620eda027"
+"Profile/valueTypes/int8" = false
 )toml";
   Findings findings("P.toml");
   auto first = readProfileText(toml, "P.toml", findings);
@@ -139,6 +149,8 @@ description = "…"
   EXPECT_EQ(first, second) << written;
   EXPECT_EQ(writeProfileText(second), written);
   EXPECT_EQ(second.stereotypes.at(0).defaults.at("component").value, "B.Base");
+  EXPECT_EQ(second.stereotypes.at(0).lineColour->blue, 4294967295u);
+  EXPECT_EQ(wide(second.tags.at(0).description).view(), std::u16string(1, char16_t(0xD800)) + u" \\ …");
 }
 
 TEST(ProfileReader, BoundsTheNestingOfLists) {

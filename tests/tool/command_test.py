@@ -56,7 +56,7 @@ class CommandTest(unittest.TestCase):
         for name in ORDER:
             done = self.run_command("decompile", f"{name}.xml", "-o", f"{name}.toml")
             self.assertEqual((done.returncode, done.stderr), (0, ""))
-            self.assertNotIn("[identities]", (self.folder / f"{name}.toml").read_text())
+            self.assertNotIn("[exact]", (self.folder / f"{name}.toml").read_text())
             (self.folder / f"{name}.xml").unlink()
             self.assertEqual(self.run_command("compile", f"{name}.toml").returncode, 0)
             self.assertEqual((self.folder / f"{name}.xml").read_bytes(), before[f"{name}.xml"], name)
@@ -95,6 +95,19 @@ class CommandTest(unittest.TestCase):
                                     "type = 'double'\n", 10, "Velmora:Profile:NonUniquePropertyNamesInHierarchy", ""),
             "port as component": ("[[stereotype]]\nname = 'A'\nappliesTo = ['Port']\n[profile]\ndefaultStereotype = 'A'\n",
                                   5, "Velmora:Profile:InvalidComponentDefault", ""),
+            "nil identity": ("[[tag]]\nname = 'A'\nid = '00000000-0000-0000-0000-000000000000'\n", 3,
+                             "zelkor:text:InvalidIdentity", ""),
+            "narrowing what is wrong": ("[[type]]\nname = 'A'\nbase = 'B'\nmax = 1\n" + HEAD + "type = 'A'\nmax = 0\n", 3,
+                                        "zelkor:text:UnknownName", ""),
+            "two meanings": (ENUM + "[[type]]\nname = 'Hue'\nbase = 'double'\n", 5, "zelkor:text:DuplicateName",
+                             "the first is in line 2"),
+            "built-in name": ("[[enumeration]]\nname = 'double'\nmembers = ['A']\n", 2, "zelkor:text:BuiltInName", ""),
+            "ragged rows": (HEAD + "type = 'double'\ndefault = [[1, 2], [3]]\n", 6,
+                            "Velmora:Property:CannotEvalExpression", ""),
+            "range in other units": (HEAD + "type = 'double'\nunits = 'kg'\nmin = 0\nmax = 25\n"
+                                     "default = { value = 750, units = 'g' }\n", 9,
+                                     "Velmora:Property:InvalidRealPropValueMinMax", "whatever its units"),
+            "fact about nothing": ("[exact]\n'Profile/tags/A/description' = 'x'\n", 2, "zelkor:text:UnknownPath", ""),
             "shared identity": ("[[tag]]\nname = 'A'\n[[tag]]\nname = 'B'\nwas = 'A'\n", None,
                                 "zelkor:text:SharedIdentity", ""),
         }
@@ -169,6 +182,50 @@ class CommandTest(unittest.TestCase):
             self.compile("P", HEAD + f"type = 'double'\nmin = {bound}\ndefault = 1\n")
             versions.add(version())
         self.assertEqual(len(versions), 4)
+
+    def test_a_profile_is_not_overwritten_with_something_else(self):
+        self.compile("P", "[[tag]]\nname = 'T'\n")
+        before = self.files()
+        for arguments, identifier in [(["decompile", "P.xml", "-o", "./P.xml"], "OutputIsInput"),
+                                      (["compile", "P.toml", "-o", "P.toml"], "OutputIsInput"),
+                                      (["compile", "P.toml", "-o", "Q.xml"], "OutputName")]:
+            with self.subTest(arguments):
+                done = self.run_command(*arguments)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(f" zelkor:text:{identifier}: ", done.stderr)
+                self.assertEqual(self.files(), before)
+        (self.folder / "P.xml").rename(self.folder / "Q.xml")
+        self.assertIn(" zelkor:text:OtherProfile: ", self.compile("Q", "[[tag]]\nname = 'T'\n").stderr)
+        self.assertEqual(self.files()["Q.xml"], before["P.xml"])
+        self.assertEqual(self.compile("Q", "[profile]\nwas = 'P'\n[[tag]]\nname = 'U'\nwas = 'T'\n").stderr, "")
+        done = self.compile("Q", "[profile]\nwas = 'P'\n[[tag]]\nname = 'V'\nwas = 'T'\n")
+        self.assertRegex(done.stderr, r"^Q\.toml:5:7: zelkor:text:UnknownFormer: [^\n]*\n$")
+
+    def test_texts_are_checked_and_shown_without_being_written(self):
+        self.write("P.toml", HEAD + "type = 'double'\nunits = 'kg'\ndefault = { value = 2, units = 'g' }\n")
+        self.write("Q.toml", HEAD + "type = 'duoble'\n")
+        done = self.run_command("check", "--json", "P.toml", "Q.toml")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual([(f["file"], f["line"], f["column"]) for f in json.loads(done.stdout)["findings"]],
+                         [("Q.toml", 5, 8)])
+        self.assertIn("    p: double, kg = 2 g\n", self.run_command("show", "P.toml").stdout)
+        self.assertEqual(sorted(self.files()), ["P.toml", "Q.toml"])
+
+    def test_decompiling_needs_nothing_but_the_file(self):
+        self.compile_examples()
+        before = self.files()
+        kept = self.folder / "kept"
+        kept.mkdir()
+        for name in before:
+            if name != "FlightControl.xml":
+                (self.folder / name).rename(kept / name)
+        shown = self.run_command("show", "FlightControl.xml")
+        self.assertEqual((shown.returncode, shown.stderr), (0, ""))
+        self.assertIn("    heaterPower: (type missing)", shown.stdout)
+        done = self.run_command("decompile", "FlightControl.xml", "-o", "kept/FlightControl.toml")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertEqual(self.run_command("compile", "kept/FlightControl.toml").stderr, "")
+        self.assertEqual((kept / "FlightControl.xml").read_bytes(), before["FlightControl.xml"])
 
     def test_check_tells_of_everything_that_is_missing(self):
         self.compile_examples()

@@ -1,7 +1,7 @@
 // check: everything that can be wrong with profiles, all of it.
 #include "tools/zelkor/command/Commands.h"
-#include "tools/zelkor/command/Files.h"
 #include "tools/zelkor/command/Report.h"
+#include "tools/zelkor/command/Source.h"
 #include "tools/zelkor/text/Errors.h"
 
 #include "kavra/Text.h"
@@ -19,7 +19,6 @@
 #include <nlohmann/json.hpp>
 
 #include <iostream>
-#include <unistd.h>
 
 namespace zelkor::command {
 namespace {
@@ -79,20 +78,28 @@ private:
 
   void checkType(const property::ValueType& type, const std::string& element) {
     checkTarget(type.typeProxy(), element);
+    checkEnumeration(type, element);
+  }
+
+  /// Whether the members of an enumeration can be had; true for other types.
+  bool checkEnumeration(const property::ValueType& type, const std::string& element) {
     auto enumeration = type.as<property::Enumeration>();
-    if (enumeration && !property::Enumeration::isValidEnumerationName(enumeration.getKavraEnumName()))
+    bool isMissing = enumeration && !property::Enumeration::isValidEnumerationName(enumeration.getKavraEnumName());
+    if (isMissing)
       findings_.add({}, element, TextError::MissingEnumeration, utf8(enumeration.getKavraEnumName()));
+    return !isMissing;
   }
 
   void checkSet(const property::PropertySet& set) {
+    for (const auto& type : set.valueTypes().toVector())
+      checkType(type, utf8(set.getFullyQualifiedName()) + "." + utf8(type.getName()));
     for (const auto& definition : set.getAllProperties()) {
       auto element = utf8(definition.getFullyQualifiedName());
+      if (!definition.typeProxy())
+        findings_.add({}, element, TextError::MissingType, element);
       checkTarget(definition.typeProxy(), element);
       auto type = definition.getType();
-      auto enumeration = type.as<property::Enumeration>();
-      if (enumeration && !property::Enumeration::isValidEnumerationName(enumeration.getKavraEnumName()))
-        findings_.add({}, element, TextError::MissingEnumeration, utf8(enumeration.getKavraEnumName()));
-      else if (type)
+      if (checkEnumeration(type, element) && type)
         attempt(element, [&] { definition.checkHealth(); });
     }
   }
@@ -119,42 +126,43 @@ private:
   text::Findings& findings_;
 };
 
-/// Says on a terminal which of many files it is at.
-void showProgress(std::size_t number, std::size_t count, const std::string& file) {
-  if (count > 1 && isatty(STDERR_FILENO))
-    std::cerr << "\r\033[K"
-              << (number <= count ? std::to_string(number) + "/" + std::to_string(count) + " " + file : "")
-              << std::flush;
-}
-
-} // namespace
-
-int check(const std::vector<std::string>& inputs, bool json) {
+/// All findings, file by file.
+std::vector<text::Finding> findingsIn(const std::vector<std::string>& inputs) {
   std::vector<text::Finding> all;
-  Surroundings surroundings;
-  for (std::size_t i = 0; i < inputs.size(); ++i) {
-    showProgress(i + 1, inputs.size(), inputs[i]);
-    text::Findings found(inputs[i]);
+  Progress progress("checking");
+  for (auto& input : inputs) {
+    progress.at("checking " + input);
+    text::Findings found(input);
+    Surroundings surroundings;
     try {
-      surroundings.lookIn({std::filesystem::absolute(inputs[i]).parent_path()});
-      auto model = readProfile(inputs[i]);
-      Check(Profile::getProfile(model), found).run();
+      if (auto model = readSource(input, surroundings, found))
+        Check(Profile::getProfile(model), found).run();
     } catch (...) {
       addCurrent(found);
     }
     auto sorted = found.sorted();
     all.insert(all.end(), sorted.begin(), sorted.end());
   }
-  showProgress(inputs.size() + 1, inputs.size(), {});
+  return all;
+}
 
+} // namespace
+
+int check(const std::vector<std::string>& inputs, bool json) {
+  auto all = findingsIn(inputs);
   if (!json) {
     print(all);
     return all.empty() ? success : findings;
   }
   auto list = nlohmann::ordered_json::array();
-  for (auto& finding : all)
+  for (auto& finding : all) {
     list.push_back(
         {{"file", finding.file}, {"element", finding.element}, {"id", finding.id}, {"message", finding.message}});
+    if (finding.place.line > 0) {
+      list.back()["line"] = finding.place.line;
+      list.back()["column"] = finding.place.column;
+    }
+  }
   std::cout << nlohmann::ordered_json{{"findings", list}}.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
             << '\n';
   return all.empty() ? success : findings;

@@ -44,6 +44,10 @@ void Surroundings::lookIn(std::vector<std::filesystem::path> folders) {
   classes_->forgetFiles();
 }
 
+std::filesystem::path folderOf(const std::filesystem::path& path) {
+  return std::filesystem::absolute(path).parent_path();
+}
+
 std::string readFile(const std::filesystem::path& path) {
   tavo::InputFile file(path);
   std::string content;

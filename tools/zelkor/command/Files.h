@@ -27,6 +27,9 @@ private:
   std::shared_ptr<kavra::Host> before_;
 };
 
+/// The folder that holds a file.
+std::filesystem::path folderOf(const std::filesystem::path& path);
+
 /// All bytes of a regular file; raises what the framework says about files.
 std::string readFile(const std::filesystem::path& path);
 

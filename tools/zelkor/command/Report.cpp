@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <unistd.h>
 
 namespace zelkor::command {
@@ -30,6 +31,40 @@ void addCurrent(text::Findings& findings, text::Place place, const std::string& 
     findings.add(place, element,
                  tavo::Error(tavo::ErrorId("tavo:messages:ForeignException"), {tavo::errorArgument(error.what())}));
   }
+}
+
+Progress::Progress(const std::string& work) : work_(work) {
+  if (isatty(STDERR_FILENO))
+    teller_ = std::thread([this] { show(); });
+}
+
+Progress::~Progress() {
+  {
+    std::lock_guard lock(mutex_);
+    isOver_ = true;
+  }
+  over_.notify_all();
+  if (teller_.joinable())
+    teller_.join();
+}
+
+void Progress::at(const std::string& work) {
+  std::lock_guard lock(mutex_);
+  work_ = work;
+}
+
+void Progress::show() {
+  constexpr auto pause = std::chrono::milliseconds(500);
+  auto start = std::chrono::steady_clock::now();
+  std::unique_lock lock(mutex_);
+  bool hasSaid = false;
+  while (!over_.wait_for(lock, pause, [&] { return isOver_; })) {
+    auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start).count();
+    std::cerr << "\r\033[K" << work_ << " ... " << seconds << " s" << std::flush;
+    hasSaid = true;
+  }
+  if (hasSaid)
+    std::cerr << "\r\033[K" << std::flush;
 }
 
 } // namespace zelkor::command

@@ -1,7 +1,12 @@
-// Printing findings.
+// What the command tells people.
 #pragma once
 
 #include "tools/zelkor/text/Findings.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 namespace zelkor::command {
 
@@ -11,5 +16,25 @@ void print(const std::vector<text::Finding>& findings);
 
 /// Adds whatever has been thrown, and is being handled, to the findings.
 void addCurrent(text::Findings& findings, text::Place place = {}, const std::string& element = {});
+
+/// Says on a terminal what long work is at, until this ends. Work that is done soon is not mentioned.
+class Progress {
+public:
+  explicit Progress(const std::string& work);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void at(const std::string& work);
+
+private:
+  void show();
+
+  std::string work_;
+  bool isOver_ = false;
+  std::mutex mutex_; ///< of the above
+  std::condition_variable over_;
+  std::thread teller_; ///< only on a terminal
+};
 
 } // namespace zelkor::command

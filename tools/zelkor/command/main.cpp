@@ -60,12 +60,12 @@ int main(int argc, char** argv) {
   decompileCommand->callback([&] { status = decompile(input, output); });
 
   auto* showCommand = app.add_subcommand("show", "Print what a profile holds");
-  showCommand->add_option("FILE", input, "The profile, FILE.xml")->required();
+  showCommand->add_option("FILE", input, "The profile, FILE.xml, or its text")->required();
   showCommand->add_flag("--json", json, "As JSON");
   showCommand->callback([&] { status = show(input, json); });
 
   auto* checkCommand = app.add_subcommand("check", "Find everything that is wrong with profiles");
-  checkCommand->add_option("FILES", inputs, "The profiles")->required();
+  checkCommand->add_option("FILES", inputs, "The profiles, or their texts")->required();
   checkCommand->add_flag("--json", json, "As JSON, on the standard output");
   checkCommand->callback([&] { status = check(inputs, json); });
 

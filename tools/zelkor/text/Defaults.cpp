@@ -1,11 +1,14 @@
 #include "tools/zelkor/text/Defaults.h"
 
+#include "tools/zelkor/text/Texts.h"
+
 #include "kavra/Host.h"
 #include "kavra/Literals.h"
 #include "kavra/Rendering.h"
 #include "kavra/Text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 namespace zelkor::text {
@@ -14,7 +17,7 @@ namespace {
 using kavra::HostArray;
 
 std::u16string quoted(const std::string& text) {
-  auto array = HostArray::chars(kavra::fromUtf8(text).value_or(u""));
+  auto array = HostArray::chars(wide(text));
   return kavra::expressionText(array).value_or(u"''");
 }
 
@@ -40,7 +43,7 @@ Literal numberLiteral(double value) {
 std::optional<Literal> elementLiteral(const HostArray& array, std::uint64_t index) {
   auto element = array.at(index);
   if (element.arrayClass() == kavra::ArrayClass::Char)
-    return element.asText() ? std::optional(Literal{kavra::toUtf8(*element.asText())}) : std::nullopt;
+    return element.asText() ? std::optional(Literal{narrow(*element.asText())}) : std::nullopt;
   if (element.arrayClass() == kavra::ArrayClass::Logical && element.isScalar())
     return Literal{element.data<bool>()[0]};
   if (element.arrayClass() == kavra::ArrayClass::Double && element.isScalar())
@@ -48,10 +51,17 @@ std::optional<Literal> elementLiteral(const HostArray& array, std::uint64_t inde
   return {};
 }
 
+/// The integer that is written like this, also one that no double can hold.
+std::optional<std::int64_t> integerOf(const std::string& text) {
+  std::int64_t value = 0;
+  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return error == std::errc() && std::to_string(value) == text ? std::optional(value) : std::nullopt;
+}
+
 /// A literal whose expression may be the text that the array was evaluated from.
 std::optional<Literal> candidate(const HostArray& array) {
   if (array.arrayClass() == kavra::ArrayClass::Char)
-    return array.asText() ? std::optional(Literal{kavra::toUtf8(*array.asText())}) : std::nullopt;
+    return array.asText() ? std::optional(Literal{narrow(*array.asText())}) : std::nullopt;
   if (array.isScalar() && array.arrayClass() != kavra::ArrayClass::Cell)
     return elementLiteral(array, 0);
   constexpr std::uint64_t longest = 10'000;
@@ -98,6 +108,8 @@ std::u16string expressionOf(const Literal& literal) {
 }
 
 std::optional<Literal> literalOf(std::u16string_view expression) {
+  if (auto integer = integerOf(kavra::toUtf8(expression)))
+    return Literal{*integer};
   auto array = kavra::host().workspaces().of(nullptr)->evaluate(expression);
   if (!array || array.arrayClass() == kavra::ArrayClass::Enumeration)
     return {};

@@ -28,8 +28,14 @@ struct TextError {
   static constexpr ErrorId MissingKey{"zelkor:text:MissingKey"};
   /// (name, reference) Something refers to a thing that cannot be had.
   static constexpr ErrorId MissingTarget{"zelkor:text:MissingTarget"};
+  /// (name) A property refers to no type at all.
+  static constexpr ErrorId MissingType{"zelkor:text:MissingType"};
   /// (keys) Two keys exclude each other.
   static constexpr ErrorId OneOf{"zelkor:text:OneOf"};
+  /// (file, name, name) An output holds another profile than the one that is to be written there.
+  static constexpr ErrorId OtherProfile{"zelkor:text:OtherProfile"};
+  /// (file) What is read would be overwritten with something else.
+  static constexpr ErrorId OutputIsInput{"zelkor:text:OutputIsInput"};
   /// (file, name) An output is not named after its profile.
   static constexpr ErrorId OutputName{"zelkor:text:OutputName"};
   /// (identity, path, path) Two objects are to have one identity.
@@ -44,11 +50,13 @@ struct TextError {
   static constexpr ErrorId UnitsOfBase{"zelkor:text:UnitsOfBase"};
   /// (key, value, choices) A value is none of those there are.
   static constexpr ErrorId UnknownChoice{"zelkor:text:UnknownChoice"};
+  /// (name) Nothing had the name before that something says it had.
+  static constexpr ErrorId UnknownFormer{"zelkor:text:UnknownFormer"};
   /// (table, key, suggestion) A key means nothing.
   static constexpr ErrorId UnknownKey{"zelkor:text:UnknownKey"};
   /// (kind, name, suggestion) There is nothing of that name.
   static constexpr ErrorId UnknownName{"zelkor:text:UnknownName"};
-  /// (path) An identity is given to an object that does not exist.
+  /// (path) A path of [exact] leads to nothing, or to what cannot be as it says.
   static constexpr ErrorId UnknownPath{"zelkor:text:UnknownPath"};
   /// (key, expected) The value of a key is of the wrong kind.
   static constexpr ErrorId WrongKind{"zelkor:text:WrongKind"};

@@ -1,153 +1,117 @@
 #include "tools/zelkor/text/Identities.h"
 
 #include "tools/zelkor/text/Errors.h"
+#include "tools/zelkor/text/ObjectPaths.h"
+#include "tools/zelkor/text/Texts.h"
 
 #include "kavra/Rendering.h"
 #include "kavra/Text.h"
-#include "tavo/core/Uuid.h"
-#include "tavo/model/ModelElementDatatype.h"
+#include "tavo/meta/MetaRegistry.h"
+#include "tavo/model/Transaction.h"
 #include "tavo/value/Value.h"
 #include "tavo/xml/ModelXml.h"
-#include "zelkor/profile/DefaultStereotypePair.h"
 #include "zelkor/property/Enumeration.h"
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/Value.h"
-#include "zelkor/services/CurrentModelResolver.h"
-#include "zelkor/services/Proxies.h"
-#include "zelkor/services/ProxyTarget.h"
-#include "zelkor/services/Resolver.h"
 
 #include <algorithm>
 #include <set>
-#include <unordered_map>
 
 namespace zelkor::text {
 namespace {
 
-using services::proxy::ProxyTarget;
+using tavo::Datatype;
+using tavo::MetaProperty;
 using tavo::ModelElement;
 using tavo::Uuid;
 
 /// The space of identities that are derived from names. Changing it would give every profile new identities.
 const Uuid derivedSpace = *tavo::parseUuid("5b1c7d0e-52a4-4f7d-9b32-0a6c8f1de947");
 
-std::string utf8(const tavo::String& text) { return kavra::toUtf8(text); }
+/// The fact at this path lists the top-level objects.
+constexpr auto topLevelOrder = "order";
+/// The fact at the end of an object's path names its class, where that is not the one that the feature declares.
+constexpr auto classFact = "class";
 
-std::vector<ModelElement> children(const ModelElement& owner, const tavo::MetaProperty& feature) {
-  auto value = owner.getPropertyValue(feature);
-  if (feature.isMany())
-    return value.as<std::vector<ModelElement>>();
-  auto child = value.as<ModelElement>();
-  return child ? std::vector<ModelElement>{child} : std::vector<ModelElement>();
-}
+//----------------------------------------------------------------------------------------------------------------------
+// Attributes as facts
 
-/// What tells an object from its siblings.
-std::string keyOf(const ModelElement& object) {
-  if (auto resolver = object.as<services::proxy::Resolver>())
-    return utf8(resolver.uRI());
-  if (auto named = object.as<internal::NamedElement>())
-    return utf8(named.p_Name());
-  if (auto pair = object.as<profile::DefaultStereotypePair>())
-    return utf8(pair.key());
-  return {};
-}
-
-class PathWalk {
-public:
-  explicit PathWalk(const tavo::Model& model) {
-    std::set<std::string> taken;
-    for (auto& object : model.topLevel()) {
-      auto key = object.as<services::proxy::Resolver>() ? " " + keyOf(object) : std::string();
-      auto path = unique(std::string(object.objectClass().name()) + key, taken);
-      topLevel.push_back(path);
-      visit(object, path);
+/// Nothing for structures and what has no text, which are never needed.
+std::optional<Fact> factOf(const Datatype& type, const void* value) {
+  if (type.kind == Datatype::Kind::string)
+    return narrow(*static_cast<const tavo::String*>(value));
+  if (type.kind == Datatype::Kind::optional) {
+    auto* inner = type.contained(value);
+    return inner ? factOf(type.element(), inner) : Fact(Absent());
+  }
+  if (type.kind == Datatype::Kind::sequence) {
+    std::vector<std::string> items;
+    for (std::size_t i = 0; i < type.length(value); ++i) {
+      auto item = factOf(type.element(), type.at(value, i));
+      if (!item || !std::holds_alternative<std::string>(*item))
+        return {};
+      items.push_back(std::get<std::string>(*item));
     }
-    visitTargets();
+    return items;
   }
-
-  std::map<std::string, ModelElement> objects;
-  std::vector<std::string> topLevel;
-
-private:
-  static std::string unique(const std::string& path, std::set<std::string>& taken) {
-    auto result = path;
-    for (int number = 2; !taken.insert(result).second; ++number)
-      result = path + "#" + std::to_string(number);
-    return result;
-  }
-
-  void visit(const ModelElement& object, const std::string& path) {
-    objects[path] = object;
-    paths_[object.Uuid()] = path;
-    for (auto* feature : object.objectClass().containments()) {
-      if (!feature->isSaved())
-        continue;
-      std::set<std::string> taken;
-      auto inner = path + "/" + std::string(feature->name());
-      for (auto& child : children(object, *feature)) {
-        if (auto target = child.as<ProxyTarget>())
-          targets_.emplace_back(inner, target);
-        else
-          visit(child, feature->isMany() ? unique(inner + "/" + keyOf(child), taken) : inner);
-      }
-    }
-  }
-
-  /// Targets are known by what they lead to, which has a path when it is in the same model.
-  void visitTargets() {
-    std::set<std::string> taken;
-    for (auto& [path, target] : targets_) {
-      auto known = paths_.find(target.targetId());
-      auto name = known == paths_.end() ? tavo::toText(target.targetId()) : known->second;
-      std::string place(path);
-      place.append("/(").append(name).append(")");
-      objects[unique(place, taken)] = target;
-    }
-  }
-
-  std::unordered_map<Uuid, std::string, tavo::UuidHash> paths_;
-  std::vector<std::pair<std::string, ProxyTarget>> targets_;
-};
-
-/// The path of the resolver of references within a model, which has no URI.
-constexpr std::string_view ownResolver = "CurrentModelResolver ";
-
-/// What a feature at the end of a path is set to.
-struct AttributePath {
-  std::string object, feature;
-};
-
-AttributePath splitPath(const std::string& path) {
-  auto slash = path.rfind('/');
-  return slash == path.npos ? AttributePath{path, {}} : AttributePath{path.substr(0, slash), path.substr(slash + 1)};
+  if (!type.write)
+    return {};
+  std::string text;
+  type.write(value, text);
+  return text;
 }
 
-/// An attribute whose value is one text or one identity, which is what can be given by path.
-bool isPlainAttribute(const tavo::MetaProperty& property) {
-  return property.kind() == tavo::FeatureKind::attribute && property.isSaved() &&
-         (*property.datatype() == tavo::datatypeOf<tavo::String>() || *property.datatype() == tavo::datatypeOf<Uuid>());
+/// Reads a fact into the value, which holds the default of its type. False when it is none of that type.
+bool readFact(const Fact& fact, const Datatype& type, void* value) {
+  if (type.kind == Datatype::Kind::optional)
+    return std::holds_alternative<Absent>(fact) || readFact(fact, type.element(), type.emplace(value));
+  if (auto* items = std::get_if<std::vector<std::string>>(&fact); items && type.kind == Datatype::Kind::sequence) {
+    return std::all_of(items->begin(), items->end(), [&](auto& item) {
+      tavo::Value element(type.element());
+      bool isRead = readFact(item, type.element(), element.data());
+      type.append(value, element.data());
+      return isRead;
+    });
+  }
+  auto* text = std::get_if<std::string>(&fact);
+  if (text && type.kind == Datatype::Kind::string) {
+    *static_cast<tavo::String*>(value) = wide(*text);
+    return true;
+  }
+  return text && type.read && type.read(value, *text);
 }
 
-std::string plainText(const tavo::Value& value) {
-  if (auto* uuid = value.holds<Uuid>() ? &value.as<Uuid>() : nullptr)
-    return tavo::toText(*uuid);
-  return utf8(value.as<tavo::String>());
+/// Whether files leave the identity out, because the owner's and the feature tell it.
+bool followsFromOwner(const ModelElement& object) {
+  return object.objectClass().has(tavo::ClassFlag::derivedIdentity) && object.container() &&
+         !object.object().containingProperty()->isMany();
 }
+
+bool isSequence(const MetaProperty& feature) {
+  return feature.isMany() && feature.collection() == tavo::CollectionKind::sequence;
+}
+
+bool isAttribute(const MetaProperty& property) {
+  return property.kind() == tavo::FeatureKind::attribute && property.isSaved();
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Versions of definitions
 
 /// Everything about a definition that makes usages look again, as one text.
 std::string contentOf(const property::PropertyDefinition& definition, const Uuid& type) {
   std::string text = tavo::toText(type);
   auto add = [&](const std::string& part) { text += "\n" + part; };
   auto value = definition.defaultValue();
-  add(value ? utf8(value.storedExpression()) : std::string());
-  add(value ? utf8(value.units()) : std::string());
-  add(utf8(definition.getUnit()));
+  add(value ? narrow(value.storedExpression()) : std::string());
+  add(value ? narrow(value.units()) : std::string());
+  add(narrow(definition.getUnit()));
   for (auto& bound : {definition.getMin(), definition.getMax()})
     add(kavra::toUtf8(kavra::expressionText(bound).value_or(u"-")));
   for (auto extent : definition.getDimensions())
     add(std::to_string(extent));
   if (auto enumeration = definition.getType().as<property::Enumeration>())
-    add(utf8(enumeration.getKavraEnumName()));
+    add(narrow(enumeration.getKavraEnumName()));
   return text;
 }
 
@@ -157,52 +121,38 @@ property::ValueType sharedType(const property::PropertyDefinition& definition) {
   return owned ? owned.getBaseType() : definition.getType();
 }
 
-constexpr std::string_view targetsOf = "/proxies/(";
+//----------------------------------------------------------------------------------------------------------------------
+// From a built model to the exact one
 
-/// Makes the targets that nothing refers to any more but that a file still holds: nothing else would make them.
-void makeUnusedTargets(const tavo::Model& model, const std::map<std::string, std::string>& given) {
-  auto objects = objectsByPath(model);
-  for (auto& [path, identity] : given) {
-    auto at = path.find(targetsOf);
-    if (at == path.npos || path.back() != ')' || objects.contains(path))
-      continue;
-    auto owner = objects.find(path.substr(0, at));
-    auto resolver =
-        owner == objects.end() ? services::proxy::Resolver() : owner->second.as<services::proxy::Resolver>();
-    if (!resolver && path.substr(0, at) == ownResolver)
-      resolver = services::proxy::CurrentModelResolver::createResolver(model);
-    auto name = path.substr(at + targetsOf.size(), path.size() - at - targetsOf.size() - 1);
-    auto target = objects.find(name);
-    auto id = target == objects.end() ? tavo::parseUuid(name) : std::optional(target->second.Uuid());
-    auto targetClass = given.find(path + "/targetClassId");
-    auto classId = targetClass == given.end() ? std::nullopt : tavo::parseUuid(targetClass->second);
-    if (resolver && id && classId)
-      services::proxy::createTarget(resolver, *id, *classId, {});
-  }
-}
-
-class Renumbering {
+/// Makes the copy, object by object.
+class ExactCopy {
 public:
-  Renumbering(const tavo::Model& model, const IdentitySources& sources, Findings& findings)
-      : model_(model), sources_(sources), findings_(findings), walk_((makeUnusedTargets(model, sources.given), model)) {
+  ExactCopy(const tavo::Model& model, const IdentitySources& sources, const ExactFacts& facts, Findings& findings)
+      : sources_(sources), facts_(facts), findings_(findings), paths_(model) {
     if (sources.before)
-      before_ = objectsByPath(sources.before);
+      before_ = ObjectPaths(sources.before);
   }
 
   tavo::Model run() {
-    for (auto& [path, object] : walk_.objects)
+    for (auto& [path, object] : paths_.objects())
       choose(path, object);
-    for (auto& [path, object] : walk_.objects) {
+    for (auto& [path, object] : paths_.objects()) {
       if (auto definition = object.as<property::PropertyDefinition>())
         chooseVersion(path, definition);
     }
     if (!findings_.empty())
       return {};
-    auto copy = tavo::Model::create();
-    tavo::readModel(ordered(replaced(tavo::modelText(model_).view())), "the profile", copy);
-    setAttributes(copy);
-    copy.clearHistory();
-    return copy;
+    copy_ = tavo::Model::create();
+    copy_.setUndoDepth(0);
+    tavo::Transaction transaction(copy_);
+    copyObjects();
+    copyReferences();
+    for (auto& [path, fact] : facts_)
+      establish(path, fact, false);
+    for (auto& [path, fact] : facts_)
+      establish(path, fact, true);
+    transaction.commit();
+    return findings_.empty() ? copy_ : tavo::Model();
   }
 
 private:
@@ -214,34 +164,53 @@ private:
       auto part = path.substr(start, end - start);
       present += (present.empty() ? "" : "/") + part;
       auto renamed = sources_.was.find(present);
-      former += (former.empty() ? "" : "/") + (renamed == sources_.was.end() ? part : renamed->second);
+      former += (former.empty() ? "" : "/") + (renamed == sources_.was.end() ? part : renamed->second.value);
       start = end + 1;
     }
     return former;
   }
 
   ModelElement before(const std::string& path) const {
-    for (auto& candidate : {path, formerPath(path)}) {
-      if (auto found = before_.find(candidate); found != before_.end())
-        return found->second;
+    auto same = before_.find(path);
+    return same ? same : before_.find(formerPath(path));
+  }
+
+  Place placeOf(const std::string& path) const {
+    if (auto fact = facts_.find(path); fact != facts_.end())
+      return fact->second.place;
+    for (auto* texts : {&sources_.given, &sources_.was}) {
+      if (auto found = texts->find(path); found != texts->end())
+        return found->second.place;
     }
     return {};
   }
 
   void choose(const std::string& path, const ModelElement& object) {
-    Uuid chosen;
-    auto given = sources_.given.find(path);
     auto former = before(path);
-    if (given != sources_.given.end())
-      chosen = tavo::parseUuid(given->second).value_or(Uuid{});
-    else if (former && &former.objectClass() == &object.objectClass())
+    if (auto was = sources_.was.find(path); was != sources_.was.end() && sources_.before && !former)
+      findings_.add(was->second.place, path, TextError::UnknownFormer, was->second.value);
+    auto given = sources_.given.find(path);
+    auto fact = facts_.find(path);
+    auto* exact = fact == facts_.end() ? nullptr : std::get_if<std::string>(&fact->second.value);
+    if (isLeftOut(path))
+      return;
+    Uuid chosen;
+    if (exact || given != sources_.given.end()) {
+      auto uuid = tavo::parseUuid(exact ? *exact : given->second.value);
+      if (!uuid || *uuid == Uuid{})
+        return findings_.add(placeOf(path), path, TextError::InvalidIdentity, exact ? *exact : given->second.value);
+      chosen = *uuid;
+    } else if (followsFromOwner(object)) {
+      return;
+    } else if (former && &former.objectClass() == &object.objectClass()) {
       chosen = former.Uuid();
-    else
+    } else {
       chosen = tavo::nameUuid(derivedSpace, sources_.profileName + "/" + formerPath(path));
-    // A derived identity of an object whose owner has one is not in the file and needs no place in the map.
+    }
     auto [taken, isNew] = pathOf_.emplace(chosen, path);
-    if (!isNew && !object.objectClass().has(tavo::ClassFlag::derivedIdentity))
-      findings_.add({}, path, TextError::SharedIdentity, tavo::toText(chosen), taken->second, path);
+    if (!isNew)
+      findings_.add(std::max(placeOf(path), placeOf(taken->second)), path, TextError::SharedIdentity,
+                    tavo::toText(chosen), taken->second, path);
     final_[object.Uuid()] = chosen;
   }
 
@@ -262,130 +231,352 @@ private:
     final_[definition.currentVersionId()] = version;
   }
 
-  /// The document with the final identities. The present ones are fresh and random, so they stand for nothing else.
-  std::u16string replaced(std::u16string_view document) const {
-    constexpr std::size_t length = 36;
-    std::u16string result;
-    result.reserve(document.size());
-    for (std::size_t i = 0; i < document.size();) {
-      if (i + length <= document.size() && document[i + 8] == u'-' && document[i + 13] == u'-' &&
-          document[i + 18] == u'-' && document[i + 23] == u'-') {
-        auto uuid = tavo::parseUuid(kavra::toUtf8(document.substr(i, length)));
-        auto found = uuid ? final_.find(*uuid) : final_.end();
-        if (found != final_.end()) {
-          result += kavra::fromAscii(tavo::toText(found->second));
-          i += length;
+  const Fact* factAt(const std::string& path) const {
+    auto found = facts_.find(path);
+    return found == facts_.end() ? nullptr : &found->second.value;
+  }
+
+  /// What is not there in the exact model, or is something else.
+  bool isLeftOut(const std::string& path) const {
+    auto* fact = factAt(path);
+    return (fact && std::holds_alternative<Absent>(*fact)) || factAt(path + "/" + classFact);
+  }
+
+  /// The place in the list at a path; that of things which the list does not name is the end.
+  std::size_t listed(const std::string& list, const std::string& name) const {
+    auto* fact = factAt(list);
+    auto* names = fact ? std::get_if<std::vector<std::string>>(fact) : nullptr;
+    return names ? static_cast<std::size_t>(std::find(names->begin(), names->end(), name) - names->begin())
+                 : static_cast<std::size_t>(-1);
+  }
+
+  void copyObjects() {
+    auto names = paths_.topLevel();
+    for (auto& [path, fact] : facts_) {
+      if (path.find('/') == path.npos && path != topLevelOrder && !paths_.find(path))
+        names.push_back(path);
+    }
+    std::stable_sort(names.begin(), names.end(),
+                     [&](auto& a, auto& b) { return listed(topLevelOrder, a) < listed(topLevelOrder, b); });
+    for (auto& name : names) {
+      if (auto object = paths_.find(name); object && !isLeftOut(name))
+        copyTree(object, name, {});
+      else if (!object || factAt(name + "/" + classFact))
+        makeTopLevel(name);
+    }
+  }
+
+  void copyTree(const ModelElement& object, const std::string& path, const Uuid& derived) {
+    bool hasOwn = final_.contains(object.Uuid());
+    auto made = copy_.create(object.objectClass(), hasOwn ? finalOf(object.Uuid()) : derived);
+    enter(path, made);
+    for (auto* property : object.objectClass().properties()) {
+      if (!isAttribute(*property))
+        continue;
+      auto value = object.getPropertyValue(*property);
+      if (value.holds<Uuid>())
+        value = tavo::Value::of(finalOf(value.as<Uuid>()));
+      made.object().writeAttribute(*property, value.data());
+    }
+    setAttributes(made, path);
+    for (auto* feature : object.objectClass().containments()) {
+      if (!feature->isSaved())
+        continue;
+      for (auto& child : objectsIn(object, *feature)) {
+        auto& childPath = paths_.pathOf(child);
+        if (isLeftOut(childPath))
           continue;
-        }
+        copyTree(child, childPath, tavo::derivedUuid(made.Uuid(), feature->id()));
+        put(objects_[childPath], made, *feature, childPath);
       }
-      result += document[i++];
     }
-    return result;
   }
 
-  /// The document with its top-level objects in the order that is asked for. Each starts a line, indented by four.
-  std::u16string ordered(std::u16string document) const {
-    if (sources_.order.empty())
-      return document;
-    std::vector<std::size_t> starts;
-    auto end = document.rfind(u"\n  </objects>");
-    for (auto at = document.find(u"\n    <", document.find(u"\n  <objects>")); at < end;
-         at = document.find(u"\n    <", at + 1)) {
-      if (document[at + 6] != u'/')
-        starts.push_back(at);
-    }
-    if (starts.size() != walk_.topLevel.size())
-      return document;
-    starts.push_back(end);
-
-    std::vector<std::size_t> places(walk_.topLevel.size());
-    std::vector<std::size_t> turn(places.size());
-    for (std::size_t i = 0; i < places.size(); ++i) {
-      turn[i] = i;
-      auto found = std::find(sources_.order.begin(), sources_.order.end(), walk_.topLevel[i]);
-      places[i] = static_cast<std::size_t>(found - sources_.order.begin());
-    }
-    std::stable_sort(turn.begin(), turn.end(), [&](auto a, auto b) { return places[a] < places[b]; });
-    auto result = document.substr(0, starts[0]);
-    for (auto i : turn)
-      result += document.substr(starts[i], starts[i + 1] - starts[i]);
-    return result + document.substr(end);
+  void enter(const std::string& path, const ModelElement& object) {
+    objects_[path] = object;
+    copiedPath_[object.Uuid()] = path;
   }
 
-  void setAttributes(const tavo::Model& copy) {
-    std::map<std::string, ModelElement> objects;
-    for (auto& [path, text] : sources_.given) {
-      if (walk_.objects.contains(path))
+  void put(const ModelElement& object, const ModelElement& owner, const MetaProperty& feature,
+           const std::string& path) const {
+    auto list = path.substr(0, path.rfind('/'));
+    if (!isSequence(feature) || !factAt(list))
+      return owner.object().add(feature, object.get());
+    auto place = [&](const std::string& of) { return listed(list, of.substr(list.size() + 1)); };
+    auto present = objectsIn(owner, feature);
+    auto after = std::find_if(present.begin(), present.end(),
+                              [&](auto& other) { return place(copiedPath_.at(other.Uuid())) > place(path); });
+    owner.object().add(feature, object.get(), static_cast<std::size_t>(after - present.begin()));
+  }
+
+  void copyReferences() {
+    for (auto& [path, object] : paths_.objects()) {
+      auto made = objects_.find(path);
+      if (made == objects_.end())
         continue;
-      if (objects.empty())
-        objects = objectsByPath(copy);
-      auto [owner, feature] = splitPath(path);
-      auto object = objects.find(owner);
-      auto* property = object == objects.end() ? nullptr : object->second.objectClass().findProperty(feature);
-      if (!property || !isPlainAttribute(*property)) {
-        findings_.add({}, path, TextError::UnknownPath, path);
-        continue;
-      }
-      if (*property->datatype() == tavo::datatypeOf<Uuid>()) {
-        auto uuid = tavo::parseUuid(text).value_or(Uuid{});
-        object->second.object().writeAttribute(*property, &uuid);
-      } else {
-        tavo::String value(kavra::fromUtf8(text).value_or(u""));
-        object->second.object().writeAttribute(*property, &value);
+      for (auto* reference : object.objectClass().references()) {
+        if (!reference->isSaved())
+          continue;
+        for (auto& target : objectsIn(object, *reference))
+          refer(made->second, *reference, paths_.pathOf(target));
       }
     }
   }
 
-  const tavo::Model& model_;
+  bool refer(const ModelElement& from, const MetaProperty& reference, const std::string& path) const {
+    auto target = objects_.find(path);
+    if (target == objects_.end() || !target->second.isA(*reference.target()))
+      return false;
+    if (reference.isMany())
+      from.object().add(reference, target->second.get());
+    else
+      from.object().setOne(reference, target->second.get());
+    return true;
+  }
+
+  /// Makes one fact hold; those about references wait for all objects. Owners come before what they hold, since paths
+  /// are in order.
+  void establish(const std::string& path, const At<Fact>& fact, bool withReferences) {
+    if (path == topLevelOrder || objects_.contains(path) || (isLeftOut(path) && paths_.find(path)))
+      return;
+    for (auto slash = path.rfind('/'); slash != path.npos && slash > 0; slash = path.rfind('/', slash - 1)) {
+      auto owner = objects_.find(path.substr(0, slash));
+      if (owner == objects_.end())
+        continue;
+      auto rest = path.substr(slash + 1);
+      if (rest == classFact)
+        return;
+      auto* feature = owner->second.objectClass().findProperty(rest.substr(0, rest.find('/')));
+      bool isPlain = rest.find('/') == rest.npos;
+      if (feature && isPlain && isAttribute(*feature) && setAttribute(owner->second, *feature, fact.value))
+        return;
+      if (feature && isPlain && feature->isReference() &&
+          (!withReferences || setReference(owner->second, *feature, fact.value)))
+        return;
+      bool isOrder = isPlain && std::holds_alternative<std::vector<std::string>>(fact.value);
+      if (feature && feature->isContainment() &&
+          (isOrder ? isSequence(*feature) : isPlain != feature->isMany() && makeInside(owner->second, *feature, path)))
+        return;
+      break;
+    }
+    findings_.add(fact.place, path, TextError::UnknownPath, path);
+  }
+
+  static bool setAttribute(const ModelElement& object, const MetaProperty& attribute, const Fact& fact) {
+    tavo::Value value(*attribute.datatype());
+    if (!readFact(fact, *attribute.datatype(), value.data()))
+      return false;
+    object.object().writeAttribute(attribute, value.data());
+    return true;
+  }
+
+  bool setReference(const ModelElement& object, const MetaProperty& reference, const Fact& fact) const {
+    if (auto* path = std::get_if<std::string>(&fact))
+      return !reference.isMany() && refer(object, reference, *path);
+    for (auto& target : objectsIn(object, reference)) {
+      if (reference.isMany())
+        object.object().remove(reference, target.get());
+      else
+        object.object().setOne(reference, nullptr);
+    }
+    auto* paths = std::get_if<std::vector<std::string>>(&fact);
+    return !paths || (reference.isMany() && std::all_of(paths->begin(), paths->end(),
+                                                        [&](auto& path) { return refer(object, reference, path); }));
+  }
+
+  void makeTopLevel(const std::string& path) {
+    auto* metaClass = classAt(path);
+    if (!metaClass || !make(path, *metaClass))
+      findings_.add(placeOf(path), path, TextError::UnknownPath, path);
+  }
+
+  bool makeInside(const ModelElement& owner, const MetaProperty& feature, const std::string& path) {
+    auto* metaClass = factAt(path + "/" + classFact) ? classAt(path) : feature.target();
+    auto object = metaClass && metaClass->isA(*feature.target()) ? make(path, *metaClass) : ModelElement();
+    if (object)
+      put(object, owner, feature, path);
+    return static_cast<bool>(object);
+  }
+
+  const tavo::MetaClass* classAt(const std::string& path) const {
+    auto* fact = factAt(path + "/" + classFact);
+    auto* name = fact ? std::get_if<std::string>(fact) : nullptr;
+    return name ? tavo::MetaRegistry::instance().findClass(*name) : nullptr;
+  }
+
+  /// What the facts say of the attributes of an object, before it is put where it is found by them.
+  void setAttributes(const ModelElement& object, const std::string& path) const {
+    auto prefix = path + "/";
+    for (auto at = facts_.lower_bound(prefix); at != facts_.end() && at->first.starts_with(prefix); ++at) {
+      auto* property = object.objectClass().findProperty(std::string_view(at->first).substr(prefix.size()));
+      if (property && isAttribute(*property))
+        setAttribute(object, *property, at->second.value);
+    }
+  }
+
+  /// A new object with its attributes.
+  ModelElement make(const std::string& path, const tavo::MetaClass& metaClass) {
+    auto* fact = factAt(path);
+    auto* text = fact ? std::get_if<std::string>(fact) : nullptr;
+    auto uuid = text ? tavo::parseUuid(*text) : std::nullopt;
+    if (!uuid || *uuid == Uuid{} || metaClass.isAbstract())
+      return {};
+    auto object = copy_.create(metaClass, *uuid);
+    setAttributes(object, path);
+    enter(path, object);
+    return object;
+  }
+
   const IdentitySources& sources_;
+  const ExactFacts& facts_;
   Findings& findings_;
-  PathWalk walk_;
-  std::map<std::string, ModelElement> before_;
+  ObjectPaths paths_;
+  ObjectPaths before_;
+  tavo::Model copy_;
+  std::map<std::string, ModelElement> objects_; ///< of the copy
+  std::unordered_map<Uuid, std::string, tavo::UuidHash> copiedPath_;
   std::unordered_map<Uuid, std::string, tavo::UuidHash> pathOf_;
   std::unordered_map<Uuid, Uuid, tavo::UuidHash> final_;
 };
 
+//----------------------------------------------------------------------------------------------------------------------
+// From two models to what tells them apart
+
+class Comparison {
+public:
+  Comparison(const tavo::Model& built, const tavo::Model& wanted, const std::string& file)
+      : from_(built), to_(wanted), file_(file) {}
+
+  ExactFacts run() {
+    for (auto& [path, object] : from_.objects()) {
+      if (!isGone(path, object) && !isSame(path, object)) {
+        gone_.insert(path + "/");
+        if (!to_.find(path))
+          facts_[path] = {Absent(), {}};
+      }
+    }
+    if (from_.topLevel() != to_.topLevel())
+      facts_[topLevelOrder] = {to_.topLevel(), {}};
+    for (auto& [path, object] : to_.objects()) {
+      auto found = from_.find(path);
+      if (found && !isGone(path, found) && isSame(path, found))
+        compare(path, found, object);
+      else
+        describe(path, object);
+    }
+    for (auto& [path, names] : to_.sequences())
+      compareOrder(path, names);
+    return std::move(facts_);
+  }
+
+private:
+  bool isSame(const std::string& path, const ModelElement& object) const {
+    auto other = to_.find(path);
+    return other && &other.objectClass() == &object.objectClass();
+  }
+
+  /// Whether something that holds the object, or the object itself, is left out.
+  bool isGone(const std::string& path, const ModelElement& object) const {
+    if (gone_.contains(path + "/"))
+      return true;
+    auto owner = object.container();
+    return owner && isGone(from_.pathOf(owner), owner);
+  }
+
+  void say(const std::string& path, std::optional<Fact> fact) {
+    if (!fact)
+      tavo::raise(TextError::CannotDescribe, file_, path + ".");
+    facts_[path] = {std::move(*fact), {}};
+  }
+
+  /// Where a reference leads, as a fact.
+  static Fact targetsOf(const ModelElement& object, const MetaProperty& reference, const ObjectPaths& paths) {
+    std::vector<std::string> names;
+    for (auto& target : objectsIn(object, reference))
+      names.push_back(paths.pathOf(target));
+    if (reference.isMany())
+      return names;
+    return names.empty() ? Fact(Absent()) : Fact(names[0]);
+  }
+
+  void compare(const std::string& path, const ModelElement& from, const ModelElement& to) {
+    if (from.Uuid() != to.Uuid()) {
+      if (!followsFromOwner(to) ||
+          to.Uuid() != tavo::derivedUuid(to.container().Uuid(), to.object().containingProperty()->id()))
+        say(path, tavo::toText(to.Uuid()));
+    }
+    for (auto* property : to.objectClass().properties()) {
+      if (!property->isSaved())
+        continue;
+      auto inner = path + "/" + std::string(property->name());
+      if (isAttribute(*property)) {
+        auto wanted = to.getPropertyValue(*property);
+        auto present = from.getPropertyValue(*property);
+        // What a target leads to follows from the identities.
+        bool follows = property->name() == "targetId" && from_.find(pathOfTarget(path));
+        if (!follows && !(present == wanted))
+          say(inner, factOf(*wanted.type(), wanted.data()));
+      } else if (property->isReference()) {
+        auto wanted = targetsOf(to, *property, to_);
+        if (wanted != targetsOf(from, *property, from_))
+          say(inner, wanted);
+      }
+    }
+  }
+
+  /// "Profile/tags/A" for "CurrentModelResolver /proxies/(Profile/tags/A)".
+  static std::string pathOfTarget(const std::string& path) {
+    auto open = path.find("/(");
+    return open == path.npos ? std::string() : path.substr(open + 2, path.rfind(')') - open - 2);
+  }
+
+  void describe(const std::string& path, const ModelElement& object) {
+    say(path, tavo::toText(object.Uuid()));
+    auto* feature = object.container() ? object.object().containingProperty() : nullptr;
+    if (!feature || feature->target() != &object.objectClass())
+      say(path + "/" + classFact, std::string(object.objectClass().qualifiedName()));
+    for (auto* property : object.objectClass().properties()) {
+      if (!property->isSaved())
+        continue;
+      auto inner = path + "/" + std::string(property->name());
+      if (isAttribute(*property)) {
+        auto value = object.getPropertyValue(*property);
+        if (!property->isDefault(value.data()))
+          say(inner, factOf(*value.type(), value.data()));
+      } else if (property->isReference() && !objectsIn(object, *property).empty()) {
+        say(inner, targetsOf(object, *property, to_));
+      }
+    }
+  }
+
+  void compareOrder(const std::string& path, const std::vector<std::string>& wanted) {
+    std::vector<std::string> present;
+    if (auto found = from_.sequences().find(path); found != from_.sequences().end())
+      present = found->second;
+    std::erase_if(present, [&](auto& name) { return gone_.contains(path + "/" + name + "/"); });
+    std::set<std::string> added(wanted.begin(), wanted.end());
+    for (auto& name : present)
+      added.erase(name);
+    present.insert(present.end(), added.begin(), added.end());
+    if (present != wanted)
+      facts_[path] = {wanted, {}};
+  }
+
+  ObjectPaths from_, to_;
+  const std::string& file_;
+  std::set<std::string> gone_; ///< paths of left out objects, each with a slash at the end
+  ExactFacts facts_;
+};
+
 } // namespace
 
-std::map<std::string, ModelElement> objectsByPath(const tavo::Model& model) { return PathWalk(model).objects; }
-
-std::vector<std::string> topLevelPaths(const tavo::Model& model) { return PathWalk(model).topLevel; }
-
-tavo::Model withIdentities(const tavo::Model& model, const IdentitySources& sources, Findings& findings) {
-  return Renumbering(model, sources, findings).run();
+tavo::Model withIdentities(const tavo::Model& model, const IdentitySources& sources, const ExactFacts& facts,
+                           Findings& findings) {
+  return ExactCopy(model, sources, facts, findings).run();
 }
 
-void describeDifferences(const tavo::Model& built, const tavo::Model& wanted, ProfileText& profile) {
-  PathWalk from(built), to(wanted);
-  if (from.topLevel != to.topLevel)
-    profile.order = to.topLevel;
-  for (auto& [path, object] : to.objects) {
-    auto found = from.objects.find(path);
-    if (found == from.objects.end() && (object.as<ProxyTarget>() || path == ownResolver)) {
-      profile.identities[path] = {tavo::toText(object.Uuid()), {}};
-      if (auto target = object.as<ProxyTarget>()) {
-        profile.identities[path + "/targetClassId"] = {tavo::toText(target.targetClassId()), {}};
-        profile.identities[path + "/targetName"] = {utf8(target.targetName()), {}};
-      }
-      continue;
-    }
-    if (found == from.objects.end() || &found->second.objectClass() != &object.objectClass())
-      tavo::raise(TextError::CannotDescribe, profile.file, "the object " + path);
-    if (found->second.Uuid() != object.Uuid() && !object.objectClass().has(tavo::ClassFlag::derivedIdentity))
-      profile.identities[path] = {tavo::toText(object.Uuid()), {}};
-    for (auto* property : object.objectClass().properties()) {
-      // What a target leads to follows from the identities.
-      if (!isPlainAttribute(*property) || property->name() == "targetId")
-        continue;
-      auto wantedText = plainText(object.getPropertyValue(*property));
-      if (plainText(found->second.getPropertyValue(*property)) != wantedText)
-        profile.identities[path + "/" + std::string(property->name())] = {wantedText, {}};
-    }
-  }
-  for (auto& [path, object] : from.objects) {
-    if (!to.objects.contains(path))
-      tavo::raise(TextError::CannotDescribe, profile.file, "that there is no " + path);
-  }
+ExactFacts differences(const tavo::Model& built, const tavo::Model& wanted, const std::string& file) {
+  return Comparison(built, wanted, file).run();
 }
 
 } // namespace zelkor::text

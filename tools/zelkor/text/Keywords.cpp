@@ -8,6 +8,11 @@ const std::vector<std::string>& builtInTypes() {
   return names;
 }
 
+const std::vector<std::string>& kindsOfValues() {
+  static const std::vector<std::string> names{"real", "integer", "boolean", "string", "stringArray"};
+  return names;
+}
+
 const std::vector<std::string>& icons() {
   static const std::vector<std::string> names{"none",    "custom",     "software",  "hardware", "processor",
                                               "network", "bus",        "sensor",    "actuator", "storage",

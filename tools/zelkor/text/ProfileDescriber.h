@@ -10,7 +10,7 @@ namespace zelkor::text {
 
 /// The description of the profile in a model, with everything that does not follow from names. It has been built and
 /// compared: raises CannotDescribe when the profile holds something that cannot be said. Profiles that it depends on
-/// are loaded; their errors pass through. `file` is for messages.
+/// are loaded where they can be had. `file` is for messages.
 ProfileText describeProfile(const tavo::Model& model, const std::string& file, kavra::StandaloneClassRegistry& classes);
 
 } // namespace zelkor::text

@@ -3,13 +3,12 @@
 #include "tools/zelkor/text/Errors.h"
 #include "tools/zelkor/text/Keywords.h"
 #include "tools/zelkor/text/Spelling.h"
+#include "tools/zelkor/text/TomlTable.h"
 
 #include "kavra/EnumerationClass.h"
 #include "kavra/NameRules.h"
 #include "kavra/Text.h"
 #include "tavo/core/Uuid.h"
-
-#include <toml++/toml.h>
 
 #include <algorithm>
 #include <bit>
@@ -18,9 +17,6 @@
 
 namespace zelkor::text {
 namespace {
-
-Place placeOf(const toml::source_position& position) { return {position.line, position.column}; }
-Place placeOf(const toml::node& node) { return placeOf(node.source().begin); }
 
 bool isName(const std::string& text) {
   auto wide = kavra::fromUtf8(text);
@@ -34,106 +30,6 @@ std::string joined(const std::vector<std::string>& parts, const char* separator)
   return text;
 }
 
-/// One table of the text. Whoever reads it asks for each key it knows, and at the end for those that nobody asked for.
-class Table {
-public:
-  /// `kind` is what messages call the table; `owner` comes before the names of the things in it.
-  Table(const toml::table& table, std::string kind, std::string owner, Findings& findings)
-      : table_(&table), kind_(std::move(kind)), element_(std::move(owner)), findings_(&findings) {}
-
-  Place place() const { return placeOf(*table_); }
-  const std::string& element() const { return element_; }
-  const std::string& kind() const { return kind_; }
-  Findings& findings() { return *findings_; }
-  /// Findings in this table are about this thing from now on.
-  void setElement(std::string element) { element_ = std::move(element); }
-
-  template <class... Args>
-  void report(Place where, tavo::ErrorId id, const Args&... args) {
-    findings_->add(where, element_, id, args...);
-  }
-
-  const toml::node* find(std::string_view key) {
-    asked_.emplace_back(key);
-    return table_->get(key);
-  }
-
-  std::optional<Text> text(std::string_view key) {
-    auto* node = find(key);
-    if (!node)
-      return {};
-    if (auto* string = node->as_string())
-      return Text{string->get(), placeOf(*node)};
-    wrongKind(*node, key, "a text in quotes");
-    return {};
-  }
-
-  std::string plainText(std::string_view key) {
-    auto found = text(key);
-    return found ? found->value : std::string();
-  }
-
-  std::vector<Text> texts(std::string_view key) {
-    std::vector<Text> result;
-    auto* node = find(key);
-    if (!node)
-      return result;
-    auto* array = node->as_array();
-    if (!array) {
-      wrongKind(*node, key, "a list of texts");
-      return result;
-    }
-    for (auto& item : *array) {
-      if (auto* string = item.as_string())
-        result.push_back({string->get(), placeOf(item)});
-      else
-        wrongKind(item, key, "a list of texts");
-    }
-    return result;
-  }
-
-  /// The tables of an array of tables, in the order of the text.
-  template <class Read>
-  void tables(std::string_view key, std::string kind, Read&& read) {
-    auto* node = find(key);
-    if (!node)
-      return;
-    auto* array = node->as_array();
-    if (!array) {
-      wrongKind(*node, key, "an array of tables, each with a head [[" + std::string(key) + "]]");
-      return;
-    }
-    for (auto& item : *array) {
-      if (auto* table = item.as_table())
-        read(Table(*table, kind, element_, *findings_));
-      else
-        wrongKind(item, key, "an array of tables");
-    }
-  }
-
-  void wrongKind(const toml::node& node, std::string_view key, std::string_view expected) {
-    report(placeOf(node), TextError::WrongKind, key, expected);
-  }
-
-  /// Complains about what nobody has asked for.
-  void finish() {
-    for (auto&& [key, node] : *table_) {
-      std::string name(key.str());
-      if (std::find(asked_.begin(), asked_.end(), name) != asked_.end())
-        continue;
-      Place where = placeOf(key.source().begin);
-      report(where.line > 0 ? where : placeOf(node), TextError::UnknownKey, kind_, name, suggestion(name, asked_));
-    }
-  }
-
-private:
-  const toml::table* table_;
-  std::string kind_;
-  std::string element_;
-  Findings* findings_;
-  std::vector<std::string> asked_;
-};
-
 class Reader {
 public:
   Reader(const std::filesystem::path& file, Findings& findings) : file_(file), findings_(findings) {}
@@ -141,25 +37,24 @@ public:
   ProfileText read(const toml::table& root) {
     ProfileText profile;
     profile.file = findings_.file();
-    Table table(root, "The text", "", findings_);
+    TomlTable table(root, "The text", "", findings_);
     readProfile(table, profile);
-    table.tables("enumeration", "[[enumeration]]", [&](Table item) { readEnumeration(item, profile); });
-    table.tables("type", "[[type]]", [&](Table item) { readType(item, profile); });
-    table.tables("set", "[[set]]", [&](Table item) { readSet(item, profile); });
-    table.tables("stereotype", "[[stereotype]]", [&](Table item) { readStereotype(item, profile); });
-    table.tables("tag", "[[tag]]", [&](Table item) { readTag(item, profile); });
-    readIdentities(table, profile);
+    table.tables("enumeration", "[[enumeration]]", [&](TomlTable item) { readEnumeration(item, profile); });
+    readTypes(table, "type", profile.types);
+    refuseTakenNames(profile);
+    table.tables("set", "[[set]]", [&](TomlTable item) { readSet(item, profile); });
+    table.tables("stereotype", "[[stereotype]]", [&](TomlTable item) { readStereotype(item, profile); });
+    table.tables("tag", "[[tag]]", [&](TomlTable item) { readTag(item, profile); });
+    readExact(table, profile);
     table.finish();
     return profile;
   }
 
 private:
-  void readProfile(Table& root, ProfileText& profile) {
-    auto* node = root.find("profile");
-    if (node && !node->is_table())
-      root.wrongKind(*node, "profile", "a table with the head [profile]");
-    toml::table none;
-    Table table(node && node->is_table() ? *node->as_table() : none, "[profile]", "", findings_);
+  void readProfile(TomlTable& root, ProfileText& profile) {
+    const toml::table none;
+    auto given = root.table("profile", "[profile]", "a table with the head [profile]");
+    auto table = given ? *given : TomlTable(none, "[profile]", "", findings_);
     if (auto name = table.text("name"))
       profile.name = *name;
     else
@@ -181,9 +76,9 @@ private:
     table.finish();
   }
 
-  void readIdentity(Table& table, NamedText& named) {
+  void readIdentity(TomlTable& table, NamedText& named) {
     named.id = table.text("id");
-    if (named.id && !tavo::parseUuid(named.id->value))
+    if (named.id && tavo::parseUuid(named.id->value).value_or(tavo::Uuid{}) == tavo::Uuid{})
       table.report(named.id->place, TextError::InvalidIdentity, named.id->value);
     named.was = table.text("was");
     named.externalId = table.text("externalId");
@@ -191,7 +86,7 @@ private:
 
   /// Reads the name and what belongs to it. Things without a usable name are read all the same, for their other faults.
   template <class Thing>
-  void readNamed(Table& table, const char* what, Thing& thing, const std::vector<Thing>& before) {
+  void readNamed(TomlTable& table, const char* what, Thing& thing, const std::vector<Thing>& before) {
     std::string owner = table.element();
     if (auto name = table.text("name")) {
       thing.name = *name;
@@ -208,7 +103,7 @@ private:
     readIdentity(table, thing);
   }
 
-  void readEnumeration(Table& table, ProfileText& profile) {
+  void readEnumeration(TomlTable& table, ProfileText& profile) {
     EnumerationText enumeration;
     if (auto name = table.text("name")) {
       enumeration.name = *name;
@@ -237,7 +132,7 @@ private:
     profile.enumerations.push_back(std::move(enumeration));
   }
 
-  void readMembers(Table& table, EnumerationText& enumeration) {
+  void readMembers(TomlTable& table, EnumerationText& enumeration) {
     auto* node = table.find("members");
     auto* members = node ? node->as_array() : nullptr;
     if (!node) {
@@ -251,13 +146,13 @@ private:
     }
   }
 
-  void readMember(Table& table, const toml::node& item, std::vector<EnumerationText::Member>& members,
+  void readMember(TomlTable& table, const toml::node& item, std::vector<EnumerationText::Member>& members,
                   std::int64_t& next) {
     EnumerationText::Member member;
     if (auto* plain = item.as_string()) {
       member.name = {plain->get(), placeOf(item)};
     } else if (auto* inner = item.as_table()) {
-      Table entry(*inner, "A member", table.element(), findings_);
+      TomlTable entry(*inner, "A member", table.element(), findings_);
       if (auto name = entry.text("name"))
         member.name = *name;
       else
@@ -289,23 +184,47 @@ private:
     members.push_back(std::move(member));
   }
 
-  void readType(Table& table, ProfileText& profile) {
-    TypeText type;
-    readNamed(table, "type", type, profile.types);
-    if (auto& names = builtInTypes(); std::find(names.begin(), names.end(), type.name.value) != names.end())
-      table.report(type.name.place, TextError::BuiltInName, type.name.value);
-    type.base = table.text("base");
-    type.enumeration = table.text("enumeration");
-    if (type.base && type.enumeration)
-      table.report(type.enumeration->place, TextError::OneOf, "\"base\" and \"enumeration\"");
-    else if (!table.find("base") && !table.find("enumeration"))
-      table.report(table.place(), TextError::MissingKey, table.kind(), "base");
-    readShape(table, type);
-    table.finish();
-    profile.types.push_back(std::move(type));
+  void readTypes(TomlTable& owner, const std::string& head, std::vector<TypeText>& types) {
+    owner.tables("type", "[[" + head + "]]", [&](TomlTable table) {
+      TypeText type;
+      readNamed(table, "type", type, types);
+      type.base = table.text("base");
+      type.enumeration = table.text("enumeration");
+      type.kind = choice(table, "kind", kindsOfValues());
+      int given = 0;
+      for (auto key : {"base", "enumeration", "kind"})
+        given += table.find(key) != nullptr;
+      auto& second = type.kind ? type.kind : type.enumeration;
+      if (given > 1)
+        table.report(second ? second->place : table.place(), TextError::OneOf,
+                     "\"base\", \"enumeration\" and \"kind\"");
+      else if (given == 0)
+        table.report(table.place(), TextError::MissingKey, table.kind(), "base");
+      readShape(table, type);
+      table.finish();
+      types.push_back(std::move(type));
+    });
   }
 
-  void readShape(Table& table, ShapeText& shape) {
+  /// Types and enumerations go by names that mean one thing only.
+  void refuseTakenNames(const ProfileText& profile) {
+    auto refuseBuiltIn = [&](const Text& name) {
+      if (auto& names = builtInTypes(); std::find(names.begin(), names.end(), name.value) != names.end())
+        findings_.add(name.place, name.value, TextError::BuiltInName, name.value);
+    };
+    for (auto& enumeration : profile.enumerations)
+      refuseBuiltIn(enumeration.name);
+    for (auto& type : profile.types) {
+      refuseBuiltIn(type.name);
+      for (auto& enumeration : profile.enumerations) {
+        if (enumeration.name.value == type.name.value)
+          findings_.add(type.name.place, type.name.value, TextError::DuplicateName, "name", type.name.value,
+                        enumeration.name.place.line);
+      }
+    }
+  }
+
+  void readShape(TomlTable& table, ShapeText& shape) {
     shape.units = table.text("units");
     shape.min = bound(table, "min");
     shape.max = bound(table, "max");
@@ -328,7 +247,7 @@ private:
       table.wrongKind(*node, "dimensions", "a list of extents, like [3] or [2, 3]");
   }
 
-  std::optional<At<Literal>> bound(Table& table, std::string_view key) {
+  std::optional<At<Literal>> bound(TomlTable& table, std::string_view key) {
     auto* node = table.find(key);
     if (!node)
       return {};
@@ -346,8 +265,8 @@ private:
       return Literal{integer->get()};
     if (auto* number = node.as_floating_point())
       return Literal{number->get()};
-    if (auto* string = node.as_string())
-      return Literal{string->get()};
+    if (auto text = textOf(node))
+      return Literal{std::move(*text)};
     auto* array = node.as_array();
     if (!array || depth > 1)
       return {};
@@ -361,14 +280,14 @@ private:
     return Literal{std::move(list)};
   }
 
-  void readDefault(Table& table, PropertyText& property) {
+  void readDefault(TomlTable& table, PropertyText& property) {
     constexpr auto expected = "a value (a flag, a number, a text in quotes, a list of these) or { expr = \"...\" }";
     auto* node = table.find("default");
     if (!node)
       return;
     At<DefaultText> result{{}, placeOf(*node)};
     auto* inner = node->as_table();
-    if (!inner) {
+    if (!inner || textOf(*node)) {
       result.value.literal = literal(*node);
       if (!result.value.literal)
         return table.wrongKind(*node, "default", expected);
@@ -376,7 +295,7 @@ private:
       return;
     }
 
-    Table entry(*inner, "A default", table.element(), findings_);
+    TomlTable entry(*inner, "A default", table.element(), findings_);
     auto expression = entry.text("expr");
     auto* value = entry.find("value");
     result.value.units = entry.text("units");
@@ -396,8 +315,8 @@ private:
     property.defaultValue = std::move(result);
   }
 
-  void readProperties(Table& table, const std::string& head, std::vector<PropertyText>& properties) {
-    table.tables("property", "[[" + head + ".property]]", [&](Table item) {
+  void readProperties(TomlTable& table, const std::string& head, std::vector<PropertyText>& properties) {
+    table.tables("property", "[[" + head + ".property]]", [&](TomlTable item) {
       PropertyText property;
       readNamed(item, "property", property, properties);
       if (auto type = item.text("type"))
@@ -411,16 +330,17 @@ private:
     });
   }
 
-  void readSet(Table& table, ProfileText& profile) {
+  void readSet(TomlTable& table, ProfileText& profile) {
     SetText set;
     readNamed(table, "set", set, profile.sets);
     set.description = table.plainText("description");
+    readTypes(table, "set.type", set.types);
     readProperties(table, "set", set.properties);
     table.finish();
     profile.sets.push_back(std::move(set));
   }
 
-  void readStereotype(Table& table, ProfileText& profile) {
+  void readStereotype(TomlTable& table, ProfileText& profile) {
     StereotypeText stereotype;
     readNamed(table, "stereotype", stereotype, profile.stereotypes);
     stereotype.description = table.plainText("description");
@@ -430,12 +350,13 @@ private:
     readLook(table, stereotype);
     readStereotypeDefaults(table, stereotype);
     stereotype.setDescription = table.plainText("setDescription");
+    readTypes(table, "stereotype.type", stereotype.types);
     readProperties(table, "stereotype", stereotype.properties);
     table.finish();
     profile.stereotypes.push_back(std::move(stereotype));
   }
 
-  void readLook(Table& table, StereotypeText& stereotype) {
+  void readLook(TomlTable& table, StereotypeText& stereotype) {
     stereotype.icon = choice(table, "icon", icons());
     stereotype.customIcon = table.text("customIcon");
     stereotype.headerColour = colour(table, "headerColour");
@@ -443,7 +364,7 @@ private:
     stereotype.lineStyle = choice(table, "lineStyle", lineStyles());
   }
 
-  static std::optional<Text> choice(Table& table, std::string_view key, const std::vector<std::string>& choices) {
+  static std::optional<Text> choice(TomlTable& table, std::string_view key, const std::vector<std::string>& choices) {
     auto value = table.text(key);
     if (!value || std::find(choices.begin(), choices.end(), value->value) != choices.end())
       return value;
@@ -451,7 +372,7 @@ private:
     return {};
   }
 
-  static std::optional<ColourText> colour(Table& table, std::string_view key) {
+  static std::optional<ColourText> colour(TomlTable& table, std::string_view key) {
     auto* node = table.find(key);
     if (!node)
       return {};
@@ -462,26 +383,34 @@ private:
         auto number = static_cast<std::uint32_t>(std::stoul(digits.substr(1), nullptr, 16));
         return ColourText{number >> 16, number >> 8 & 0xff, number & 0xff};
       }
+    } else if (auto* list = node->as_array(); list && list->size() == 3) {
+      std::uint32_t parts[3];
+      bool valid = true;
+      for (std::size_t i = 0; i < 3; ++i) {
+        auto* number = list->get(i)->as_integer();
+        valid = valid && number && number->get() >= 0 && number->get() <= std::numeric_limits<std::uint32_t>::max();
+        parts[i] = valid ? static_cast<std::uint32_t>(number->get()) : 0;
+      }
+      if (valid)
+        return ColourText{parts[0], parts[1], parts[2]};
     }
-    table.wrongKind(*node, key, "a colour like \"#1f77b4\"");
+    table.wrongKind(*node, key, "a colour like \"#1f77b4\" or [31, 119, 180]");
     return {};
   }
 
-  void readStereotypeDefaults(Table& table, StereotypeText& stereotype) {
-    auto* node = table.find("defaults");
-    if (!node)
+  void readStereotypeDefaults(TomlTable& table, StereotypeText& stereotype) {
+    auto entry =
+        table.table("defaults", "\"defaults\"", "a table { component = \"...\", port = \"...\", connector = \"...\" }");
+    if (!entry)
       return;
-    if (!node->is_table())
-      return table.wrongKind(*node, "defaults", "a table { component = \"...\", port = \"...\", connector = \"...\" }");
-    Table entry(*node->as_table(), "\"defaults\"", table.element(), findings_);
     for (auto kind : {"component", "port", "connector"}) {
-      if (auto name = entry.text(kind))
+      if (auto name = entry->text(kind))
         stereotype.defaults[kind] = *name;
     }
-    entry.finish();
+    entry->finish();
   }
 
-  void readTag(Table& table, ProfileText& profile) {
+  void readTag(TomlTable& table, ProfileText& profile) {
     TagText tag;
     readNamed(table, "tag", tag, profile.tags);
     tag.description = table.plainText("description");
@@ -489,27 +418,41 @@ private:
     profile.tags.push_back(std::move(tag));
   }
 
-  void readIdentities(Table& root, ProfileText& profile) {
-    for (auto& path : root.texts("order"))
-      profile.order.push_back(path.value);
-    auto* node = root.find("identities");
-    if (!node)
-      return;
-    auto* table = node->as_table();
+  void readExact(TomlTable& root, ProfileText& profile) {
+    auto* node = root.find("exact");
+    auto* table = node ? node->as_table() : nullptr;
+    if (node && !table)
+      root.wrongKind(*node, "exact", "a table of paths and what is there");
     if (!table)
-      return root.wrongKind(*node, "identities", "a table of paths and identities");
+      return;
     for (auto&& [key, value] : *table) {
-      auto* text = value.as_string();
-      // What ends with a feature is a value of any text; the builder knows which.
-      if (text)
-        profile.identities[std::string(key.str())] = {text->get(), placeOf(value)};
+      std::string path(key.str());
+      if (auto fact = factOf(value))
+        profile.exact[path] = {std::move(*fact), placeOf(value)};
       else
-        findings_.add(placeOf(value), std::string(key.str()), TextError::InvalidIdentity,
-                      text ? text->get() : std::string(key.str()));
+        root.wrongKind(value, path, "a text, a list of texts, or false for nothing");
     }
   }
 
-  static void refuseRepeated(Table& table, const char* what, const std::vector<Text>& texts) {
+  static std::optional<Fact> factOf(const toml::node& node) {
+    if (auto text = textOf(node))
+      return std::move(*text);
+    if (auto* flag = node.as_boolean(); flag && !flag->get())
+      return Absent();
+    auto* list = node.as_array();
+    if (!list)
+      return {};
+    std::vector<std::string> texts;
+    for (auto& item : *list) {
+      auto text = textOf(item);
+      if (!text)
+        return {};
+      texts.push_back(std::move(*text));
+    }
+    return texts;
+  }
+
+  static void refuseRepeated(TomlTable& table, const char* what, const std::vector<Text>& texts) {
     for (auto text = texts.begin(); text != texts.end(); ++text) {
       auto first = std::find(texts.begin(), text, *text);
       if (first != text)

@@ -70,9 +70,11 @@ struct ShapeText {
   friend bool operator==(const ShapeText&, const ShapeText&) = default;
 };
 
+/// One of three says what kind of values a type has.
 struct TypeText : NamedText, ShapeText {
-  std::optional<Text> base;
+  std::optional<Text> base;        ///< another type
   std::optional<Text> enumeration; ///< the class, for a type without base
+  std::optional<Text> kind;        ///< one of the kinds of values, for another type without base
 
   friend bool operator==(const TypeText&, const TypeText&) = default;
 };
@@ -86,6 +88,7 @@ struct PropertyText : NamedText, ShapeText {
 
 struct SetText : NamedText {
   std::string description;
+  std::vector<TypeText> types; ///< which only the properties of the set can have
   std::vector<PropertyText> properties;
 
   friend bool operator==(const SetText&, const SetText&) = default;
@@ -108,6 +111,7 @@ struct StereotypeText : NamedText {
   std::optional<Text> lineStyle;
   std::map<std::string, Text> defaults; ///< stereotypes by kind of element
   std::string setDescription;
+  std::vector<TypeText> types; ///< of its set
   std::vector<PropertyText> properties;
 
   friend bool operator==(const StereotypeText&, const StereotypeText&) = default;
@@ -134,6 +138,14 @@ struct EnumerationText {
   friend bool operator==(const EnumerationText&, const EnumerationText&) = default;
 };
 
+/// A fact about one file, by the path of an object or of one of its features: an identity, a value or the path of
+/// another object; several of these, or the order of the things in a feature; or that there is nothing.
+struct Absent {
+  friend bool operator==(Absent, Absent) = default;
+};
+using Fact = std::variant<Absent, std::string, std::vector<std::string>>;
+using ExactFacts = std::map<std::string, At<Fact>>;
+
 struct ProfileText : NamedText {
   std::string file; ///< for messages
 
@@ -146,10 +158,8 @@ struct ProfileText : NamedText {
   std::vector<SetText> sets;
   std::vector<StereotypeText> stereotypes;
   std::vector<TagText> tags;
-  /// The top-level objects of the file, where they are not in the usual order.
-  std::vector<std::string> order;
-  /// Identities that do not follow from names, by the path of the object.
-  std::map<std::string, Text> identities;
+  /// What does not follow from all of the above.
+  ExactFacts exact;
 
   friend bool operator==(const ProfileText&, const ProfileText&) = default;
 };

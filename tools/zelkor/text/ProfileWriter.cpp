@@ -1,6 +1,9 @@
 #include "tools/zelkor/text/ProfileWriter.h"
 
+#include "tools/zelkor/text/Texts.h"
+
 #include "kavra/Literals.h"
+#include "tavo/xml/XmlText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,6 +38,20 @@ std::string quoted(const std::string& text, bool severalLines = false) {
   return result + (severalLines ? "\"\"\"" : "\"");
 }
 
+/// Any text: what no text in quotes can hold has another form.
+std::string rendered(const std::string& text, bool severalLines = false) {
+  if (!hasHalfPair(text))
+    return quoted(text, severalLines);
+  return "{ escaped = " + quoted(tavo::escapeText(wide(text)).toUtf8()) + " }";
+}
+
+std::string rendered(const std::vector<std::string>& texts) {
+  std::string list;
+  for (auto& text : texts)
+    list += (list.empty() ? "" : ", ") + rendered(text);
+  return "[" + list + "]";
+}
+
 std::string number(double value) {
   if (std::isnan(value))
     return "nan";
@@ -52,7 +69,7 @@ std::string render(const Literal& literal) {
   if (auto* real = std::get_if<double>(&literal.value))
     return number(*real);
   if (auto* string = std::get_if<std::string>(&literal.value))
-    return quoted(*string);
+    return rendered(*string);
   std::string text;
   for (auto& item : std::get<Literal::List>(literal.value))
     text += (text.empty() ? "" : ", ") + render(item);
@@ -66,9 +83,9 @@ std::string render(const DefaultText& value) {
   if (value.literal)
     text = "value = " + render(*value.literal);
   else if (!value.expression.empty())
-    text = "expr = " + quoted(value.expression);
+    text = "expr = " + rendered(value.expression);
   if (value.units)
-    text += (text.empty() ? "" : ", ") + ("units = " + quoted(value.units->value));
+    text += (text.empty() ? "" : ", ") + ("units = " + rendered(value.units->value));
   return "{ " + text + " }";
 }
 
@@ -78,8 +95,7 @@ public:
     head(profile);
     for (auto& enumeration : profile.enumerations)
       write(enumeration);
-    for (auto& type : profile.types)
-      write(type);
+    types("type", profile.types);
     for (auto& set : profile.sets)
       write(set);
     for (auto& stereotype : profile.stereotypes)
@@ -88,19 +104,12 @@ public:
       begin("tag", tag);
       key("description", tag.description);
     }
-    identities(profile);
+    exact(profile.exact);
     return std::move(out_);
   }
 
 private:
   void head(const ProfileText& profile) {
-    // A key of the text itself can only stand before the first table.
-    if (!profile.order.empty()) {
-      out_ += "order = [";
-      for (auto& path : profile.order)
-        out_ += (&path == &profile.order.front() ? "" : ", ") + quoted(path);
-      out_ += "]\n\n";
-    }
     out_ += "[profile]\n";
     key("name", profile.name);
     identity(profile);
@@ -123,29 +132,31 @@ private:
   }
 
   void raw(const char* name, const std::string& value) { out_ += std::string(name) + " = " + value + "\n"; }
-  void key(const char* name, const Text& text) { raw(name, quoted(text.value)); }
+  void key(const char* name, const Text& text) { raw(name, rendered(text.value)); }
   void key(const char* name, const std::optional<Text>& text) {
     if (text)
       key(name, *text);
   }
   void key(const char* name, const std::string& text) {
     if (!text.empty())
-      raw(name, quoted(text, true));
+      raw(name, rendered(text, true));
   }
   void key(const char* name, const std::optional<ColourText>& colour) {
     if (!colour)
       return;
-    char text[16];
-    std::snprintf(text, sizeof text, "#%02x%02x%02x", colour->red & 0xff, colour->green & 0xff, colour->blue & 0xff);
-    raw(name, quoted(text));
+    auto [red, green, blue] = *colour;
+    char text[64];
+    bool isUsual = std::max({red, green, blue}) <= 0xff;
+    std::snprintf(text, sizeof text, isUsual ? "\"#%02x%02x%02x\"" : "[%u, %u, %u]", red, green, blue);
+    raw(name, text);
   }
   void key(const char* name, const std::vector<Text>& texts) {
     if (texts.empty())
       return;
-    std::string list;
+    std::vector<std::string> list;
     for (auto& text : texts)
-      list += (list.empty() ? "" : ", ") + quoted(text.value);
-    raw(name, "[" + list + "]");
+      list.push_back(text.value);
+    raw(name, rendered(list));
   }
 
   void write(const EnumerationText& enumeration) {
@@ -181,11 +192,14 @@ private:
       raw("max", render(shape.max->value));
   }
 
-  void write(const TypeText& type) {
-    begin("type", type);
-    key("base", type.base);
-    key("enumeration", type.enumeration);
-    shape(type);
+  void types(const std::string& head, const std::vector<TypeText>& types) {
+    for (auto& type : types) {
+      begin(head, type);
+      key("base", type.base);
+      key("enumeration", type.enumeration);
+      key("kind", type.kind);
+      shape(type);
+    }
   }
 
   void properties(const std::string& head, const std::vector<PropertyText>& properties) {
@@ -201,6 +215,7 @@ private:
   void write(const SetText& set) {
     begin("set", set);
     key("description", set.description);
+    types("set.type", set.types);
     properties("set.property", set.properties);
   }
 
@@ -221,16 +236,19 @@ private:
       raw("defaults", "{ " + list + " }");
     }
     key("setDescription", stereotype.setDescription);
+    types("stereotype.type", stereotype.types);
     properties("stereotype.property", stereotype.properties);
   }
 
-  void identities(const ProfileText& profile) {
-    if (profile.identities.empty())
+  void exact(const ExactFacts& facts) {
+    if (facts.empty())
       return;
-    out_ +=
-        "\n# Identities that do not follow from names. Written by a program; leave them as they are.\n[identities]\n";
-    for (auto& [path, uuid] : profile.identities)
-      out_ += quoted(path) + " = " + quoted(uuid.value) + "\n";
+    out_ += "\n# What the tables above do not say. Written by a program; leave it as it is.\n[exact]\n";
+    for (auto& [path, fact] : facts) {
+      auto* text = std::get_if<std::string>(&fact.value);
+      auto* list = std::get_if<std::vector<std::string>>(&fact.value);
+      out_ += quoted(path) + " = " + (text ? rendered(*text) : list ? rendered(*list) : "false") + "\n";
+    }
   }
 
   std::string out_;
