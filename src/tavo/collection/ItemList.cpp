@@ -195,7 +195,7 @@ void ItemList::sortByKey() {
     std::uint32_t slot;
   };
   const auto isStandIn = [&](std::uint32_t slot) { return objectOf(nodes_[slot].item)->isProxy(); };
-  const auto standInsEnd = std::stable_partition(order_.begin(), order_.end(), isStandIn);
+  const auto standInsEnd = std::partition(order_.begin(), order_.end(), isStandIn);
   std::sort(order_.begin(), standInsEnd, [&](std::uint32_t a, std::uint32_t b) {
     return objectOf(nodes_[a].item)->uuid() < objectOf(nodes_[b].item)->uuid();
   });

@@ -12,6 +12,8 @@
 #include "zelkor/services/ModelIdentifier.h"
 #include "zelkor/services/ModelResolvers.h"
 #include "zelkor/services/ProxySource.h"
+#include "zelkor/services/ProxyTarget.h"
+#include "zelkor/services/Resolver.h"
 
 #include <algorithm>
 #include <iostream>
@@ -35,6 +37,12 @@ std::vector<ProfileResolver> resolversNamed(const tavo::Model& model, std::u16st
   auto resolvers = services::proxy::resolversOf<ProfileResolver>(model);
   std::erase_if(resolvers, [&](const ProfileResolver& resolver) { return resolver.uRI() != name; });
   return resolvers;
+}
+
+/// Whether anything in the model refers to the element of that identity, as all references to stereotypes do, by proxy.
+bool refersTo(const tavo::Model& model, const tavo::Uuid& id) {
+  return std::ranges::any_of(services::proxy::resolversOf<services::proxy::Resolver>(model),
+                             [&](const auto& resolver) { return static_cast<bool>(resolver.findProxyTarget(id)); });
 }
 
 /// Whether the ancestor is above the stereotype, as far as that can be said without loading anything.
@@ -251,6 +259,9 @@ std::vector<Prototype> ProfileCatalog::loadedDescendants(const Prototype& ancest
   if (const auto own = ancestor.getProfile(); own && std::ranges::find(profiles, own) == profiles.end())
     profiles.push_back(own);
   std::vector<Prototype> found;
+  // Most stereotypes are nobody's parent, and whoever adds properties to them should not pay for all others.
+  if (std::ranges::none_of(profiles, [&](const Profile& each) { return refersTo(each.model(), ancestor.Uuid()); }))
+    return found;
   for (const auto& profile : profiles)
     for (const auto& prototype : profile.prototypes().toVector())
       if (prototype != ancestor && isBelow(prototype, ancestor))
