@@ -105,7 +105,7 @@ TEST_F(ReentranceTest, ADestroyedObjectLeavesMemoryWithTheHistory) {
 
 TEST_F(ReentranceTest, DestructorsOfValuesSeeAnEndedModelWhole) {
   int released = 0;
-  for (auto each : {observed, model.create<Observed>()}) // the first to go looks at the other, whichever it is
+  for (const auto& each : {observed, model.create<Observed>()}) // the first to go looks at the other, whichever it is
     onRelease(each, [&] {
       ++released;
       EXPECT_FALSE(observed);

@@ -109,7 +109,7 @@ void ModelElement::raiseBadCast(const MetaClass& wanted) const {
 
 // Objects
 
-Model ModelElement::Impl::model() const { return Model(&data()); }
+Model ModelElement::Impl::model() const { return Model(home_->model); }
 bool ModelElement::Impl::isA(const MetaClass& metaClass) const { return objectClass().isA(metaClass); }
 
 const MetaProperty* ModelElement::Impl::containingProperty() const {

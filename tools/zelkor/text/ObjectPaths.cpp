@@ -87,7 +87,10 @@ void ObjectPaths::visit(const ModelElement& object, const std::string& path) {
       auto last = feature->isMany() ? unique(keyOf(child), taken) : std::string();
       if (feature->isMany() && feature->collection() == tavo::CollectionKind::sequence)
         sequences_[inner].push_back(last);
-      visit(child, feature->isMany() ? inner + "/" + last : inner);
+      auto place = inner;
+      if (feature->isMany())
+        place.append("/").append(last);
+      visit(child, place);
     }
   }
 }
@@ -98,7 +101,9 @@ void ObjectPaths::visitTargets() {
     auto id = object.cast<ProxyTarget>().targetId();
     auto known = paths_.find(id);
     auto name = known == paths_.end() ? tavo::toText(id) : known->second;
-    enter(object, unique(feature + "/(" + name + ")", taken));
+    auto path = feature;
+    path.append("/(").append(name).append(")");
+    enter(object, unique(path, taken));
   }
 }
 

@@ -171,7 +171,7 @@ private:
         list += (list.empty() ? "" : ", ") + name;
       } else {
         auto value = member.value ? ", value = " + std::to_string(member.value->value) : std::string();
-        list += "  { name = " + name + value + " },\n";
+        list.append("  { name = ").append(name).append(value).append(" },\n");
       }
     }
     raw("members", plain ? "[" + list + "]" : "[\n" + list + "]");
