@@ -30,7 +30,9 @@ def read_messages(path):
 def read_identifiers(path):
     """The identifiers of a header with the number of arguments that their comments name."""
     identifiers, faults, comment, names = {}, [], "", []
-    for line in path.read_text(encoding="utf-8").splitlines():
+    # A long declaration is broken behind its brace.
+    text = re.sub(r'\{\n\s+"', '{"', path.read_text(encoding="utf-8"))
+    for line in text.splitlines():
         if line.startswith("struct "):
             names.append([])
         match = DECLARATION.match(line)

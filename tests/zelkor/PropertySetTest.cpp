@@ -1,8 +1,8 @@
 #include "tests/zelkor/PropertyFixture.h"
 
 #include "zelkor/clone/CloneContext.h"
+#include "zelkor/parameter/ParameterUsage.h"
 #include "zelkor/property/Enumeration.h"
-#include "zelkor/property/PropertyUsage.h"
 #include "zelkor/property/UnitQueryClientWrapper.h"
 
 #include <functional>
@@ -176,11 +176,9 @@ TEST_F(PropertySetTest, WithoutAHostTextsAreKeptAndNothingIsEvaluated) {
 }
 
 TEST_F(PropertySetTest, WhatComesLaterSaysSo) {
-  const auto usage = property::PropertyUsage::create(model);
-  EXPECT_ERROR_UNCHANGED(model, usage.setPropVal({}, u"5", u"*"), "tavo:messages:NotAvailable",
-                         "zelkor.property.PropertyUsage.setPropVal");
-  EXPECT_ERROR_UNCHANGED(model, property::PropertyUsage::createPropertyUsage({}, model), "tavo:messages:NotAvailable",
-                         "zelkor.property.PropertyUsage.createPropertyUsage");
+  const auto usage = parameter::ParameterUsage::create(model);
+  EXPECT_ERROR_UNCHANGED(model, usage.setParameterVal({}, u"5", u"*"), "tavo:messages:NotAvailable",
+                         "zelkor.parameter.ParameterUsage.setParameterVal");
   usage.destroy();
 }
 

@@ -31,7 +31,7 @@ _FEATURE = {**{kind.value: str for kind in Kind}, "id": str, "doc": str, "defaul
             "readonly": bool, "hidden": bool, "getter": str, "setter": str, "hook": bool, "virtual": bool,
             "unique": bool, "keys": list, "opposite": str, "by": str, "accessor": str, "since": str, "removed": str}
 _OPERATION = {"static": bool, "virtual": bool, "override": bool, "abstract": bool, "const": bool, "event": bool,
-              "public": bool, "name": str, "id": str, "args": list, "returns": str, "doc": str}
+              "public": bool, "later": bool, "name": str, "id": str, "args": list, "returns": str, "doc": str}
 
 _WORDS = {str: "a text", bool: "true or false", dict: "a table", list: "a list of texts"}
 _TYPE = re.compile(r"^(?P<out>out\s+)?(?P<name>[A-Za-z_][\w.]*)(?P<shape>\?|\[\]|\*)?$")
@@ -251,7 +251,7 @@ class _Document:
             is_static=content.get("static", False), is_virtual=content.get("virtual", False),
             is_override=content.get("override", False), is_abstract=content.get("abstract", False),
             is_const=content.get("const", False), is_event=content.get("event", False),
-            is_public=content.get("public", True)))
+            is_public=content.get("public", True), later=content.get("later", cls.later)))
 
     # Helpers: each reports what is wrong and answers something harmless instead.
 

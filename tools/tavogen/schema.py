@@ -186,6 +186,7 @@ class Operation:
     is_const: bool = False
     is_event: bool = False
     is_public: bool = True
+    later: bool = False  # declared, and not written yet
 
     @property
     def qualified_name(self) -> str:
@@ -210,7 +211,7 @@ class Class:
     doc: str = ""
     abstract: bool = False
     root: bool = False
-    later: bool = False  # its operations are declared, and not written yet
+    later: bool = False  # so are all its operations
     derived_identity: bool = False
     since: str = ""
     folder: PurePosixPath = PurePosixPath()  # of the generated headers, below the include root

@@ -15,8 +15,13 @@ using tavo::raiseBecause;
 struct ProfileError {
   /// () A file of the retired kind of profiles is to be loaded.
   static constexpr ErrorId APFXExtensionDeprecated{"Velmora:Profile:APFXExtensionDeprecated"};
+  /// (stereotype, element, its kind) A stereotype does not apply to an element, or its profile is not in use.
+  static constexpr ErrorId CannotApplyPrototype{"Velmora:Profile:CannotApplyPrototype"};
   /// (profile, release, path) A profile cannot be written in the schema of an earlier release.
   static constexpr ErrorId CannotExportToPrevious{"Velmora:Profile:CannotExportToPrevious"};
+  /// (profile, model) A profile that is not in order is to be used in a model.
+  static constexpr ErrorId CannotImportUnhealthyProfileIntoModel{
+      "Velmora:Profile:CannotImportUnhealthyProfileIntoModel"};
   /// (file, version found) A profile was saved by a newer release.
   static constexpr ErrorId CannotLoadFutureVersion{"Velmora:Profile:CannotLoadFutureVersion"};
   /// (profile, other profile) Two profiles would depend, or do depend, on each other.
@@ -43,6 +48,8 @@ struct ProfileError {
   static constexpr ErrorId InvalidPrototypeName{"Velmora:Profile:InvalidPrototypeName"};
   /// (profile) A profile that another one refers to cannot be loaded.
   static constexpr ErrorId MissingDependentProfile{"Velmora:Profile:MissingDependentProfile"};
+  /// () No error but a text: an element carries no stereotype.
+  static constexpr ErrorId None{"Velmora:Profile:None"};
   /// (name) A property is to get a name that another one of its set has.
   static constexpr ErrorId NonUniquePropertyName{"Velmora:Profile:NonUniquePropertyName"};
   /// (property, stereotype that has it) Two stereotypes of one line of inheritance have properties of one name.
@@ -65,6 +72,22 @@ struct ProfileError {
   static constexpr ErrorId ProfileNotInitialized{"Velmora:Profile:ProfileNotInitialized"};
   /// (profile, dependency) A profile that another one refers to cannot be had.
   static constexpr ErrorId ProfileProxyResolveFailed{"Velmora:Profile:ProfileProxyResolveFailed"};
+  /// (profile) A profile that cannot be had is to be removed from a model.
+  static constexpr ErrorId RemoveProfileFailed{"Velmora:Profile:RemoveProfileFailed"};
+  /// (stereotype) No error but a text: an element carries a stereotype.
+  static constexpr ErrorId StereotypeBadgeTooltip{"Velmora:Profile:StereotypeBadgeTooltip"};
+};
+
+struct ArchitectureError {
+  /// (file) A file does not hold an architecture model.
+  static constexpr ErrorId NotAnArchitectureModel{"Velmora:Architecture:NotAnArchitectureModel"};
+  /// (profile) A profile is to be removed from a model that does not use it.
+  static constexpr ErrorId ProfileNotAttached{"Velmora:Architecture:ProfileNotAttached"};
+};
+
+struct FixitError {
+  /// (model) What a model uses of its profiles is not what they hold now.
+  static constexpr ErrorId ProfileOutdated{"Velmora:qkFixitWorkflows:ProfileOutdated"};
 };
 
 struct PropertyError {
@@ -78,10 +101,14 @@ struct PropertyError {
   static constexpr ErrorId CantHaveUnit{"Velmora:Property:CantHaveUnit"};
   /// (default expression) The default of a property does not fit the type that it is to get.
   static constexpr ErrorId DefaultValueIncompatibleWithType{"Velmora:Property:DefaultValueIncompatibleWithType"};
+  /// (property) A value of an element cannot be set; the cause says why.
+  static constexpr ErrorId ErrorSettingPropertyValue{"Velmora:Property:ErrorSettingPropertyValue"};
   /// (target, URI) The element that a proxy stands for cannot be had.
   static constexpr ErrorId FailedProxyResolve{"Velmora:Property:FailedProxyResolve"};
   /// () A bound of a floating-point type is not a double.
   static constexpr ErrorId FloatMaxMinMustBeDouble{"Velmora:Property:FloatMaxMinMustBeDouble"};
+  /// () A property in use is to be initialised from one of another definition.
+  static constexpr ErrorId InitFromPropertyUsageMismatch{"Velmora:Property:InitFromPropertyUsageMismatch"};
   /// () A value is to be taken from one whose type is of another kind.
   static constexpr ErrorId InitFromValueMismatch{"Velmora:Property:InitFromValueMismatch"};
   /// () A bound of an integer type is not an int64.
@@ -138,16 +165,26 @@ struct PropertyError {
   static constexpr ErrorId MinGreaterThanMax{"Velmora:Property:MinGreaterThanMax"};
   /// (element) The model in which an element lives has no identifier by which other models could refer to it.
   static constexpr ErrorId ModelCannotBeReferred{"Velmora:Property:ModelCannotBeReferred"};
+  /// (property) An element has no property of that name.
+  static constexpr ErrorId PropertyNotFound{"Velmora:Property:PropertyNotFound"};
   /// () Units are given to a value whose type has none.
   static constexpr ErrorId TypeDoesntHaveUnit{"Velmora:Property:TypeDoesntHaveUnit"};
+  /// (old name, new name) A profile that is to be renamed is not in use.
+  static constexpr ErrorId UnableToRenameProfile{"Velmora:Property:UnableToRenameProfile"};
   /// (new units, units of the base type) The units of a type differ from those of its base type.
   static constexpr ErrorId UnitMustBeSameAsBaseType{"Velmora:Property:UnitMustBeSameAsBaseType"};
   /// (new units, units of the type) Units cannot be converted to those of the type.
   static constexpr ErrorId UnitsNotConvertible{"Velmora:Property:UnitsNotConvertible"};
   /// (definition or type) What a value depends on cannot be had.
   static constexpr ErrorId UnresolvedPropertyDefinition{"Velmora:Property:UnresolvedPropertyDefinition"};
+  /// (usage) The property set of a usage cannot be had.
+  static constexpr ErrorId UnresolvedPropertySet{"Velmora:Property:UnresolvedPropertySet"};
   /// (text) A text is given to a value that has no type.
   static constexpr ErrorId ValueHasNoType{"Velmora:Property:ValueHasNoType"};
+  /// (property, how many) Values of elements are dropped, because these no longer have the property.
+  static constexpr ErrorId ValuesDropped{"Velmora:Property:ValuesDropped"};
+  /// (property, how many) A property changed so that values of elements are no longer values of its type.
+  static constexpr ErrorId ValuesNoLongerFit{"Velmora:Property:ValuesNoLongerFit"};
 };
 
 } // namespace zelkor

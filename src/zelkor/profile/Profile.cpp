@@ -25,9 +25,6 @@ using services::proxy::ModelIdentifier;
 
 namespace {
 
-constexpr std::u16string_view elementClasses[] = {u"zelkor.Connector", u"zelkor.Port", u"zelkor.Component",
-                                                  u"zelkor.Architecture"};
-
 /// What `addPrototype` is told to start from.
 struct Base {
   Prototype parent;
@@ -38,7 +35,7 @@ Base findBase(const Profile& profile, const tavo::String& base) {
   if (base.empty() || base == u"built-in")
     return {};
   if (std::ranges::find(elementClasses, base.view()) != std::end(elementClasses))
-    return {{}, base.view().substr(base.view().rfind(u'.') + 1)};
+    return {{}, kindOfElementClass(base)};
 
   // A profile that is still being made need not be in the catalog to have parents in it.
   const auto [profileName, name] = splitQualifiedName(base);

@@ -4,6 +4,7 @@
 #include "zelkor/framework/Diagnostics.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/HostNames.h"
+#include "zelkor/framework/Prototypable.h"
 #include "zelkor/profile/Profile.impl.h"
 #include "zelkor/profile/ProfileListener.h"
 #include "zelkor/profile/ProfileNames.h"
@@ -267,6 +268,15 @@ std::vector<Prototype> ProfileCatalog::loadedDescendants(const Prototype& ancest
       if (prototype != ancestor && isBelow(prototype, ancestor))
         found.push_back(prototype);
   return found;
+}
+
+std::vector<tavo::String> ProfileCatalog::getStereotypeReportForTooltip(const internal::Prototypable& element) const {
+  std::vector<tavo::String> lines;
+  for (const auto& name : element.getPrototypeNames())
+    lines.push_back(tavo::concat(u"  - ", tavo::Error(ProfileError::StereotypeBadgeTooltip, {name}).message()));
+  if (lines.empty())
+    lines.push_back(tavo::Error(ProfileError::None, {}).message());
+  return lines;
 }
 
 tavo::String ProfileCatalog::getDefaultParentPrototypeFQN(const tavo::String& fullyQualifiedName) const {

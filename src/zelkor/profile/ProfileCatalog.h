@@ -13,6 +13,10 @@
 #include <unordered_map>
 #include <vector>
 
+namespace zelkor::internal {
+class Prototypable;
+}
+
 namespace zelkor::profile {
 
 /// One per process, on the thread that owns the models. It owns the models of the loaded profiles; the name of a
@@ -78,6 +82,9 @@ public:
   /// A profile with a fault, or with one in what it depends on; a dependency that is not loaded counts as faulty.
   bool getIsThisOrAnyDependentProfileUnhealthyOnLoad(const Profile& profile) const;
   bool allProfilesReadyForImport(const std::vector<Profile>& profiles) const;
+
+  /// A line for each stereotype that the element carries, missing ones included; one that says so when there is none.
+  std::vector<tavo::String> getStereotypeReportForTooltip(const internal::Prototypable& element) const;
 
   // The stereotype that new elements of a class of the host get, until the process ends
 

@@ -1,8 +1,7 @@
 #include "zelkor/profile/ProfileListener.h"
 
 #include "zelkor/profile/Profile.impl.h"
-
-#include <system_error>
+#include "zelkor/profile/ProfileNamespace.h"
 
 namespace zelkor::profile {
 
@@ -29,22 +28,21 @@ void ProfileDirtyListener::hear(const Profile& profile) {
   profile.setFilePath({});
 }
 
-void ProfileDirtyListener::setFile(std::filesystem::path path, const std::optional<tavo::Fingerprint>& seen) noexcept {
-  path_ = std::move(path);
-  seen_ = seen;
+//----------------------------------------------------------------------------------------------------------------------
+// Of the models that use a profile
+
+ProfileListener::ProfileListener(const ProfileNamespace& listening) : namespace_(listening) {}
+
+void ProfileListener::listenTo(const Profile& profile) {
+  stopListeningTo(profile); // one that was unloaded has the same identity when it is back
+  profiles_.emplace_back(profile.Uuid(), profile.model().addShallowListener([this] {
+    if (namespace_)
+      ProfileNamespace(namespace_.get()).setP_IsProfileOutdated(true);
+  }));
 }
 
-tavo::Expectation ProfileDirtyListener::expectationFor(const std::filesystem::path& path) const {
-  if (!seen_ || path.lexically_normal() != path_.lexically_normal())
-    return tavo::Expectation::anything();
-  try {
-    // Where nothing stands any more, nothing can be lost.
-    if (!tavo::FileSystem::current().find(path))
-      return tavo::Expectation::nothing();
-  } catch (const std::system_error&) {
-    // Whoever saves will find the same, and say so.
-  }
-  return tavo::Expectation::unchanged(*seen_);
+void ProfileListener::stopListeningTo(const Profile& profile) {
+  std::erase_if(profiles_, [&](const auto& each) { return each.first == profile.Uuid(); });
 }
 
 } // namespace zelkor::profile

@@ -1,17 +1,18 @@
 // What profiles, and the models that use them, keep while they are in memory.
 #pragma once
 
-#include "tavo/io/FileSystem.h"
 #include "tavo/model/Model.h"
 #include "zelkor/Export.h"
+#include "zelkor/framework/KnownFile.h"
 
 #include <memory>
-#include <optional>
+#include <utility>
+#include <vector>
 
 namespace zelkor::profile {
 
 class Profile;
-class ProfileListener;
+class ProfileNamespace;
 
 /// Keeps a profile's knowledge of its file true: any change of the model makes the profile dirty, a new name takes it
 /// off its file.
@@ -20,19 +21,31 @@ public:
   /// The listener that the profile owns; it gets one if it has none yet.
   static std::shared_ptr<ProfileDirtyListener> of(const Profile& profile);
 
-  /// After reading or writing: what the file was like then.
-  void setFile(std::filesystem::path path, const std::optional<tavo::Fingerprint>& seen) noexcept;
-  /// What may stand at the path where the profile is going to be saved: its own file only as the profile knows it, for
-  /// others may have worked on it meanwhile.
-  tavo::Expectation expectationFor(const std::filesystem::path& path) const;
+  /// The profile's file.
+  KnownFile& file() { return file_; }
 
 private:
   void hear(const Profile& profile);
 
   tavo::ListenerToken token_;
   tavo::String name_;
-  std::filesystem::path path_;
-  std::optional<tavo::Fingerprint> seen_;
+  KnownFile file_;
+};
+
+/// Tells a model that a profile which it uses is no longer what its usages were made from.
+class ZELKOR_EXPORT ProfileListener {
+public:
+  explicit ProfileListener(const ProfileNamespace& listening);
+  ProfileListener(const ProfileListener&) = delete;
+  ProfileListener& operator=(const ProfileListener&) = delete;
+
+  /// Nothing when it listens to the profile already.
+  void listenTo(const Profile& profile);
+  void stopListeningTo(const Profile& profile);
+
+private:
+  tavo::ModelElement namespace_;
+  std::vector<std::pair<tavo::Uuid, tavo::ListenerToken>> profiles_; ///< by the identity of the profile
 };
 
 } // namespace zelkor::profile

@@ -213,7 +213,7 @@ tavo::Model ProfileCatalog::readFile(const fs::path& path) const {
   model.clearHistory();
   profile.setFilePath(textOf(path));
   profile.setDirty(false);
-  ProfileDirtyListener::of(profile)->setFile(path, seen);
+  ProfileDirtyListener::of(profile)->file().set(path, seen);
   return model;
 }
 
@@ -264,28 +264,24 @@ void ProfileCatalog::saveProfile(const Profile& profile, const tavo::String& pat
                                                             : tavo::concat(profile.getName(), textOf(extension));
   std::error_code noWorkingFolder; // which is then said of the file
   const fs::path target = fs::absolute(tavo::toPath(wanted), noWorkingFolder);
-  const auto file = ProfileDirtyListener::of(profile);
+  const auto listener = ProfileDirtyListener::of(profile);
   soleProfile(profile.model(), target); // what could not be loaded again is not saved
   nameResolversAfterProfiles(profile.model());
 
   // Once the file is there, nothing may keep the profile from knowing it.
-  fs::path known = target;
   const tavo::String filePath = textOf(target);
-  const auto nowIsIn = [&](const std::optional<tavo::Fingerprint>& seen) {
-    file->setFile(std::move(known), seen);
+  const auto nowIsInFile = [&] {
     profile.setFilePath(filePath);
     profile.setDirty(false);
   };
   try {
-    nowIsIn(tavo::saveModel(profile.model(), target, file->expectationFor(target)));
+    listener->file().save(profile.model(), target);
   } catch (const tavo::Error& error) {
-    // Then the file is there, and only the system cannot promise that it stays.
-    if (error.id() == tavo::FrameworkError::SavedButNotSynced) {
-      const auto present = lookAt(target);
-      nowIsIn(present ? std::optional(present->fingerprint) : std::nullopt);
-    }
+    if (error.id() == tavo::FrameworkError::SavedButNotSynced)
+      nowIsInFile();
     throw;
   }
+  nowIsInFile();
 }
 
 } // namespace zelkor::profile

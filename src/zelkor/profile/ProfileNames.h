@@ -14,4 +14,13 @@ inline std::pair<std::u16string_view, std::u16string_view> splitQualifiedName(st
   return {name.substr(0, dot), name.substr(dot + 1)};
 }
 
+/// The classes of elements of the host that stereotypes tell apart.
+inline constexpr std::u16string_view elementClasses[] = {u"zelkor.Connector", u"zelkor.Port", u"zelkor.Component",
+                                                         u"zelkor.Architecture"};
+
+/// What stereotypes call a class of elements: "Component" for "zelkor.Component".
+inline std::u16string_view kindOfElementClass(std::u16string_view className) {
+  return className.substr(className.rfind(u'.') + 1);
+}
+
 } // namespace zelkor::profile

@@ -53,6 +53,11 @@ kavra::UnitConversion UnitQueryClientWrapper::Impl::getConversionInfo(const tavo
   return service ? callHost([&] { return service->conversion(unitA, unitB); }) : kavra::UnitConversion();
 }
 
+double UnitQueryClientWrapper::Impl::convert(double value, const tavo::String& unitA, const tavo::String& unitB) const {
+  const auto service = serviceOf(*this);
+  return service ? callHost([&] { return service->convert(value, unitA, unitB); }) : value;
+}
+
 std::vector<tavo::String> UnitQueryClientWrapper::Impl::getSimilarUnits(const tavo::String& text) const {
   const auto service = serviceOf(*this);
   if (!service)

@@ -3,6 +3,8 @@
 #include "tavo/model/Model.h"
 #include "zelkor/framework/Diagnostics.h"
 
+#include <algorithm>
+
 namespace zelkor::services {
 
 struct ModelEventBroadcastSystem::Token::Subscription {
@@ -38,9 +40,13 @@ ModelEventBroadcastSystem::Token ModelEventBroadcastSystem::subscribe(Handler ha
   return Token(std::move(subscription));
 }
 
+bool ModelEventBroadcastSystem::isHeard() const {
+  return std::ranges::any_of(subscriptions_, [](const auto& each) { return each->active; });
+}
+
 void ModelEventBroadcastSystem::triggerEvent(ModelEventType type, const tavo::String& name,
                                              const tavo::ModelElement& element) {
-  if (subscriptions_.empty())
+  if (!isHeard())
     return;
   ModelEvent event{type, name, element};
   // A model that is about to end takes along what waits for its commit.

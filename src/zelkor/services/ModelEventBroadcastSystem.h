@@ -17,9 +17,12 @@ enum class ModelEventType {
   propertyValueChanged = 5,
 };
 
+/// Behind the name of a model, the file that the block-diagram editor shows it in.
+inline constexpr std::u16string_view blockDiagramExtension = u".cvd";
+
 struct ModelEvent {
   ModelEventType type;
-  tavo::String name; ///< what it happened to: a profile's name, a property's qualified name
+  tavo::String name; ///< a profile's name; for a change of values, the file that shows the model (see below)
   tavo::ModelElement element;
 };
 
@@ -55,6 +58,9 @@ public:
   /// Handlers are called in the order in which they subscribed. What one raises is reported to the host and does not
   /// keep the event from the others.
   [[nodiscard]] Token subscribe(Handler handler);
+
+  /// Whether anybody listens: where not, nothing need be said.
+  bool isHeard() const;
 
   void triggerEvent(ModelEventType type, const tavo::String& name, const tavo::ModelElement& element);
 

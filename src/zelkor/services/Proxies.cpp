@@ -104,6 +104,16 @@ void referAs(const ProxySource& copy, const ProxySource& source) {
   transaction.commit();
 }
 
+void addReference(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxySource& source) {
+  if (!source.target())
+    return;
+  tavo::Transaction transaction(owner.model());
+  const auto copy = ProxySource::create(owner.model());
+  referAs(copy, source);
+  owner.object().add(feature, copy.get());
+  transaction.commit();
+}
+
 ProxiableElement findTarget(const ProxySource& source) {
   if (!source)
     return {};

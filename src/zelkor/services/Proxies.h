@@ -22,6 +22,10 @@ ZELKOR_EXPORT void referAs(const tavo::ModelElement& owner, const tavo::MetaProp
 ZELKOR_EXPORT void referTo(const ProxySource& source, const ProxiableElement& target);
 ZELKOR_EXPORT void referAs(const ProxySource& copy, const ProxySource& source);
 
+/// Adds a source to `feature`, a to-many containment of `owner`, that refers to what `source` refers to.
+ZELKOR_EXPORT void addReference(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
+                                const ProxySource& source);
+
 /// Makes `feature` of `owner` refer to nothing.
 ZELKOR_EXPORT void referToNothing(const tavo::ModelElement& owner, const tavo::MetaProperty& feature);
 

@@ -34,7 +34,7 @@ def render_source(cls: Class) -> str:
                package_header(cls.package), "cstddef"}
     if cls.features or cls.operations:
         headers.add("tavo/meta/GeneratedCalls.h")
-    if cls.later:
+    if any(operation.later for operation in cls.operations):
         headers.add("tavo/core/Errors.h")
     lines = [*banner(cls.place.file.name), *includes(headers, first=header_of(cls, ".impl"))]
     if any(feature.is_stored for feature in cls.features):
@@ -88,21 +88,20 @@ def _impl_functions(cls: Class, spell: Speller) -> list[str]:
 
 
 def _functions_to_come(cls: Class, spell: Speller) -> list[str]:
-    """The operations of a class whose logic is to be written later: each says so when it is called."""
+    """The operations whose logic is to be written later: each says so when it is called."""
     lines = []
-    if cls.later:
-        for feature in cls.features:
-            if feature.hook:
-                lines += hook_signature(feature, spell).definition(f"{cls.name}::Impl", [])
-        for operation in cls.operations:
-            if operation.is_abstract:
-                continue
-            name = string_literal(f"{cls.qualified_name}.{operation.name}")
-            body = ["Base::aboutToDestroy();" if operation.name == "aboutToDestroy"
-                    else f"tavo::raise(tavo::FrameworkError::NotAvailable, {name});"]
-            signature = operation_signature(operation, spell, on_facade=False)
-            unnamed = replace(signature, parameters=tuple(replace(each, name="") for each in signature.parameters))
-            lines += unnamed.definition(cls.name if operation.is_static else f"{cls.name}::Impl", body)
+    for feature in cls.features:
+        if cls.later and feature.hook:
+            lines += hook_signature(feature, spell).definition(f"{cls.name}::Impl", [])
+    for operation in cls.operations:
+        if not operation.later or operation.is_abstract:
+            continue
+        name = string_literal(f"{cls.qualified_name}.{operation.name}")
+        body = ["Base::aboutToDestroy();" if operation.name == "aboutToDestroy"
+                else f"tavo::raise(tavo::FrameworkError::NotAvailable, {name});"]
+        signature = operation_signature(operation, spell, on_facade=False)
+        unnamed = replace(signature, parameters=tuple(replace(each, name="") for each in signature.parameters))
+        lines += unnamed.definition(cls.name if operation.is_static else f"{cls.name}::Impl", body)
     return lines
 
 

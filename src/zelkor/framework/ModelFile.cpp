@@ -1,0 +1,125 @@
+#include "zelkor/framework/ModelFile.h"
+
+#include "tavo/core/Errors.h"
+#include "tavo/xml/ModelXml.h"
+#include "zelkor/framework/Errors.h"
+#include "zelkor/profile/ProfileNamespace.impl.h"
+#include "zelkor/property/TypeCatalog.h"
+#include "zelkor/services/ModelIdentifier.impl.h"
+
+namespace zelkor {
+
+using profile::ProfileNamespace;
+using profile::ProfileUseChecker;
+using services::proxy::ModelIdentifier;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The name by which others refer to a model: that of its file.
+tavo::String nameOf(const fs::path& path) { return tavo::String::fromUtf8(path.stem().native()); }
+
+void identify(const tavo::Model& model, const tavo::String& name) {
+  const auto identifier = ModelIdentifier::createModelIdentifier(model, u"architecture", name);
+  static_cast<ModelIdentifier::Impl&>(identifier.object()).setModelType(u"architecture");
+  model.setName(name);
+}
+
+} // namespace
+
+struct ModelFile::State {
+  tavo::Model model = tavo::Model::create();
+  tavo::Model scratch = tavo::Model::create(); ///< where the comparison lives
+  ProfileUseChecker differences{};
+  KnownFile file{};
+  bool dirty = false;
+  tavo::ListenerToken listener{};
+
+  ~State() {
+    listener.reset();
+    model.destroy();
+    scratch.destroy();
+  }
+
+  ProfileNamespace profiles() const { return ProfileNamespace::getProfileNamespace(model); }
+  void compare() {
+    if (differences)
+      differences.destroy();
+    differences = ProfileUseChecker::analyze(scratch, profiles());
+    profiles().setP_IsProfileOutdated(differences.hasDifferences());
+  }
+  void begin() {
+    model.clearHistory();
+    dirty = false;
+    listener = model.addShallowListener([this] { dirty = true; });
+  }
+};
+
+ModelFile::ModelFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
+ModelFile::ModelFile(ModelFile&& other) noexcept = default;
+ModelFile& ModelFile::operator=(ModelFile&& other) noexcept = default;
+ModelFile::~ModelFile() = default;
+
+ModelFile ModelFile::create(const tavo::String& name) {
+  ModelFile file(std::make_unique<State>());
+  auto& state = *file.state_;
+  identify(state.model, name);
+  ProfileNamespace::make(state.model).initializePostLoad();
+  property::TypeCatalog::createTypeCatalog(state.model);
+  state.compare();
+  state.begin();
+  return file;
+}
+
+ModelFile ModelFile::open(const fs::path& path) {
+  ModelFile file(std::make_unique<State>());
+  auto& state = *file.state_;
+  const auto seen = tavo::loadModel(path, state.model);
+  if (!state.profiles())
+    raise(ArchitectureError::NotAnArchitectureModel, path.native());
+  identify(state.model, nameOf(path));
+  state.profiles().initializePostLoad();
+  state.compare();
+  state.file.set(fs::absolute(path), seen);
+  state.begin();
+  return file;
+}
+
+const tavo::Model& ModelFile::model() const { return state_->model; }
+ProfileNamespace ModelFile::profiles() const { return state_->profiles(); }
+ProfileUseChecker ModelFile::differences() const { return state_->differences; }
+
+ProfileUseChecker ModelFile::checkProfiles() {
+  state_->compare();
+  return state_->differences;
+}
+
+void ModelFile::synchronize() {
+  const auto found = checkProfiles();
+  found.setP_MissingProfiles({}); // what is missing may come back
+  profiles().synchronizePostLoad(found);
+  state_->compare();
+}
+
+const fs::path& ModelFile::path() const { return state_->file.path(); }
+bool ModelFile::isDirty() const { return state_->dirty; }
+
+void ModelFile::save() { saveAs(path()); }
+
+void ModelFile::saveAs(const fs::path& path) {
+  const auto target = fs::absolute(path);
+  auto& file = state_->file;
+  if (nameOf(target) != nameOf(file.path()))
+    identify(state_->model, nameOf(target));
+  try {
+    file.save(state_->model, target);
+  } catch (const tavo::Error& error) {
+    if (error.id() == tavo::FrameworkError::SavedButNotSynced)
+      state_->dirty = false;
+    throw;
+  }
+  state_->dirty = false;
+}
+
+} // namespace zelkor

@@ -1,0 +1,57 @@
+// Architecture models in files: opened with what belongs to that, saved without harm to what others did.
+#pragma once
+
+#include "tavo/model/Model.h"
+#include "zelkor/framework/KnownFile.h"
+#include "zelkor/profile/ProfileNamespace.h"
+#include "zelkor/profile/ProfileUseChecker.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace zelkor {
+
+/// An open architecture model, which ends with this object, and the file that it is kept in.
+///
+/// Opening reads the file, loads the profiles that can be found, and compares. It changes nothing: a model whose
+/// profiles are missing or have changed is as it was saved until somebody synchronises it, and can be edited and saved.
+class ZELKOR_EXPORT ModelFile {
+public:
+  /// A new model without a file, with what every model has: an identifier, a namespace of profiles, the built-in types.
+  static ModelFile create(const tavo::String& name);
+  /// Raises FileNotFound and what else reading raises (see tavo/xml/ModelXml.h), NotAnArchitectureModel for a file that
+  /// holds something else. Content that this build does not know is refused, so it cannot be lost by saving.
+  static ModelFile open(const std::filesystem::path& path);
+
+  ModelFile(ModelFile&& other) noexcept;
+  ModelFile& operator=(ModelFile&& other) noexcept;
+  ~ModelFile();
+
+  const tavo::Model& model() const;
+  profile::ProfileNamespace profiles() const;
+  /// What opening found to differ between the model and its profiles. It lives in a model of its own, may be changed,
+  /// and is what `ProfileNamespace::synchronizePostLoad` takes.
+  profile::ProfileUseChecker differences() const;
+  /// Compares again.
+  profile::ProfileUseChecker checkProfiles();
+  /// Brings the model in line with its profiles, except that nothing which only missing ones could tell is touched.
+  void synchronize();
+
+  /// Where the model was opened from or last saved to; empty for a new one.
+  const std::filesystem::path& path() const;
+  /// Whether anything has changed since then.
+  bool isDirty() const;
+
+  /// Saves to the model's file; raises FileChangedOnDisk when somebody else has written it meanwhile, and then, as on
+  /// any error, the file is as it was.
+  void save();
+  /// The same to another file, which is the model's from then on. The model is called like it.
+  void saveAs(const std::filesystem::path& path);
+
+private:
+  struct State;
+  explicit ModelFile(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+} // namespace zelkor

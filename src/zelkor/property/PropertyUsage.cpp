@@ -1,0 +1,241 @@
+#include "zelkor/property/PropertyUsage.impl.h"
+
+#include "kavra/Host.h"
+#include "tavo/model/Transaction.h"
+#include "zelkor/framework/Diagnostics.h"
+#include "zelkor/framework/Errors.h"
+#include "zelkor/meta/ValueStruct.h"
+#include "zelkor/property/PropertyDefinition.h"
+#include "zelkor/property/PropertyOwner.h"
+#include "zelkor/property/PropertySetUsage.impl.h"
+#include "zelkor/property/UnitQueryClientWrapper.h"
+#include "zelkor/property/Value.impl.h"
+#include "zelkor/property/ValueTable.impl.h"
+#include "zelkor/property/ValueTableEntry.h"
+#include "zelkor/property/ValueType.h"
+#include "zelkor/services/Proxies.h"
+
+#include <algorithm>
+
+namespace zelkor::property {
+
+namespace proxy = services::proxy;
+
+namespace {
+
+PropertyUsage::Impl& objectOf(const PropertyUsage& usage) { return static_cast<PropertyUsage::Impl&>(usage.object()); }
+
+/// The name by which elements know the property.
+tavo::String qualifiedName(const PropertyUsage::Impl& usage) {
+  const auto set = usage.getPropertySet();
+  return set ? tavo::concat(set.p_Name(), u".", usage.getP_Name()) : usage.getP_Name();
+}
+
+/// Type, text and units of a definition's default.
+void takeDefault(const Value& initial, const Value& from, const ValueType& type) {
+  initial.setUnits({}); // units of the former type mean nothing to the new one
+  initial.setType(type);
+  initial.setExpression(from.storedExpression());
+  initial.setUnits(from.units());
+}
+
+} // namespace
+
+PropertyUsage PropertyUsage::createPropertyUsage(const PropertyDefinition& propDef, const tavo::Model& model) {
+  tavo::Transaction transaction(model);
+  auto usage = PropertyUsage::create(model);
+  auto& object = objectOf(usage);
+  object.setP_Name(propDef.p_Name());
+  proxy::referTo(usage, object.objectClass().at(Impl::Index::propertyDefProxy), propDef);
+  object.setLastDefVersionSynced(propDef.currentVersionId());
+
+  const auto given = propDef.defaultValue();
+  const auto initial = given ? given.clone(model) : Value::make(model, propDef.getType());
+  if (const auto type = initial.getType(); type && initial.hasValue())
+    try {
+      initial.setExpression(initial.storedExpression());
+    } catch (const tavo::Error&) {
+      // A default that its type no longer accepts must not keep a model from using everything else.
+      initial.setExpression(type.makeDefaultExpression());
+    }
+  object.getInitialValueMutable().add(initial);
+  object.getP_ValueTableMutable().add(ValueTable::make(model));
+  transaction.commit();
+  return usage;
+}
+
+PropertyDefinition PropertyUsage::Impl::getPropertyDef() const {
+  try {
+    if (const auto source = getPropertyDefProxy())
+      return source.getTargetElement().as<PropertyDefinition>();
+  } catch (const tavo::Error& error) {
+    if (error.id() != PropertyError::FailedProxyResolve)
+      throw;
+    raiseBecause(error, PropertyError::UnresolvedPropertyDefinition, getP_Name());
+  }
+  raise(PropertyError::UnresolvedPropertyDefinition, getP_Name());
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Values of elements
+
+Value PropertyUsage::Impl::getPropVal(const tavo::Uuid& elemUUID, bool& isDefault) const {
+  const auto table = getP_ValueTable();
+  auto own = table ? table.getValue(elemUUID) : Value();
+  isDefault = !own;
+  return isDefault ? getInitialValue() : own;
+}
+
+ValueStruct PropertyUsage::Impl::getPropValStruct(const tavo::Uuid& elemUUID, bool& isDefault) const {
+  const auto value = getPropVal(elemUUID, isDefault);
+  return value ? ValueStruct{value.getExpression(), value.units()} : ValueStruct();
+}
+
+void PropertyUsage::Impl::setPropVal(const tavo::Uuid& elemUUID, const tavo::String& expression,
+                                     const tavo::String& unit) {
+  const auto table = getP_ValueTable();
+  if (const auto entry = table.p_Entries().find(elemUUID))
+    entry.setValue(expression, unit);
+  else
+    table.addEntry(elemUUID, expression, unit);
+}
+
+void PropertyUsage::Impl::setPropUnits(const tavo::Uuid& elemUUID, const tavo::String& unit) {
+  if (unit == u"*")
+    return;
+  if (const auto own = getP_ValueTable().getValue(elemUUID))
+    own.setUnit(unit);
+}
+
+void PropertyUsage::Impl::clearValue(const tavo::Uuid& elemUUID) { getP_ValueTable().removeEntry(elemUUID); }
+
+void PropertyUsage::Impl::clearValueForAllElements() { getP_ValueTable().destroyAllEntries(); }
+
+void PropertyUsage::Impl::validateExpression(const tavo::String& expression) const {
+  const auto source = getInitialValue().valueTypeProxy();
+  const auto type = proxy::findTarget<ValueType>(source);
+  if (!type)
+    raise(PropertyError::UnresolvedPropertyDefinition, source ? source.getTargetName() : getP_Name());
+  type.validateExpression(expression);
+}
+
+std::vector<tavo::ModelElement> PropertyUsage::Impl::getElementsWithValues() const {
+  std::vector<tavo::ModelElement> elements;
+  for (const auto& entry : getP_ValueTable().p_Entries())
+    if (auto element = model().find(entry.p_ElemUUID()))
+      elements.push_back(std::move(element));
+  return elements;
+}
+
+std::vector<tavo::String> PropertyUsage::Impl::getSimilarUnits() const {
+  const auto units = getPropertyDef().getUnit();
+  return units.empty() ? std::vector<tavo::String>() : UnitQueryClientWrapper::get(model()).getSimilarUnits(units);
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Following the definition
+
+bool PropertyUsage::Impl::isInSyncWithPropDef() const {
+  const auto definition = proxy::findTarget<PropertyDefinition>(getPropertyDefProxy());
+  if (!definition || definition.p_Name() != getP_Name() || definition.currentVersionId() != getLastDefVersionSynced())
+    return false;
+  const auto initial = getInitialValue();
+  const auto given = definition.defaultValue();
+  if (!initial || !given)
+    return static_cast<bool>(initial) == static_cast<bool>(given);
+  const auto type = definition.getType();
+  return (!type || initial.valueTypeProxy().pointsTo(type)) && initial.storedExpression() == given.storedExpression();
+}
+
+void PropertyUsage::Impl::updateDefaultValue() {
+  const auto definition = getPropertyDef();
+  const auto given = definition.defaultValue();
+  const auto initial = getInitialValue();
+  if (definition.currentVersionId() == getLastDefVersionSynced() &&
+      (!given || given.getExpression() == initial.getExpression()))
+    return;
+
+  tavo::Transaction transaction(model());
+  const auto type = definition.getType();
+  if (given)
+    takeDefault(initial, given, type);
+  else
+    initial.initFromType(type);
+  setLastDefVersionSynced(definition.currentVersionId());
+  transaction.commit();
+}
+
+void PropertyUsage::Impl::updateValueTypes() {
+  const auto type = getPropertyDef().getType();
+  if (!type)
+    return;
+  tavo::Transaction transaction(model());
+  std::size_t misfits = 0;
+  for (const auto& entry : getP_ValueTable().p_Entries()) {
+    const auto value = entry.getValue();
+    value.setType(type);
+    try {
+      if (value.hasValue() && kavra::isHostAvailable())
+        type.validateExpression(value.storedExpression());
+    } catch (const tavo::Error&) {
+      // What the user has written is not for us to change.
+      ++misfits;
+    }
+  }
+  transaction.commit();
+  if (misfits != 0)
+    warn(PropertyError::ValuesNoLongerFit, qualifiedName(*this), misfits);
+}
+
+void PropertyUsage::Impl::synchronizePostLoad() {
+  try {
+    const auto definition = getPropertyDef();
+    if (definition.p_Name() != getP_Name())
+      setP_Name(definition.p_Name());
+  } catch (const tavo::Error&) {
+    // What cannot be had, or named so, keeps its name.
+  }
+}
+
+void PropertyUsage::Impl::reportValues() const {
+  if (const auto count = getP_ValueTable().p_Entries().size(); count != 0)
+    warn(PropertyError::ValuesDropped, qualifiedName(*this), count);
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Copying
+
+void PropertyUsage::Impl::copyValues(const std::vector<PropertyOwner>& from, const std::vector<PropertyOwner>& to,
+                                     const PropertySetUsage& target) const {
+  const auto home = target.model();
+  tavo::Transaction transaction(home);
+  auto copy = target.getPropertyUsage(getP_Name());
+  if (!copy) {
+    copy = PropertyUsage::create(home);
+    auto& object = objectOf(copy);
+    object.setP_Name(getP_Name());
+    proxy::referAs(copy, objectClass().at(Index::propertyDefProxy), getPropertyDefProxy());
+    object.setLastDefVersionSynced(getLastDefVersionSynced());
+    object.getInitialValueMutable().add(getInitialValue().clone(home));
+    object.getP_ValueTableMutable().add(ValueTable::make(home));
+    static_cast<PropertySetUsage::Impl&>(target.object()).getPropertiesMutable().add(copy);
+  }
+  const auto table = copy.p_ValueTable();
+  auto& entries = static_cast<ValueTable::Impl&>(table.object());
+  for (std::size_t i = 0; i < std::min(from.size(), to.size()); ++i)
+    if (const auto value = getP_ValueTable().getValue(from[i].Uuid())) {
+      table.removeEntry(to[i].Uuid());
+      entries.getP_EntriesMutable().add(ValueTableEntry::make(home, to[i].Uuid(), value.clone(home)));
+    }
+  transaction.commit();
+}
+
+void PropertyUsage::Impl::initializeFrom(const PropertyUsage& other) {
+  const auto mine = getPropertyDefProxy();
+  const auto theirs = other.propertyDefProxy();
+  if (!mine || !theirs || mine.target().targetId() != theirs.target().targetId())
+    raise(PropertyError::InitFromPropertyUsageMismatch);
+  getInitialValue().initializeFrom(other.initialValue());
+}
+
+} // namespace zelkor::property

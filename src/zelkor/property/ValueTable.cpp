@@ -1,0 +1,85 @@
+#include "zelkor/property/ValueTable.impl.h"
+
+#include "tavo/model/Transaction.h"
+#include "zelkor/parameter/ParameterUsage.h"
+#include "zelkor/property/PropertyUsage.h"
+#include "zelkor/property/Value.h"
+#include "zelkor/property/ValueTableEntry.impl.h"
+
+namespace zelkor::property {
+namespace {
+
+/// What the element reads now: for one without an entry, the initial value of the usage that owns the table.
+Value presentValue(const ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
+  bool isDefault = false;
+  if (const auto usage = table.getP_PropertyUsage())
+    return usage.getPropVal(elemUUID, isDefault);
+  if (const auto usage = table.getP_ParameterUsage())
+    return usage.getParameterVal(elemUUID, isDefault);
+  return {};
+}
+
+} // namespace
+
+ValueTable ValueTable::make(const tavo::Model& model) { return ValueTable::create(model); }
+
+Value ValueTable::Impl::getValue(const tavo::Uuid& elemUUID) const {
+  const auto entry = getP_Entries().find(elemUUID);
+  return entry ? entry.getValue() : Value();
+}
+
+void ValueTable::Impl::addEntry(const tavo::Uuid& elemUUID, const tavo::String& expression, const tavo::String& unit) {
+  tavo::Transaction transaction(model());
+  const auto present = presentValue(*this, elemUUID);
+  const auto value = present ? present.clone(model()) : Value::create(model());
+  value.setExpression(expression);
+  if (unit != u"*")
+    value.setUnit(unit);
+  getP_EntriesMutable().add(ValueTableEntry::make(model(), elemUUID, value));
+  transaction.commit();
+}
+
+void ValueTable::Impl::removeEntry(const tavo::Uuid& elemUUID) {
+  if (const auto entry = getP_Entries().find(elemUUID))
+    entry.destroy();
+}
+
+void ValueTable::Impl::destroyAllEntries() {
+  tavo::Transaction transaction(model());
+  for (const auto& entry : getP_Entries().toVector())
+    entry.destroy();
+  transaction.commit();
+}
+
+void ValueTable::Impl::aboutToDestroy() {
+  Base::aboutToDestroy();
+  destroyAllEntries();
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Entries
+
+ValueTableEntry ValueTableEntry::make(const tavo::Model& model, const tavo::Uuid& elemUUID, const Value& value) {
+  tavo::Transaction transaction(model);
+  auto entry = ValueTableEntry::create(model);
+  auto& object = static_cast<Impl&>(entry.object());
+  object.setP_ElemUUID(elemUUID);
+  if (const auto element = model.find(elemUUID))
+    object.setP_Element(element);
+  object.getP_ValueMutable().add(value);
+  transaction.commit();
+  return entry;
+}
+
+Value ValueTableEntry::Impl::getValue() const { return getP_Value(); }
+
+void ValueTableEntry::Impl::setValue(const tavo::String& expression, const tavo::String& units) {
+  tavo::Transaction transaction(model());
+  const auto value = getP_Value();
+  value.setExpression(expression);
+  if (units != u"*")
+    value.setUnit(units);
+  transaction.commit();
+}
+
+} // namespace zelkor::property
