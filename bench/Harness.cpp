@@ -170,7 +170,7 @@ void measureChange(Table& table, const Setting& setting, const tavo::Model& mode
   }
   const double blocks = setting.undoDepth == Setting::unlimited ? 1 : 0; // other steps are used again
   table.add(setting, what.name, change, floor.nanoseconds(), what.sum(), what.expected(round - 1),
-            {blocks, what.records});
+            {blocks + what.allocations, what.records});
 
   // What is taken back are the last changes; they are made again for each try, with the history's length of objects.
   const std::size_t steps = std::min(setting.undoDepth, setting.objects);

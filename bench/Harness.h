@@ -126,7 +126,8 @@ struct ChangeCase {
   std::function<void(const std::vector<std::uint32_t>&, std::size_t round)> floor;
   std::function<std::uint64_t()> sum;
   std::function<std::uint64_t(std::size_t round)> expected;
-  double records; ///< of one change, which allocates nothing but its step
+  double records;         ///< of one change
+  double allocations = 0; ///< of one change, beside its step
 };
 void measureChange(Table& table, const Setting& setting, const tavo::Model& model, const ChangeCase& what);
 
@@ -141,5 +142,6 @@ std::size_t heapBytes();
 void runModelCases(Table& table, const Setting& setting);
 void runValueCases(Table& table, const Setting& setting);
 void runFileCases(Table& table, const Setting& setting);
+void runArchCases(Table& table, const Setting& setting);
 
 } // namespace bench

@@ -13,11 +13,13 @@ struct Group {
   const char* name;
   void (*run)(bench::Table&, const Setting&);
 };
-constexpr Group groups[] = {
-    {"model", bench::runModelCases}, {"values", bench::runValueCases}, {"files", bench::runFileCases}};
+constexpr Group groups[] = {{"model", bench::runModelCases},
+                            {"values", bench::runValueCases},
+                            {"files", bench::runFileCases},
+                            {"arch", bench::runArchCases}};
 
 int misuse() {
-  std::fputs("usage: zelkor_bench [--smoke] [model] [values] [files] [largest number of objects]\n", stderr);
+  std::fputs("usage: zelkor_bench [--smoke] [model] [values] [files] [arch] [largest number of objects]\n", stderr);
   return 2;
 }
 

@@ -148,6 +148,9 @@ class ConsumerTest(unittest.TestCase):
     def test_embedding(self):
         self.check_document("docs/embedding.md")
 
+    def test_models(self):
+        self.check_document("docs/models.md")
+
     def test_own_classes(self):
         self.check_document("docs/own-classes.md")
 

@@ -20,14 +20,16 @@ void save(const std::filesystem::path& path, const std::string& content) {
 
 } // namespace
 
-Surroundings::Surroundings() : searchPath_(std::make_shared<kavra::SearchPath>(kavra::SearchPath::fromEnvironment())) {
+Surroundings::Surroundings()
+    : searchPath_(std::make_shared<kavra::SearchPath>(kavra::SearchPath::fromEnvironment())),
+      diagnostics_(std::make_shared<kavra::RecordingDiagnostics>()) {
   auto parts = kavra::standaloneParts();
   classes_ = std::make_shared<kavra::StandaloneClassRegistry>(searchPath_);
   parts.classes = classes_;
   parts.searchPath = searchPath_;
   parts.workspaces = std::make_shared<kavra::StandaloneWorkspaces>(classes_);
   // Every fault becomes a finding; what the library reports on the way would only say it twice.
-  parts.diagnostics = std::make_shared<kavra::RecordingDiagnostics>();
+  parts.diagnostics = diagnostics_;
   before_ = kavra::installHost(std::make_shared<kavra::Host>(std::move(parts)));
 }
 

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 namespace zelkor::command {
 
@@ -20,10 +21,13 @@ public:
   /// Looks for profiles and enumerations in these folders, then where ZELKOR_PATH says; forgets what was loaded.
   void lookIn(std::vector<std::filesystem::path> folders);
   kavra::StandaloneClassRegistry& classes() { return *classes_; }
+  /// What the library has reported since the last call.
+  std::vector<kavra::Diagnostic> takeDiagnostics() { return std::exchange(diagnostics_->diagnostics, {}); }
 
 private:
   std::shared_ptr<kavra::StandaloneClassRegistry> classes_;
   std::shared_ptr<kavra::SearchPath> searchPath_;
+  std::shared_ptr<kavra::RecordingDiagnostics> diagnostics_;
   std::shared_ptr<kavra::Host> before_;
 };
 

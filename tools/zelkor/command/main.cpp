@@ -1,6 +1,7 @@
 // The command line of `zelkor`.
 #include "tools/zelkor/command/Commands.h"
 #include "tools/zelkor/command/Version.h"
+#include "tools/zelkor/model/CommandLine.h"
 
 #include <CLI/CLI.hpp>
 
@@ -39,7 +40,7 @@ std::string completionScript(const CLI::App& app) {
 } // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Compiles, checks and shows profiles of architecture models.", "zelkor");
+  CLI::App app("Works on profiles of architecture models, and on models that use them.", "zelkor");
   app.set_version_flag("--version", std::string("zelkor ") + version);
   app.require_subcommand(1);
   app.footer("Exit status: 0, 1 with findings, 2 for a command line that makes no sense.\n"
@@ -68,6 +69,8 @@ int main(int argc, char** argv) {
   checkCommand->add_option("FILES", inputs, "The profiles, or their texts")->required();
   checkCommand->add_flag("--json", json, "As JSON, on the standard output");
   checkCommand->callback([&] { status = check(inputs, json); });
+
+  addModelCommands(app, status);
 
   auto* completion = app.add_subcommand("completion", "Print a completion script for bash");
   completion->callback([&] { std::cout << completionScript(app); });

@@ -1,0 +1,208 @@
+"""Runs the real command on models. usage: model_test.py ZELKOR EXAMPLES [--fix]
+
+Each folder of data/changes has a profile before and after a change. A model that was made with the first follows the
+second; what the dry run says and what the model holds then are in expected.txt, which --fix brings up to date.
+"""
+
+import csv
+import io
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ZELKOR, EXAMPLES = sys.argv[1], pathlib.Path(sys.argv[2])
+CHANGES = pathlib.Path(__file__).parent / "data" / "changes"
+FIX = "--fix" in sys.argv
+
+PROFILE = """
+[[type]]
+name = "Power"
+base = "double"
+units = "W"
+min = 0
+max = 5000
+
+[[stereotype]]
+name = "Machine"
+appliesTo = ["Component"]
+
+[[stereotype.property]]
+name = "power"
+type = "Power"
+default = 100
+
+[[stereotype.property]]
+name = "label"
+type = "string"
+default = "none"
+"""
+
+
+class ModelTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zelkor-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def run_command(self, *arguments):
+        return subprocess.run([ZELKOR, *map(str, arguments)], cwd=self.folder, capture_output=True, text=True,
+                              check=False, timeout=60)
+
+    def run_well(self, *arguments):
+        done = self.run_command(*arguments)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
+        return done.stdout
+
+    def make_model(self):
+        (self.folder / "Plant.toml").write_text(PROFILE)
+        self.run_well("compile", "Plant.toml")
+        self.run_well("new", "m.xml")
+        self.run_well("add", "m.xml", "Hall")
+        self.run_well("add", "m.xml", "Hall/Main")
+        self.run_well("add", "m.xml", "Hall/Main/out", "--as", "port")
+        self.run_well("import", "m.xml", "Plant")
+        self.run_well("apply", "m.xml", "Hall/Main", "Plant.Machine")
+
+    def content(self):
+        return (self.folder / "m.xml").read_bytes()
+
+    def test_values_are_set_read_explained_and_cleared(self):
+        self.make_model()
+        self.run_well("set", "m.xml", "Hall/Main", "power", "2*1.25", "--units", "kW")
+        self.assertEqual(self.run_well("get", "m.xml", "m/Hall/Main", "Plant.Machine.power"), "2*1.25 kW\n")
+        self.run_well("set", "m.xml", "Hall/Main", "power", "3")
+        self.run_well("set", "m.xml", "Hall/Main", "label", "it's", "--text")
+        self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "label"), "'it''s'\n")
+        told = json.loads(self.run_well("explain", "--json", "m.xml", "Hall/Main", "power"))
+        self.assertEqual((told["from"], told["own"]["expression"], told["own"]["units"], told["initial"]["expression"],
+                          told["definition"]["followed"], told["stereotypes"]),
+                         ("own value", "3", "kW", "100", True, ["Plant.Machine"]))
+        self.run_well("clear", "m.xml", "Hall/Main", "power")
+        self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "power"), "100 W\n")
+        uuid = json.loads(self.run_well("values", "--json", "m.xml"))["elements"][2]["id"]
+        self.assertEqual(self.run_well("get", "m.xml", uuid, "power"), "100 W\n")
+        self.run_well("unapply", "m.xml", "Hall/Main", "Machine")
+        self.run_well("remove", "m.xml", "Plant")
+        self.assertEqual(self.run_well("values", "m.xml"), "")
+
+    def test_what_cannot_be_done_is_said_and_leaves_the_file(self):
+        self.make_model()
+        before = self.content()
+        cases = [
+            (["set", "m.xml", "Hall/Main", "power", "9000"], "Velmora:Property:ErrorSettingPropertyValue", "out of range"),
+            (["set", "m.xml", "Hall/Main", "power", "1", "--units", "kg"], "ErrorSettingPropertyValue", "converted"),
+            (["set", "m.xml", "Hall/Main", "label", "hello"], "ErrorSettingPropertyValue", "single quotes"),
+            (["set", "m.xml", "Hall/Main", "pwer", "1"], "zelkor:model:UnknownProperty", 'did you mean "power"?'),
+            (["set", "m.xml", "Hall/Mian", "power", "1"], "zelkor:model:UnknownElement", 'did you mean "Hall/Main"?'),
+            (["apply", "m.xml", "Hall/Main/out", "Machine"], "Velmora:Profile:CannotApplyPrototype", "Port"),
+            (["apply", "m.xml", "Hall/Main", "Mahcine"], "zelkor:model:UnknownStereotype", 'did you mean "Machine"?'),
+            (["import", "m.xml", "Nothing"], "Velmora:Profile:ProfileNotFound", "Nothing"),
+            (["remove", "m.xml", "Nothing"], "Velmora:Architecture:ProfileNotAttached", "Nothing"),
+            (["add", "m.xml", "Hall/Main"], "tavo:messages:UniquenessConstraint", "Main"),
+            (["add", "m.xml", "Hall/a b"], "Velmora:Architecture:InvalidElementName", "a b"),
+            (["new", "m.xml"], "zelkor:model:FileExists", "m.xml"),
+            (["values", "Plant.xml"], "Velmora:Architecture:NotAnArchitectureModel", "Plant.xml"),
+            (["values", "none.xml"], "tavo:io:FileNotFound", "none.xml"),
+        ]
+        for arguments, identifier, words in cases:
+            with self.subTest(arguments):
+                done = self.run_command(*arguments)
+                self.assertEqual(done.returncode, 1)
+                self.assertEqual(len(done.stderr.splitlines()), 1, done.stderr)
+                self.assertIn(identifier + ": ", done.stderr)
+                self.assertIn(words, done.stderr)
+                self.assertEqual(self.content(), before)
+        for arguments in [["set", "m.xml", "Hall/Main"], ["set", "m.xml", "A", "p", "1", "--from", "t.csv"], ["values"]]:
+            self.assertEqual(self.run_command(*arguments).returncode, 2, arguments)
+
+    def test_a_table_is_set_whole_or_not_at_all(self):
+        self.make_model()
+        table = self.run_well("values", "--csv", "m.xml")
+        (self.folder / "t.csv").write_text(table)
+        before = self.content()
+        self.assertEqual(self.run_well("set", "m.xml", "--from", "t.csv"), "0 values set\n")
+        self.assertEqual(self.content(), before, "defaults that a table shows do not become values")
+
+        (self.folder / "bad.csv").write_text("element,property,expression,units\nHall/Main,power,1,kW\n"
+                                             "Hall/Main,label,\"'two\nlines'\"\nHall/Main,power,2\nHall/Nain,power,1\n"
+                                             "Hall/Main,weight,1\nHall/Main,label,5\n")
+        done = self.run_command("set", "m.xml", "--from", "bad.csv")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual([line.split(": ")[:2] for line in done.stderr.splitlines()],
+                         [["bad.csv:3:3", "Velmora:Property:ErrorSettingPropertyValue"],
+                          ["bad.csv:5:3", "zelkor:model:SetTwice"], ["bad.csv:6:1", "zelkor:model:UnknownElement"],
+                          ["bad.csv:7:2", "zelkor:model:UnknownProperty"], ["bad.csv:8:3", "zelkor:model:SetTwice"]])
+        self.assertEqual(self.content(), before)
+        for text, identifier in [("element,property\n", "MissingColumn"), ("", "MissingColumn"),
+                                 ("element,property,expression,unit\n", "MissingColumn"),
+                                 ('element,property,expression\na,b,"c\n', "BadTable")]:
+            (self.folder / "bad.csv").write_text(text)
+            self.assertIn("zelkor:model:" + identifier, self.run_command("set", "m.xml", "--from", "bad.csv").stderr)
+
+        (self.folder / "t.csv").write_text("property,element,expression\nlabel,Hall/Main,\"'a, b'\"\npower,Hall/Main,7\n")
+        self.assertEqual(self.run_well("set", "m.xml", "--from", "t.csv"), "2 values set\n")
+        rows = list(csv.DictReader(io.StringIO(self.run_well("values", "--csv", "m.xml"))))
+        self.assertEqual([(row["expression"], row["units"], row["own"]) for row in rows],
+                         [("'a, b'", "", "yes"), ("7", "W", "yes")])
+
+    def test_a_missing_profile_is_told_of_and_costs_nothing(self):
+        self.make_model()
+        self.run_well("set", "m.xml", "Hall/Main", "power", "7")
+        os.rename(self.folder / "Plant.xml", self.folder / "away.xml")
+        done = self.run_command("sync", "m.xml")
+        self.assertEqual(done.returncode, 0)
+        self.assertIn('"Plant" cannot be found', done.stderr)
+        self.assertIn("profile missing: Plant", done.stdout)
+        missing = json.loads(self.run_command("values", "--json", "m.xml").stdout)["elements"][2]
+        self.assertEqual((missing["missing"], missing["values"][1]["expression"]), (["Plant.Machine"], "7"))
+        os.rename(self.folder / "away.xml", self.folder / "Plant.xml")
+        self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "power"), "7 W\n")
+        self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")
+
+    def test_the_example_fits_the_example_profiles(self):
+        for name in ["AvionicsHardware", "TimingScheduling", "FlightControl"]:
+            shutil.copy(EXAMPLES / "profiles" / f"{name}.toml", self.folder)
+            self.run_well("compile", f"{name}.toml")
+        shutil.copy(EXAMPLES / "models" / "Aircraft.xml", self.folder)
+        shutil.copy(EXAMPLES / "models" / "masses.csv", self.folder)
+        self.assertEqual(self.run_well("sync", "--dry-run", "Aircraft.xml"), "nothing to do\n")
+        self.assertGreater(len(json.loads(self.run_well("values", "--json", "Aircraft.xml"))["elements"]), 60)
+        self.assertEqual(self.run_well("set", "Aircraft.xml", "--from", "masses.csv"), "7 values set\n")
+        self.assertEqual(self.run_well("get", "Aircraft.xml", "Surfaces/Rudder", "mass"), "12 kg\n")
+
+    def test_models_follow_their_profiles(self):
+        for case in sorted(CHANGES.iterdir()):
+            with self.subTest(case.name):
+                for file in self.folder.iterdir():
+                    file.unlink()
+                shutil.copy(case / "before.toml", self.folder / "P.toml")
+                self.run_well("compile", "P.toml")
+                self.run_well("new", "m.xml")
+                self.run_well("import", "m.xml", "P")
+                for element, stereotype in [("A", "Machine"), ("B", "Pump"), ("C", "Pump")]:
+                    self.run_well("add", "m.xml", element)
+                    self.run_well("apply", "m.xml", element, stereotype)
+                for element, name, value in [("A", "slots", "7"), ("B", "power", "2000"), ("B", "flow", "0.25")]:
+                    self.run_well("set", "m.xml", element, name, value)
+                shutil.copy(case / "after.toml", self.folder / "P.toml")
+                self.run_well("compile", "P.toml")
+                before = self.content()
+                said = self.run_command("sync", "--dry-run", "m.xml")
+                self.assertEqual(self.content(), before)
+                done = self.run_command("sync", "m.xml")
+                self.assertEqual((done.returncode, done.stdout, done.stderr), (0, said.stdout, said.stderr))
+                warnings = "".join(line + "\n" for line in done.stderr.splitlines() if "sync --dry-run" not in line)
+                got = done.stdout + warnings + self.run_well("values", "m.xml")
+                self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")
+                expected = case / "expected.txt"
+                if FIX:
+                    expected.write_text(got)
+                self.assertEqual(got, expected.read_text())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

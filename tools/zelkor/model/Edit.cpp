@@ -1,0 +1,100 @@
+// The subcommands that change one thing in a model.
+#include "tools/zelkor/command/Commands.h"
+#include "tools/zelkor/command/Report.h"
+#include "tools/zelkor/model/Errors.h"
+#include "tools/zelkor/model/ModelCommands.h"
+#include "tools/zelkor/model/OpenModel.h"
+#include "tools/zelkor/model/Running.h"
+
+#include "arch/Architecture.h"
+#include "arch/Component.h"
+#include "arch/Connector.h"
+#include "arch/Port.h"
+#include "kavra/Rendering.h"
+
+namespace zelkor::command {
+namespace {
+
+namespace fs = std::filesystem;
+
+tavo::String utf16(const std::string& text) { return tavo::String::fromUtf8(text); }
+
+/// Opens a model, lets `change` work on it, and saves it; what goes wrong is a finding.
+template <class Change>
+int edit(const fs::path& model, const std::string& element, Change change) {
+  return reporting(model, element, [&] {
+    OpenModel open(model);
+    change(open);
+    open.save();
+    open.tellReports();
+  });
+}
+
+} // namespace
+
+int newModel(const fs::path& model) {
+  return reporting(model, {}, [&] {
+    if (fs::exists(fs::symlink_status(model)))
+      tavo::raise(ModelCommandError::FileExists, model.string());
+    const Surroundings surroundings;
+    auto file = ModelFile::create(utf16(model.stem().string()));
+    Architecture::createArchitecture(file.model(), utf16(model.stem().string()));
+    file.saveAs(model);
+  });
+}
+
+int addElement(const fs::path& model, const std::string& path, const std::string& kind, const std::string& source,
+               const std::string& target) {
+  return edit(model, path, [&](OpenModel& open) {
+    const auto slash = path.rfind('/');
+    const auto owner =
+        slash == path.npos ? Element(Architecture::getArchitecture(open.model())) : open.element(path.substr(0, slash));
+    const auto component = owner.cast<Component>();
+    const auto name = utf16(slash == path.npos ? path : path.substr(slash + 1));
+    if (kind == "port") {
+      component.addPort(name, PortDirection::BOTH);
+    } else if (kind == "connector") {
+      const auto end = [&](const std::string& port) { return port.empty() ? Port() : open.element(port).cast<Port>(); };
+      component.addConnector(name, end(source), end(target));
+    } else {
+      component.addComponent(name);
+    }
+  });
+}
+
+int importProfile(const fs::path& model, const std::string& profile) {
+  return edit(model, {}, [&](OpenModel& open) { open.profiles().addProfile(utf16(profile), false); });
+}
+
+int removeProfile(const fs::path& model, const std::string& profile) {
+  return edit(model, {}, [&](OpenModel& open) { open.profiles().removeProfile(utf16(profile)); });
+}
+
+int applyStereotype(const fs::path& model, const std::string& element, const std::string& stereotype) {
+  return edit(model, element,
+              [&](OpenModel& open) { open.element(element).applyPrototype(open.stereotype(stereotype)); });
+}
+
+int unapplyStereotype(const fs::path& model, const std::string& element, const std::string& stereotype) {
+  return edit(model, element,
+              [&](OpenModel& open) { open.element(element).removePrototype(open.stereotype(stereotype)); });
+}
+
+int setValue(const fs::path& model, const std::string& element, const std::string& property, const std::string& value,
+             const std::string& units, bool isText) {
+  return edit(model, element, [&](OpenModel& open) {
+    const auto found = open.element(element);
+    const auto expression =
+        isText ? tavo::String(*kavra::expressionText(kavra::HostArray::chars(utf16(value)))) : utf16(value);
+    found.setPropVal(OpenModel::property(found, property), expression, units.empty() ? u"*" : utf16(units));
+  });
+}
+
+int clearValue(const fs::path& model, const std::string& element, const std::string& property) {
+  return edit(model, element, [&](OpenModel& open) {
+    const auto found = open.element(element);
+    found.clearPropVal(OpenModel::property(found, property));
+  });
+}
+
+} // namespace zelkor::command

@@ -1,0 +1,31 @@
+// What the command `zelkor` does with models, one function a subcommand. Each prints its result and returns the exit
+// status.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace zelkor::command {
+
+enum class TableFormat { text, json, csv };
+
+int newModel(const std::filesystem::path& model);
+/// `kind` is "component", "port" or "connector"; the ends are for connectors.
+int addElement(const std::filesystem::path& model, const std::string& path, const std::string& kind,
+               const std::string& source, const std::string& target);
+int importProfile(const std::filesystem::path& model, const std::string& profile);
+int removeProfile(const std::filesystem::path& model, const std::string& profile);
+int applyStereotype(const std::filesystem::path& model, const std::string& element, const std::string& stereotype);
+int unapplyStereotype(const std::filesystem::path& model, const std::string& element, const std::string& stereotype);
+/// With `isText` the value is a text and not an expression.
+int setValue(const std::filesystem::path& model, const std::string& element, const std::string& property,
+             const std::string& value, const std::string& units, bool isText);
+/// Sets what a table says, all of it or nothing.
+int setValues(const std::filesystem::path& model, const std::filesystem::path& table);
+int clearValue(const std::filesystem::path& model, const std::string& element, const std::string& property);
+int getValue(const std::filesystem::path& model, const std::string& element, const std::string& property, bool json);
+int values(const std::filesystem::path& model, TableFormat format);
+int synchronize(const std::filesystem::path& model, bool dryRun, bool json);
+int explain(const std::filesystem::path& model, const std::string& element, const std::string& property, bool json);
+
+} // namespace zelkor::command

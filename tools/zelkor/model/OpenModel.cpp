@@ -1,0 +1,142 @@
+#include "tools/zelkor/model/OpenModel.h"
+
+#include "tools/zelkor/model/Errors.h"
+#include "tools/zelkor/text/Spelling.h"
+
+#include "arch/Architecture.h"
+#include "arch/Connector.h"
+#include "arch/Port.h"
+#include "kavra/Text.h"
+#include "zelkor/profile/Profile.h"
+#include "zelkor/property/QualifiedNames.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace zelkor::command {
+namespace {
+
+using kavra::toUtf8;
+
+/// The element and all below it, parts before ports before connectors.
+void collect(const Element& element, std::vector<Element>& all) {
+  all.push_back(element);
+  const auto component = element.as<Component>();
+  if (!component)
+    return;
+  for (const auto& part : component.components())
+    collect(part, all);
+  for (const auto& port : component.ports())
+    all.push_back(port);
+  for (const auto& connector : component.connectors())
+    all.push_back(connector);
+}
+
+std::string joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const auto& name : names)
+    text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+/// The one of `names` that is `name`, or that ends with it after a dot; raises AmbiguousName for several, and calls
+/// `fail` with the names that there are, short ones included, for none.
+template <class Fail>
+std::string theOne(const std::string& name, const std::vector<std::string>& names, Fail fail) {
+  std::vector<std::string> candidates;
+  for (const auto& each : names) {
+    if (each == name)
+      return each;
+    if (each.ends_with("." + name))
+      candidates.push_back(each);
+  }
+  if (candidates.size() > 1)
+    tavo::raise(ModelCommandError::AmbiguousName, name, joined(candidates));
+  if (candidates.empty()) {
+    auto known = names;
+    for (const auto& each : names)
+      known.push_back(each.substr(each.rfind('.') + 1));
+    fail(known);
+  }
+  return candidates.front();
+}
+
+ModelFile open(Surroundings& surroundings, const std::filesystem::path& path) {
+  surroundings.lookIn({std::filesystem::absolute(path).parent_path()});
+  return ModelFile::open(path);
+}
+
+} // namespace
+
+OpenModel::OpenModel(const std::filesystem::path& path) : name_(path.string()), file_(open(surroundings_, path)) {
+  const auto differences = file_.differences();
+  for (const auto& missing : differences.p_MissingProfiles())
+    warn("the profile \"" + toUtf8(missing) + "\" cannot be found; what it brought is kept as it is");
+  if (differences.hasDifferences() && differences.p_MissingProfiles().empty())
+    warn("the profiles have changed; \"zelkor sync --dry-run\" tells how");
+}
+
+void OpenModel::warn(const std::string& text) const { std::cerr << name_ << ": " << text << '\n'; }
+
+std::vector<Element> OpenModel::elements() const {
+  std::vector<Element> all;
+  if (const auto architecture = Architecture::getArchitecture(model()))
+    collect(architecture, all);
+  return all;
+}
+
+Element OpenModel::element(const std::string& pathOrUuid) const {
+  const auto architecture = Architecture::getArchitecture(model());
+  if (!architecture)
+    tavo::raise(ModelCommandError::NoArchitecture, name_);
+  if (const auto uuid = tavo::parseUuid(pathOrUuid))
+    if (auto element = model().find<Element>(*uuid))
+      return element;
+
+  const auto path = tavo::String::fromUtf8(pathOrUuid);
+  const auto root = architecture.getName();
+  auto element = path == root ? Element(architecture) : architecture.findElement(path);
+  if (!element && path.view().starts_with(root.view()) && path.view().substr(root.view().size()).starts_with(u'/'))
+    element = architecture.findElement(path.view().substr(root.view().size() + 1));
+  if (!element) {
+    std::vector<std::string> known;
+    for (const auto& each : elements()) {
+      known.push_back(toUtf8(each.getPath()));
+      known.push_back(known.back().substr(std::min(known.back().find('/') + 1, known.back().size())));
+    }
+    tavo::raise(ModelCommandError::UnknownElement, pathOrUuid, text::suggestion(pathOrUuid, known));
+  }
+  return element;
+}
+
+profile::Prototype OpenModel::stereotype(const std::string& name) const {
+  std::vector<std::string> names;
+  for (const auto& profile : profiles().getAllResolvedProfiles(false))
+    for (const auto& prototype : profile.prototypes())
+      names.push_back(toUtf8(prototype.getFullyQualifiedName()));
+  const auto found = theOne(name, names, [&](const auto& known) {
+    tavo::raise(ModelCommandError::UnknownStereotype, name, text::suggestion(name, known));
+  });
+  return profiles().getPrototype(tavo::String::fromUtf8(found));
+}
+
+tavo::String OpenModel::property(const Element& element, const std::string& name) {
+  std::vector<std::string> names;
+  for (const auto& each : element.getPropertyNames())
+    names.push_back(toUtf8(each));
+  return tavo::String::fromUtf8(theOne(name, names, [&](const auto& known) {
+    tavo::raise(ModelCommandError::UnknownProperty, toUtf8(element.getPath()), name, text::suggestion(name, known));
+  }));
+}
+
+void OpenModel::save() {
+  if (file_.isDirty())
+    file_.save();
+}
+
+void OpenModel::tellReports() {
+  for (const auto& diagnostic : surroundings_.takeDiagnostics())
+    warn(diagnostic.text);
+}
+
+} // namespace zelkor::command

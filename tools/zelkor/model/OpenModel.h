@@ -1,0 +1,53 @@
+// A model that a command works on.
+#pragma once
+
+#include "tools/zelkor/command/Files.h"
+
+#include "arch/Element.h"
+#include "zelkor/framework/ModelFile.h"
+#include "zelkor/profile/Prototype.h"
+
+#include <filesystem>
+#include <string>
+
+namespace zelkor::command {
+
+/// Opens a model, with its profiles from beside it and from ZELKOR_PATH, and finds in it what the command line names.
+class OpenModel {
+public:
+  /// Raises what ModelFile::open raises. What the user should know of missing and changed profiles is printed to the
+  /// standard error.
+  explicit OpenModel(const std::filesystem::path& path);
+
+  const std::string& name() const { return name_; }
+  ModelFile& file() { return file_; }
+  const ModelFile& file() const { return file_; }
+  const tavo::Model& model() const { return file_.model(); }
+  profile::ProfileNamespace profiles() const { return file_.profiles(); }
+
+  /// By path ("Aircraft/Avionics/Computer", with or without the name of the architecture) or UUID. Raises
+  /// UnknownElement or NoArchitecture.
+  Element element(const std::string& pathOrUuid) const;
+  /// All elements, in the order of the tree.
+  std::vector<Element> elements() const;
+  /// By fully qualified name, or by its own where only one profile in use has it. Raises UnknownStereotype or
+  /// AmbiguousName.
+  profile::Prototype stereotype(const std::string& name) const;
+  /// The qualified name of an element's property, which may be given short where only one set has it. Raises
+  /// UnknownProperty or AmbiguousName.
+  static tavo::String property(const Element& element, const std::string& name);
+
+  /// Writes the model if anything has changed.
+  void save();
+  /// Prints what the library has reported since the last call.
+  void tellReports();
+
+private:
+  void warn(const std::string& text) const;
+
+  std::string name_;
+  Surroundings surroundings_;
+  ModelFile file_;
+};
+
+} // namespace zelkor::command

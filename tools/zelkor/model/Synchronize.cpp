@@ -1,0 +1,125 @@
+// sync: how a model differs from its profiles, and following them.
+#include "tools/zelkor/model/ModelCommands.h"
+#include "tools/zelkor/model/OpenModel.h"
+#include "tools/zelkor/model/Running.h"
+
+#include "kavra/Text.h"
+#include "tavo/model/Transaction.h"
+#include "zelkor/property/PropertySet.h"
+#include "zelkor/property/PropertySetUsage.h"
+#include "zelkor/property/PropertyUsage.h"
+#include "zelkor/property/QualifiedNames.h"
+#include "zelkor/property/ValueTable.h"
+#include "zelkor/property/ValueTableEntry.h"
+#include "zelkor/services/ProxySource.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+
+namespace zelkor::command {
+namespace {
+
+using kavra::toUtf8;
+using nlohmann::ordered_json;
+
+/// One difference and what following it does.
+struct Difference {
+  std::string kind, name, effect;
+  std::size_t elements, values; ///< that are concerned
+};
+
+class Differences {
+public:
+  explicit Differences(const OpenModel& open) : profiles_(open.profiles()) {
+    const auto found = open.file().differences();
+    for (const auto& name : found.p_DeletedPrototypes())
+      addSet("stereotype deleted", name, "is taken off, its values go");
+    for (const auto& name : found.p_DeletedProperties())
+      addProperty("property deleted", name, "goes with its values");
+    for (const auto& name : found.p_AddedProperties())
+      addProperty("property added", name, "comes with its default");
+    for (const auto& name : found.p_AddedPrototypes())
+      addSet("stereotype added", name, "can be applied");
+    for (const auto& name : found.p_PrototypeParentChanged())
+      addSet("parent changed", name, "brings the properties of the new parent, no longer those of the former");
+    for (const auto& name : found.p_RenamedProperties())
+      addProperty("property renamed", name, "gets its new name, values stay");
+    for (const auto& name : found.p_RenamedPrototypes())
+      if (const auto usage = usageOf(profiles_.getPrototype(name)))
+        addSet("stereotype renamed", usage.p_Name(), "becomes " + toUtf8(name) + ", values stay");
+    for (const auto& name : found.p_ChangedProperties())
+      addProperty("property changed", name, "gets the new type, default and units; own values stay");
+    for (const auto& name : found.p_MissingProfiles())
+      all.push_back({"profile missing", toUtf8(name), "is left alone, with all that it brought", 0, 0});
+  }
+
+  std::vector<Difference> all;
+
+private:
+  property::PropertySetUsage usageOf(const profile::Prototype& prototype) const {
+    for (const auto& usage : profiles_.p_PropertySets())
+      if (prototype && usage.propertySetProxy().pointsTo(prototype.getPropertySet()))
+        return usage;
+    return {};
+  }
+  static std::size_t valuesOf(const property::PropertyUsage& usage) {
+    return usage ? usage.p_ValueTable().p_Entries().size() : 0;
+  }
+  void addSet(const char* kind, const tavo::String& name, const std::string& effect) {
+    const auto usage = profiles_.getPropertySet(name);
+    std::size_t values = 0;
+    if (usage)
+      for (const auto& property : usage.properties())
+        values += valuesOf(property);
+    all.push_back({kind, toUtf8(name), effect, usage ? usage.p_AppliedElements().size() : 0, values});
+  }
+  void addProperty(const char* kind, const tavo::String& name, const char* effect) {
+    const auto [setName, propertyName] = property::splitAtLastDot(name);
+    const auto usage = profiles_.p_PropertySets().find(setName);
+    all.push_back({kind, toUtf8(name), effect, usage ? usage.p_AppliedElements().size() : 0,
+                   usage ? valuesOf(usage.properties().find(propertyName)) : 0});
+  }
+
+  profile::ProfileNamespace profiles_;
+};
+
+void print(const std::vector<Difference>& differences, bool json) {
+  auto list = ordered_json::array();
+  for (const auto& each : differences) {
+    if (json)
+      list.push_back({{"kind", each.kind},
+                      {"name", each.name},
+                      {"effect", each.effect},
+                      {"elements", each.elements},
+                      {"values", each.values}});
+    else
+      std::cout << each.kind << ": " << each.name << ' ' << each.effect << " (elements: " << each.elements
+                << ", own values: " << each.values << ")\n";
+  }
+  if (json)
+    std::cout << ordered_json{{"differences", list}}.dump(2, ' ', false, ordered_json::error_handler_t::replace)
+              << '\n';
+  else if (differences.empty())
+    std::cout << "nothing to do\n";
+}
+
+} // namespace
+
+int synchronize(const std::filesystem::path& model, bool dryRun, bool json) {
+  return reporting(model, {}, [&] {
+    OpenModel open(model);
+    print(Differences(open).all, json);
+    if (dryRun) {
+      // Really done, so that everything that would be reported is, and then taken back.
+      const tavo::Transaction attempt(open.model());
+      open.file().synchronize();
+    } else {
+      open.file().synchronize();
+      open.save();
+    }
+    open.tellReports();
+  });
+}
+
+} // namespace zelkor::command
