@@ -14,6 +14,7 @@
 
 #include <iostream>
 #include <string>
+#include <utility>
 
 using zelkor::Architecture;
 using zelkor::Component;
@@ -44,8 +45,11 @@ public:
     for (int i = 1; i <= 3; ++i)
       buildComputer(i, u"'Command'");
     buildComputer(4, u"'Monitor'");
-    for (const auto* surface : {u"LeftElevator", u"RightElevator", u"LeftAileron", u"RightAileron", u"Rudder"})
-      buildActuator(surface);
+    for (const auto& [actuator, surface] :
+         {std::pair(u"LeftElevator", u"'Elevator'"), std::pair(u"RightElevator", u"'Elevator'"),
+          std::pair(u"LeftAileron", u"'Aileron'"), std::pair(u"RightAileron", u"'Aileron'"),
+          std::pair(u"Rudder", u"'Rudder'")})
+      buildActuator(actuator, surface);
   }
 
 private:
@@ -139,13 +143,14 @@ private:
     }
   }
 
-  void buildActuator(const char16_t* surface) {
+  void buildActuator(const char16_t* name, const char16_t* surface) {
     if (!surfaces_)
       surfaces_ = aircraft_.addComponent(u"Surfaces");
-    const auto actuator = part(surfaces_, surface, u"FlightControl.SurfaceActuator");
+    const auto actuator = part(surfaces_, name, u"FlightControl.SurfaceActuator");
+    set(actuator, u"FlightControl.SurfaceActuator.surface", surface);
     set(actuator, u"AvionicsHardware.Actuator.ratedForce", u"22", u"kN");
     powered(actuator, buses_[0], u"9", u"18");
-    sends(tavo::concat(surface, u"Position"), dataPort(actuator, u"data"), switches_[0], u"16");
+    sends(tavo::concat(name, u"Position"), dataPort(actuator, u"data"), switches_[0], u"16");
   }
 
   zelkor::profile::ProfileNamespace profiles_;

@@ -24,6 +24,7 @@ template <class Change>
 int edit(const fs::path& model, const std::string& element, Change change) {
   return reporting(model, element, [&] {
     OpenModel open(model);
+    open.tellOfChanges();
     change(open);
     open.save();
     open.tellReports();

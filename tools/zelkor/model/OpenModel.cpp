@@ -69,9 +69,12 @@ ModelFile open(Surroundings& surroundings, const std::filesystem::path& path) {
 } // namespace
 
 OpenModel::OpenModel(const std::filesystem::path& path) : name_(path.string()), file_(open(surroundings_, path)) {
-  const auto differences = file_.differences();
-  for (const auto& missing : differences.p_MissingProfiles())
+  for (const auto& missing : file_.differences().p_MissingProfiles())
     warn("the profile \"" + toUtf8(missing) + "\" cannot be found; what it brought is kept as it is");
+}
+
+void OpenModel::tellOfChanges() const {
+  const auto differences = file_.differences();
   if (differences.hasDifferences() && differences.p_MissingProfiles().empty())
     warn("the profiles have changed; \"zelkor sync --dry-run\" tells how");
 }

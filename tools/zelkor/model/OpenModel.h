@@ -15,9 +15,11 @@ namespace zelkor::command {
 /// Opens a model, with its profiles from beside it and from ZELKOR_PATH, and finds in it what the command line names.
 class OpenModel {
 public:
-  /// Raises what ModelFile::open raises. What the user should know of missing and changed profiles is printed to the
-  /// standard error.
+  /// Raises what ModelFile::open raises. What the user should know of missing profiles is printed to the standard
+  /// error.
   explicit OpenModel(const std::filesystem::path& path);
+  /// Prints there that the profiles have changed, if they have.
+  void tellOfChanges() const;
 
   const std::string& name() const { return name_; }
   ModelFile& file() { return file_; }

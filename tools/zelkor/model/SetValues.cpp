@@ -96,6 +96,7 @@ int setValues(const std::filesystem::path& model, const std::filesystem::path& t
   text::Findings found(table.string());
   const auto status = reporting(model, {}, [&] {
     OpenModel open(model);
+    open.tellOfChanges();
     const auto rows = readTable(readFile(table));
     if (rows.empty())
       tavo::raise(ModelCommandError::MissingColumn, "element", "element, property and expression");

@@ -68,6 +68,7 @@ void print(const ordered_json& json) {
 int values(const std::filesystem::path& model, TableFormat format) {
   return reporting(model, {}, [&] {
     const OpenModel open(model);
+    open.tellOfChanges();
     std::vector<Row> rows;
     auto json = ordered_json::array();
     for (const auto& element : open.elements()) {
@@ -102,6 +103,7 @@ int values(const std::filesystem::path& model, TableFormat format) {
 int getValue(const std::filesystem::path& model, const std::string& element, const std::string& property, bool json) {
   return reporting(model, element, [&] {
     const OpenModel open(model);
+    open.tellOfChanges();
     const auto found = open.element(element);
     const auto row = rowOf(found, OpenModel::property(found, property));
     if (json)
