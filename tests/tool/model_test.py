@@ -95,6 +95,7 @@ class ModelTest(unittest.TestCase):
         cases = [
             (["set", "m.xml", "Hall/Main", "power", "9000"], "Velmora:Property:ErrorSettingPropertyValue", "out of range"),
             (["set", "m.xml", "Hall/Main", "power", "1", "--units", "kg"], "ErrorSettingPropertyValue", "converted"),
+            (["set", "m.xml", "Hall/Main", "power", "1", "--units", "Wt"], "ErrorSettingPropertyValue", "Because: unit"),
             (["set", "m.xml", "Hall/Main", "label", "hello"], "ErrorSettingPropertyValue", "single quotes"),
             (["set", "m.xml", "Hall/Main", "pwer", "1"], "zelkor:model:UnknownProperty", 'did you mean "power"?'),
             (["set", "m.xml", "Hall/Mian", "power", "1"], "zelkor:model:UnknownElement", 'did you mean "Hall/Main"?'),

@@ -18,10 +18,14 @@ std::string Finding::line() const {
 
 void Findings::add(Place place, const std::string& element, const tavo::Error& error, const std::string& hint) {
   // One finding is one line: the causes follow on it. An error of the host's has its text in its cause.
-  bool hasText = tavo::MessageCatalog::find(error.id().text()).has_value();
-  std::string message = hasText || !error.cause() ? kavra::toUtf8(error.message()) : std::string();
+  std::string message;
+  auto say = [&](const tavo::Error& each) {
+    if (tavo::MessageCatalog::find(each.id().text()) || !each.cause())
+      message += (message.empty() ? "" : " Because: ") + kavra::toUtf8(each.message());
+  };
+  say(error);
   for (auto cause = error.cause(); cause; cause = cause->cause())
-    message += (message.empty() ? "" : " Because: ") + kavra::toUtf8(cause->message());
+    say(*cause);
   if (!hint.empty())
     message += " " + hint;
   std::replace(message.begin(), message.end(), '\n', ' ');
