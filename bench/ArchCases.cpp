@@ -29,6 +29,8 @@ using zelkor::Component;
 using zelkor::profile::Profile;
 using zelkor::profile::Prototype;
 
+const String keepUnits = u"*";
+
 String ascii(const std::string& text) { return String::fromUtf8(text); }
 
 /// The text of a value in a round, and a number that it stands for.
@@ -123,11 +125,12 @@ void firstValues(Table& table, const Setting& setting, const Plant& plant) {
     std::vector<String> texts;
     for (std::size_t i = 0; i < setting.objects; ++i)
       texts.push_back(property.text(numberOf(i, 0)));
+    const String name = property.name;
     const std::uint64_t heard = plant.heard;
     Meter meter(plant.file.model());
     meter.run(order.size(), [&] {
       for (const std::size_t i : order)
-        plant.elements[i].setPropVal(property.name, texts[i], u"*");
+        plant.elements[i].setPropVal(name, texts[i], keepUnits);
     });
     table.add(setting, std::string("first value: ") + property.label, meter, 0, plant.heard - heard, order.size(), {});
   }
@@ -147,6 +150,7 @@ void overwrite(Table& table, const Setting& setting, const Plant& plant) {
     for (std::size_t round = 0; round < 4; ++round)
       for (std::size_t i = 0; i < setting.objects; ++i)
         texts[round].push_back(property.text(numberOf(i, round)));
+    const String name = property.name;
     const auto sumOf = [](const String& text) {
       std::uint64_t sum = 0;
       for (const char16_t unit : text.view())
@@ -159,7 +163,7 @@ void overwrite(Table& table, const Setting& setting, const Plant& plant) {
                       .change =
                           [&](const auto& order, std::size_t round) {
                             for (const std::size_t i : order)
-                              plant.elements[i].setPropVal(property.name, texts[round % 4][i], u"*");
+                              plant.elements[i].setPropVal(name, texts[round % 4][i], keepUnits);
                           },
                       .floor =
                           [&](const auto& order, std::size_t round) {
@@ -170,7 +174,7 @@ void overwrite(Table& table, const Setting& setting, const Plant& plant) {
                           [&] {
                             std::uint64_t sum = 0;
                             for (const auto& element : plant.elements)
-                              sum += sumOf(element.getPropVal(property.name).expression);
+                              sum += sumOf(element.getPropVal(name).expression);
                             return sum;
                           },
                       .expected =
@@ -181,7 +185,7 @@ void overwrite(Table& table, const Setting& setting, const Plant& plant) {
                             return sum;
                           },
                       .records = 2,
-                      .allocations = 5, // for the event that tells the application
+                      .allocations = 4, // for the event that tells the application
                   });
   }
 }

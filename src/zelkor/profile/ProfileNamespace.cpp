@@ -19,7 +19,6 @@
 #include "zelkor/property/QualifiedNames.h"
 #include "zelkor/property/ValueTable.h"
 #include "zelkor/property/ValueTableEntry.h"
-#include "zelkor/services/ModelIdentifier.h"
 #include "zelkor/services/Proxies.h"
 
 #include <algorithm>
@@ -34,17 +33,13 @@ using property::PropertySetUsage;
 using property::PropertyUsage;
 using property::splitAtLastDot;
 using services::proxy::findTarget;
+using services::proxy::nameForMessages;
 using services::proxy::ProxySource;
 
 namespace {
 
 PropertySetUsage::Impl& objectOf(const PropertySetUsage& usage) {
   return static_cast<PropertySetUsage::Impl&>(usage.object());
-}
-
-tavo::String modelName(const tavo::Model& model) {
-  const auto identifier = services::proxy::ModelIdentifier::getModelIdentifier(model);
-  return identifier ? identifier.uRI() : model.name();
 }
 
 /// The usage of a stereotype's set, whatever name it goes by at the moment.
@@ -122,10 +117,7 @@ Prototype prototypeOf(const PropertySetUsage& usage) {
 class Losses {
 public:
   explicit Losses(const PropertySetUsage& usage) {
-    std::vector<PropertySetUsage> line;
-    for (auto next = usage; next && std::ranges::find(line, next) == line.end(); next = next.p_Parent())
-      line.push_back(next);
-    for (const auto& each : line)
+    for (const auto& each : usage.getLineage())
       for (const auto& property : each.properties())
         before_.emplace_back(property, property.p_ValueTable().p_Entries().size());
   }
@@ -254,7 +246,7 @@ void ProfileNamespace::Impl::addProfile(const tavo::String& name, bool asDepende
   if (!profile)
     return;
   if (catalog.getIsThisOrAnyDependentProfileUnhealthyOnLoad(profile))
-    raise(ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(), modelName(model()));
+    raise(ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(), nameForMessages(model()));
   const auto direct = sourceIn(getProfileProxy(), profile.getName());
   if (direct && direct.pointsTo(profile))
     return;
@@ -294,7 +286,7 @@ void ProfileNamespace::Impl::removeProfile(const tavo::String& name) {
   const auto direct = getProfile(name);
   const auto profile = direct.size() == 1 ? direct.front() : getDependentProfile(name);
   if (!profile) {
-    warn(FixitError::ProfileOutdated, modelName(model()));
+    warn(FixitError::ProfileOutdated, nameForMessages(model()));
     raise(ProfileError::RemoveProfileFailed, name);
   }
   auto remaining = getProfiles();
@@ -374,9 +366,7 @@ void ProfileNamespace::Impl::updateParentHierarchy(const Prototype& prototype) {
     return;
 
   tavo::Transaction transaction(model());
-  std::vector<PropertySetUsage> former;
-  for (auto next = usage.p_Parent(); next && std::ranges::find(former, next) == former.end(); next = next.p_Parent())
-    former.push_back(next);
+  const auto former = usage.p_Parent() ? usage.p_Parent().getLineage() : std::vector<PropertySetUsage>();
   const auto parent = prototype.getParent();
   if (parent && !findUsage(*this, parent))
     addProfile(parent.getProfile().getName(), true);

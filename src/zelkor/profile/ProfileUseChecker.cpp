@@ -21,15 +21,11 @@ using property::PropertyDefinition;
 using property::PropertySetUsage;
 using property::PropertyUsage;
 using services::proxy::ProxySource;
+using services::proxy::targetIdOf;
 
 namespace {
 
 using Names = std::vector<tavo::String>;
-
-tavo::Uuid targetId(const ProxySource& source) {
-  const auto target = source ? source.target() : services::proxy::ProxyTarget();
-  return target ? target.targetId() : tavo::Uuid{};
-}
 
 /// The comparison of one model with its profiles. Everything is told apart by identity: a new name is a new name, and
 /// never one thing gone and another come.
@@ -41,7 +37,7 @@ public:
     for (const auto& source : profiles.p_DependentProfileProxy())
       take(source);
     for (const auto& usage : profiles.p_PropertySets())
-      usages_.emplace(targetId(usage.propertySetProxy()), usage);
+      usages_.emplace(targetIdOf(usage.propertySetProxy()), usage);
   }
 
   void run() {
@@ -75,7 +71,7 @@ private:
   }
 
   void compare(const PropertySetUsage& usage) {
-    const auto found = prototypes_.find(targetId(usage.propertySetProxy()));
+    const auto found = prototypes_.find(targetIdOf(usage.propertySetProxy()));
     if (found == prototypes_.end()) {
       // What cannot be looked at has not been deleted.
       if (!isOfMissingProfile(usage))
@@ -95,7 +91,7 @@ private:
       return; // it is missing, and may come back
     const auto present = usage.p_Parent();
     const auto id = parent && parent.getPropertySet() ? parent.getPropertySet().Uuid() : tavo::Uuid{};
-    if ((present ? targetId(present.propertySetProxy()) : tavo::Uuid{}) != id)
+    if ((present ? targetIdOf(present.propertySetProxy()) : tavo::Uuid{}) != id)
       parentChanged.push_back(usage.p_Name());
   }
 
@@ -105,7 +101,7 @@ private:
       definitions.emplace(definition.Uuid(), definition);
     const auto qualified = [&](const tavo::String& name) { return tavo::concat(usage.p_Name(), u".", name); };
     for (const auto& property : usage.properties()) {
-      const auto definition = definitions.find(targetId(property.propertyDefProxy()));
+      const auto definition = definitions.find(targetIdOf(property.propertyDefProxy()));
       if (definition == definitions.end()) {
         deletedProperties.push_back(qualified(property.p_Name()));
         continue;

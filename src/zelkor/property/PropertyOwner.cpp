@@ -9,7 +9,7 @@
 #include "zelkor/property/QualifiedNames.h"
 #include "zelkor/property/Value.h"
 #include "zelkor/services/ModelEventBroadcastSystem.h"
-#include "zelkor/services/ModelIdentifier.h"
+#include "zelkor/services/Proxies.h"
 
 #include <algorithm>
 #include <new>
@@ -21,21 +21,12 @@ using services::ModelEventType;
 
 namespace {
 
-/// A usage and those that it derives from, nearest first.
-std::vector<PropertySetUsage> lineOf(const PropertySetUsage& usage) {
-  std::vector<PropertySetUsage> line;
-  for (auto next = usage; next && std::ranges::find(line, next) == line.end(); next = next.p_Parent())
-    line.push_back(next);
-  return line;
-}
-
 /// Tells the application that values of an element are others now, by the name of the model's file.
 void announceChange(const PropertyOwner& owner) {
   auto& events = ModelEventBroadcastSystem::instance();
   if (!events.isHeard())
     return;
-  const auto identifier = services::proxy::ModelIdentifier::getModelIdentifier(owner.model());
-  const auto name = identifier ? identifier.uRI() : owner.model().name();
+  const auto name = services::proxy::nameForMessages(owner.model());
   events.triggerEvent(ModelEventType::propertyValueChanged, tavo::concat(name, services::blockDiagramExtension), owner);
 }
 
@@ -142,7 +133,7 @@ void PropertyOwner::Impl::setFromNormalizedValue(const tavo::String& qualifiedNa
 
 void PropertyOwner::Impl::applyPropertySet(const PropertySetUsage& propSetUsage) {
   tavo::Transaction transaction(model());
-  for (const auto& usage : lineOf(propSetUsage))
+  for (const auto& usage : propSetUsage.getLineage())
     if (!getP_PropertySets().contains(usage))
       getP_PropertySetsMutable().add(usage);
   transaction.commit();
@@ -150,7 +141,7 @@ void PropertyOwner::Impl::applyPropertySet(const PropertySetUsage& propSetUsage)
 
 void PropertyOwner::Impl::removePropertySet(const PropertySetUsage& propSetUsage, bool clearValues) {
   tavo::Transaction transaction(model());
-  for (const auto& usage : lineOf(propSetUsage)) {
+  for (const auto& usage : propSetUsage.getLineage()) {
     if (usage != propSetUsage && needsPropertySet(usage))
       break; // and with it all that it derives from
     getP_PropertySetsMutable().remove(usage);
@@ -163,7 +154,7 @@ void PropertyOwner::Impl::removePropertySet(const PropertySetUsage& propSetUsage
 
 bool PropertyOwner::Impl::needsPropertySet(const PropertySetUsage& propSetUsage) const {
   for (const auto& usage : getP_PropertySets()) {
-    const auto line = lineOf(usage);
+    const auto line = usage.getLineage();
     if (usage != propSetUsage && std::ranges::find(line, propSetUsage) != line.end())
       return true;
   }

@@ -27,12 +27,6 @@ PropertySetUsage::Impl& objectOf(const PropertySetUsage& usage) {
 }
 PropertyUsage::Impl& objectOf(const PropertyUsage& usage) { return static_cast<PropertyUsage::Impl&>(usage.object()); }
 
-tavo::Uuid definitionId(const PropertyUsage& usage) {
-  const auto source = usage.propertyDefProxy();
-  const auto target = source ? source.target() : proxy::ProxyTarget();
-  return target ? target.targetId() : tavo::Uuid{};
-}
-
 } // namespace
 
 PropertySetUsage PropertySetUsage::make(const tavo::Model& model, const tavo::String& name,
@@ -59,6 +53,14 @@ PropertySet PropertySetUsage::Impl::getPropertySet() const {
     raiseBecause(error, PropertyError::UnresolvedPropertySet, getP_Name());
   }
   raise(PropertyError::UnresolvedPropertySet, getP_Name());
+}
+
+std::vector<PropertySetUsage> PropertySetUsage::Impl::getLineage() const {
+  std::vector<PropertySetUsage> line;
+  for (auto next = PropertySetUsage(handle().get()); next && std::ranges::find(line, next) == line.end();
+       next = next.p_Parent())
+    line.push_back(next);
+  return line;
 }
 
 PropertyUsage PropertySetUsage::Impl::getPropertyUsage(const tavo::String& propUsageName) const {
@@ -105,7 +107,9 @@ void PropertySetUsage::Impl::synchronizePostLoad() {
   tavo::Transaction transaction(model());
   const auto definitions = getPropertySet().getAllProperties();
   const auto isDefined = [&](const PropertyUsage& usage) {
-    return std::ranges::any_of(definitions, [id = definitionId(usage)](const auto& each) { return each.Uuid() == id; });
+    return std::ranges::any_of(definitions, [id = proxy::targetIdOf(usage.propertyDefProxy())](const auto& each) {
+      return each.Uuid() == id;
+    });
   };
   for (const auto& usage : getProperties().toVector())
     if (!isDefined(usage)) {

@@ -231,9 +231,8 @@ void PropertyUsage::Impl::copyValues(const std::vector<PropertyOwner>& from, con
 }
 
 void PropertyUsage::Impl::initializeFrom(const PropertyUsage& other) {
-  const auto mine = getPropertyDefProxy();
-  const auto theirs = other.propertyDefProxy();
-  if (!mine || !theirs || mine.target().targetId() != theirs.target().targetId())
+  const auto mine = proxy::targetIdOf(getPropertyDefProxy());
+  if (mine == tavo::Uuid{} || mine != proxy::targetIdOf(other.propertyDefProxy()))
     raise(PropertyError::InitFromPropertyUsageMismatch);
   getInitialValue().initializeFrom(other.initialValue());
 }

@@ -127,6 +127,11 @@ ProxiableElement findTarget(const ProxySource& source) {
   }
 }
 
+tavo::Uuid targetIdOf(const ProxySource& source) {
+  const auto target = source ? source.target() : ProxyTarget();
+  return target ? target.targetId() : tavo::Uuid{};
+}
+
 ProxyTarget createTarget(const Resolver& resolver, const tavo::Uuid& targetId, const tavo::Uuid& targetClassId,
                          const tavo::String& targetName) {
   if (auto known = resolver.findProxyTarget(targetId))
@@ -137,6 +142,11 @@ ProxyTarget createTarget(const Resolver& resolver, const tavo::Uuid& targetId, c
   builder.doSetTargetName(targetName);
   const auto& proxies = resolver.objectClass().at(Resolver::Impl::Index::proxies);
   return ProxyTarget(resolver.object().createInto(proxies, builder));
+}
+
+tavo::String nameForMessages(const tavo::Model& model) {
+  const auto identifier = ModelIdentifier::getModelIdentifier(model);
+  return identifier ? identifier.uRI() : model.name();
 }
 
 tavo::String nameForMessages(const ProxiableElement& element) {

@@ -38,9 +38,15 @@ Facade findTarget(const ProxySource& source) {
   return findTarget(source).template as<Facade>();
 }
 
+/// The identity of what `source` refers to, whether or not that can be had; nil without a source or target.
+ZELKOR_EXPORT tavo::Uuid targetIdOf(const ProxySource& source);
+
 /// A target that nothing is known of but how to find it again.
 ZELKOR_EXPORT ProxyTarget createTarget(const Resolver& resolver, const tavo::Uuid& targetId,
                                        const tavo::Uuid& targetClassId, const tavo::String& targetName);
+
+/// What messages and events call a model: the URI of its identifier, else the model's own name.
+ZELKOR_EXPORT tavo::String nameForMessages(const tavo::Model& model);
 
 /// What messages call an element of another model: the qualified name, or the model's name, a dot and the name.
 ZELKOR_EXPORT tavo::String nameForMessages(const ProxiableElement& element);

@@ -18,7 +18,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <iostream>
 
 namespace zelkor::command {
 namespace {
@@ -163,8 +162,7 @@ int check(const std::vector<std::string>& inputs, bool json) {
       list.back()["column"] = finding.place.column;
     }
   }
-  std::cout << nlohmann::ordered_json{{"findings", list}}.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
-            << '\n';
+  printJson({{"findings", list}});
   return all.empty() ? success : findings;
 }
 

@@ -2,6 +2,8 @@
 
 #include "kavra/Error.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -18,6 +20,10 @@ void print(const std::vector<text::Finding>& findings) {
       line = line.substr(0, at + 2) + "\033[31m" + finding.id + "\033[0m" + line.substr(at + 2 + finding.id.size());
     std::fprintf(stderr, "%s\n", line.c_str());
   }
+}
+
+void printJson(const nlohmann::ordered_json& json) {
+  std::cout << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
 }
 
 void addCurrent(text::Findings& findings, text::Place place, const std::string& element) {

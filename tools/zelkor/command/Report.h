@@ -3,6 +3,8 @@
 
 #include "tools/zelkor/text/Findings.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -13,6 +15,9 @@ namespace zelkor::command {
 /// Prints one finding a line to the standard error, with the identifier in colour on a terminal (unless NO_COLOR is
 /// set).
 void print(const std::vector<text::Finding>& findings);
+
+/// Prints to the standard output, indented; what UTF-8 cannot hold becomes U+FFFD.
+void printJson(const nlohmann::ordered_json& json);
 
 /// Adds whatever has been thrown, and is being handled, to the findings.
 void addCurrent(text::Findings& findings, text::Place place = {}, const std::string& element = {});

@@ -247,7 +247,7 @@ int show(const std::filesystem::path& input, bool json) {
     if (auto model = readSource(input, surroundings, found)) {
       auto described = describe(profile::Profile::getProfile(model));
       if (json)
-        std::cout << described.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+        printJson(described);
       else
         printTree(described);
     }

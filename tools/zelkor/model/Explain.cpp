@@ -113,7 +113,7 @@ int explain(const std::filesystem::path& model, const std::string& element, cons
     const auto found = open.element(element);
     const auto what = describe(found, OpenModel::property(found, property));
     if (json)
-      std::cout << what.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+      printJson(what);
     else
       printText(what);
   });

@@ -98,8 +98,7 @@ void print(const std::vector<Difference>& differences, bool json) {
                 << ", own values: " << each.values << ")\n";
   }
   if (json)
-    std::cout << ordered_json{{"differences", list}}.dump(2, ' ', false, ordered_json::error_handler_t::replace)
-              << '\n';
+    printJson({{"differences", list}});
   else if (differences.empty())
     std::cout << "nothing to do\n";
 }

@@ -59,10 +59,6 @@ ordered_json asJson(const Row& row) {
   return {{"property", row.property}, {"expression", row.expression}, {"units", row.units}, {"own", row.own}};
 }
 
-void print(const ordered_json& json) {
-  std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
-}
-
 } // namespace
 
 int values(const std::filesystem::path& model, TableFormat format) {
@@ -92,7 +88,7 @@ int values(const std::filesystem::path& model, TableFormat format) {
                       {"values", held}});
     }
     if (format == TableFormat::json)
-      print(ordered_json{{"elements", json}});
+      printJson({{"elements", json}});
     else if (format == TableFormat::csv)
       printTable(rows);
     else
@@ -107,7 +103,7 @@ int getValue(const std::filesystem::path& model, const std::string& element, con
     const auto found = open.element(element);
     const auto row = rowOf(found, OpenModel::property(found, property));
     if (json)
-      print(asJson(row));
+      printJson(asJson(row));
     else
       std::cout << row.expression << (row.units.empty() ? "" : " " + row.units) << '\n';
   });
