@@ -76,6 +76,18 @@ TEST_F(ModelFileTest, WhatOthersWroteIsNotOverwritten) {
   EXPECT_EQ(valueOf(pumpIn(ModelFile::open(file("plant.xml"))), u"Plant.Pump.flow"), "3 m^3/s");
 }
 
+TEST_F(ModelFileTest, AModelIsCalledLikeTheFileThatItIsIn) {
+  EXPECT_ERROR_UNCHANGED(model(), modelFile.saveAs(file("nowhere") / "other.xml"), "tavo:io:CannotWrite");
+  EXPECT_EQ(modelFile.path(), file("plant.xml"));
+  EXPECT_EQ(model().name(), u"plant");
+  modelFile.saveAs(file("other.xml"));
+  EXPECT_EQ(model().name(), u"other");
+  EXPECT_EQ(ModelFile::open(file("other.xml")).model().name(), u"other");
+
+  ModelFile::create(u"fresh").save();
+  EXPECT_TRUE(std::filesystem::exists(workingFolder() / "fresh.xml"));
+}
+
 TEST_F(ModelFileTest, OnlyModelsAreOpened) {
   EXPECT_ERROR(ModelFile::open(file("Plant.xml")), "Velmora:Architecture:NotAnArchitectureModel");
   EXPECT_ERROR(ModelFile::open(file("nowhere.xml")), "tavo:io:FileNotFound");

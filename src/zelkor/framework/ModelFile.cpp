@@ -1,6 +1,7 @@
 #include "zelkor/framework/ModelFile.h"
 
 #include "tavo/core/Errors.h"
+#include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/profile/ProfileNamespace.impl.h"
@@ -23,7 +24,6 @@ tavo::String nameOf(const fs::path& path) { return tavo::String::fromUtf8(path.s
 void identify(const tavo::Model& model, const tavo::String& name) {
   const auto identifier = ModelIdentifier::createModelIdentifier(model, u"architecture", name);
   static_cast<ModelIdentifier::Impl&>(identifier.object()).setModelType(u"architecture");
-  model.setName(name);
 }
 
 } // namespace
@@ -65,6 +65,7 @@ ModelFile ModelFile::create(const tavo::String& name) {
   ModelFile file(std::make_unique<State>());
   auto& state = *file.state_;
   identify(state.model, name);
+  state.model.setName(name);
   ProfileNamespace::make(state.model).initializePostLoad();
   property::TypeCatalog::createTypeCatalog(state.model);
   state.compare();
@@ -79,6 +80,7 @@ ModelFile ModelFile::open(const fs::path& path) {
   if (!state.profiles())
     raise(ArchitectureError::NotAnArchitectureModel, path.native());
   identify(state.model, nameOf(path));
+  state.model.setName(nameOf(path));
   state.profiles().initializePostLoad();
   state.compare();
   state.file.set(fs::absolute(path), seen);
@@ -105,21 +107,27 @@ void ModelFile::synchronize() {
 const fs::path& ModelFile::path() const { return state_->file.path(); }
 bool ModelFile::isDirty() const { return state_->dirty; }
 
-void ModelFile::save() { saveAs(path()); }
+void ModelFile::save() { saveAs(path().empty() ? tavo::toPath(tavo::concat(model().name(), u".xml")) : path()); }
 
 void ModelFile::saveAs(const fs::path& path) {
   const auto target = fs::absolute(path);
   auto& file = state_->file;
-  if (nameOf(target) != nameOf(file.path()))
+  tavo::Transaction transaction(state_->model); // a model that could not be saved keeps its name
+  const auto nowIsInFile = [&] {
+    transaction.commit();
+    state_->model.setName(nameOf(target));
+    state_->dirty = false;
+  };
+  if (nameOf(target) != model().name())
     identify(state_->model, nameOf(target));
   try {
     file.save(state_->model, target);
   } catch (const tavo::Error& error) {
     if (error.id() == tavo::FrameworkError::SavedButNotSynced)
-      state_->dirty = false;
+      nowIsInFile();
     throw;
   }
-  state_->dirty = false;
+  nowIsInFile();
 }
 
 } // namespace zelkor

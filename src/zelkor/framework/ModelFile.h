@@ -42,8 +42,8 @@ public:
   /// Whether anything has changed since then.
   bool isDirty() const;
 
-  /// Saves to the model's file; raises FileChangedOnDisk when somebody else has written it meanwhile, and then, as on
-  /// any error, the file is as it was.
+  /// Saves to the model's file, a new model under its name in the working folder. Raises what `tavo::saveModel` raises,
+  /// FileChangedOnDisk when somebody else has written the file meanwhile; then model and file are as they were.
   void save();
   /// The same to another file, which is the model's from then on. The model is called like it.
   void saveAs(const std::filesystem::path& path);
