@@ -18,7 +18,6 @@
 
 #include <nlohmann/json.hpp>
 
-
 namespace zelkor::command {
 namespace {
 
