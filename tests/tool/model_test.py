@@ -9,6 +9,7 @@ import io
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -75,6 +76,9 @@ class ModelTest(unittest.TestCase):
         self.run_well("set", "m.xml", "Hall/Main", "power", "2*1.25", "--units", "kW")
         self.assertEqual(self.run_well("get", "m.xml", "m/Hall/Main", "Plant.Machine.power"), "2*1.25 kW\n")
         self.run_well("set", "m.xml", "Hall/Main", "power", "3")
+        self.run_well("set", "m.xml", "Hall/Main", "power", "3000", "--units", "")
+        self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "power"), "3000 W\n")
+        self.run_well("set", "m.xml", "Hall/Main", "power", "3", "--units", "kW")
         self.run_well("set", "m.xml", "Hall/Main", "label", "it's", "--text")
         self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "label"), "'it''s'\n")
         told = json.loads(self.run_well("explain", "--json", "m.xml", "Hall/Main", "power"))
@@ -96,9 +100,13 @@ class ModelTest(unittest.TestCase):
             (["set", "m.xml", "Hall/Main", "power", "9000"], "Velmora:Property:ErrorSettingPropertyValue", "out of range"),
             (["set", "m.xml", "Hall/Main", "power", "1", "--units", "kg"], "ErrorSettingPropertyValue", "converted"),
             (["set", "m.xml", "Hall/Main", "power", "1", "--units", "Wt"], "ErrorSettingPropertyValue", "Because: unit"),
+            (["set", "m.xml", "Hall/Main", "power", "1", "--units", "W/"], "ErrorSettingPropertyValue", "of the units"),
             (["set", "m.xml", "Hall/Main", "label", "hello"], "ErrorSettingPropertyValue", "single quotes"),
             (["set", "m.xml", "Hall/Main", "pwer", "1"], "zelkor:model:UnknownProperty", 'did you mean "power"?'),
             (["set", "m.xml", "Hall/Mian", "power", "1"], "zelkor:model:UnknownElement", 'did you mean "Hall/Main"?'),
+            (["set", "m.xml", "", "power", "1"], "zelkor:model:UnknownElement", 'element ""'),
+            (["add", "m.xml", "Hall/Main/out/in"], "zelkor:model:WrongKind", "not a component"),
+            (["add", "m.xml", "Hall/c", "--as", "connector", "--target", "Hall"], "zelkor:model:WrongKind", "not a port"),
             (["apply", "m.xml", "Hall/Main/out", "Machine"], "Velmora:Profile:CannotApplyPrototype", "Port"),
             (["apply", "m.xml", "Hall/Main", "Mahcine"], "zelkor:model:UnknownStereotype", 'did you mean "Machine"?'),
             (["import", "m.xml", "Nothing"], "Velmora:Profile:ProfileNotFound", "Nothing"),
@@ -106,6 +114,7 @@ class ModelTest(unittest.TestCase):
             (["add", "m.xml", "Hall/Main"], "tavo:messages:UniquenessConstraint", "Main"),
             (["add", "m.xml", "Hall/a b"], "Velmora:Architecture:InvalidElementName", "a b"),
             (["new", "m.xml"], "zelkor:model:FileExists", "m.xml"),
+            (["new", "my-plant.xml"], "zelkor:model:NameOfFile", "--name"),
             (["values", "Plant.xml"], "Velmora:Architecture:NotAnArchitectureModel", "Plant.xml"),
             (["values", "none.xml"], "tavo:io:FileNotFound", "none.xml"),
         ]
@@ -117,8 +126,14 @@ class ModelTest(unittest.TestCase):
                 self.assertIn(identifier + ": ", done.stderr)
                 self.assertIn(words, done.stderr)
                 self.assertEqual(self.content(), before)
-        for arguments in [["set", "m.xml", "Hall/Main"], ["set", "m.xml", "A", "p", "1", "--from", "t.csv"], ["values"]]:
+        for arguments in [["set", "m.xml", "Hall/Main"], ["set", "m.xml", "A", "p", "1", "--from", "t.csv"], ["values"],
+                          ["set", "m.xml", "--from", "t.csv", "--units", "W"], ["add", "m.xml", "x", "--source", "y"]]:
             self.assertEqual(self.run_command(*arguments).returncode, 2, arguments)
+        for arguments in [["get", "m.xml", "Hall", "x"], ["values", "none.xml"], ["sync", "none.xml"],
+                          ["explain", "m.xml", "x", "y"]]:
+            done = self.run_command(*arguments, "--json")
+            self.assertEqual((done.returncode, done.stderr), (1, ""), arguments)
+            self.assertEqual(len(json.loads(done.stdout)["findings"]), 1)
 
     def test_a_table_is_set_whole_or_not_at_all(self):
         self.make_model()
@@ -128,23 +143,35 @@ class ModelTest(unittest.TestCase):
         self.assertEqual(self.run_well("set", "m.xml", "--from", "t.csv"), "0 values set\n")
         self.assertEqual(self.content(), before, "defaults that a table shows do not become values")
 
-        (self.folder / "bad.csv").write_text("element,property,expression,units\nHall/Main,power,1,kW\n"
-                                             "Hall/Main,label,\"'two\nlines'\"\nHall/Main,power,2\nHall/Nain,power,1\n"
-                                             "Hall/Main,weight,1\nHall/Main,label,5\n")
+        bad = ["element,property,expression,units", "Hall/Main,power,1,kg", "Hall/Main,label,\"'two\r\nlines'\"",
+               "Hall/Main,power,2", "", "Hall/Nain,power,1", "Hall/Main,weight,1", "Hall,power,1,W,x", ",power,1", ",,,",
+               "m/Hall/Main,Plant.Machine.label"]
+        (self.folder / "bad.csv").write_text("\ufeff" + "\r\n".join(bad), newline="")
         done = self.run_command("set", "m.xml", "--from", "bad.csv")
         self.assertEqual(done.returncode, 1)
         self.assertEqual([line.split(": ")[:2] for line in done.stderr.splitlines()],
-                         [["bad.csv:3:3", "Velmora:Property:ErrorSettingPropertyValue"],
-                          ["bad.csv:5:3", "zelkor:model:SetTwice"], ["bad.csv:6:1", "zelkor:model:UnknownElement"],
-                          ["bad.csv:7:2", "zelkor:model:UnknownProperty"], ["bad.csv:8:3", "zelkor:model:SetTwice"]])
+                         [["bad.csv:2:4", "Velmora:Property:ErrorSettingPropertyValue"],
+                          ["bad.csv:3:3", "Velmora:Property:ErrorSettingPropertyValue"],
+                          ["bad.csv:5:3", "zelkor:model:SetTwice"], ["bad.csv:7:1", "zelkor:model:UnknownElement"],
+                          ["bad.csv:8:2", "zelkor:model:UnknownProperty"], ["bad.csv:9:5", "zelkor:model:ExtraCell"],
+                          ["bad.csv:10:1", "zelkor:model:UnknownElement"], ["bad.csv:12:3", "zelkor:model:SetTwice"]])
         self.assertEqual(self.content(), before)
-        for text, identifier in [("element,property\n", "MissingColumn"), ("", "MissingColumn"),
-                                 ("element,property,expression,unit\n", "MissingColumn"),
-                                 ('element,property,expression\na,b,"c\n', "BadTable")]:
+        head = "element,property,expression"
+        for text, identifier in [("element,property\n", ":1:1: zelkor:model:MissingColumn"),
+                                 ("", ":1:1: zelkor:model:MissingColumn"),
+                                 (head + ",unit\n", ":1:1: zelkor:model:UnknownColumn"),
+                                 (head + ",property\n", ":1:1: zelkor:model:ColumnTwice"),
+                                 (head + '\na,b,"c\n', ": zelkor:model:BadTable: Line 2"),
+                                 (head + "\nHall/Main,power,\n", ":2:3: zelkor:model:EmptyCell"),
+                                 (head + ",own\nHall/Main,power,1,No\n", ":2:4: zelkor:model:NotYesOrNo")]:
             (self.folder / "bad.csv").write_text(text)
-            self.assertIn("zelkor:model:" + identifier, self.run_command("set", "m.xml", "--from", "bad.csv").stderr)
+            done = self.run_command("set", "m.xml", "--from", "bad.csv")
+            self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1))
+            self.assertTrue(done.stderr.startswith("bad.csv" + identifier), done.stderr)
+            self.assertEqual(self.content(), before)
 
-        (self.folder / "t.csv").write_text("property,element,expression\nlabel,Hall/Main,\"'a, b'\"\npower,Hall/Main,7\n")
+        (self.folder / "t.csv").write_text("property,element,expression\r\nlabel,Hall/Main,\"'a, b'\"\r\n\r\n"
+                                           "power,Hall/Main,7\r\n,,\r\n", newline="")
         self.assertEqual(self.run_well("set", "m.xml", "--from", "t.csv"), "2 values set\n")
         rows = list(csv.DictReader(io.StringIO(self.run_well("values", "--csv", "m.xml"))))
         self.assertEqual([(row["expression"], row["units"], row["own"]) for row in rows],
@@ -157,9 +184,24 @@ class ModelTest(unittest.TestCase):
         done = self.run_command("sync", "m.xml")
         self.assertEqual(done.returncode, 0)
         self.assertIn('"Plant" cannot be found', done.stderr)
-        self.assertIn("profile missing: Plant", done.stdout)
+        self.assertIn("profile missing: Plant is left alone, with all that it brought (elements: 1, own values: 1)",
+                      done.stdout)
         missing = json.loads(self.run_command("values", "--json", "m.xml").stdout)["elements"][2]
         self.assertEqual((missing["missing"], missing["values"][1]["expression"]), (["Plant.Machine"], "7"))
+        content = (self.folder / "away.xml").read_text()
+        for text, words in [(content[:5000], "Plant.xml:"), (self.content().decode(), "not that of a profile"),
+                            (re.sub('(<Profile [^>]*uuid=")....', r"\1dead", content), "another one of that name")]:
+            (self.folder / "Plant.xml").write_text(text)
+            done = self.run_command("get", "m.xml", "Hall/Main", "power")
+            self.assertEqual((done.returncode, done.stdout), (0, "7 W\n"))
+            self.assertIn(words, done.stderr)
+        (self.folder / "Plant.xml").write_text(content.replace('storedExpression="100"', 'storedExpression="9000"'))
+        before = self.content()
+        done = self.run_command("sync", "m.xml")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn('zelkor:model:UnhealthyProfile: The profile "Plant" has a fault', done.stderr)
+        self.assertIn("Plant.Machine.power", done.stderr)
+        self.assertEqual(self.content(), before)
         os.rename(self.folder / "away.xml", self.folder / "Plant.xml")
         self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "power"), "7 W\n")
         self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")

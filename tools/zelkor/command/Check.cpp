@@ -16,8 +16,6 @@
 #include "zelkor/property/Value.h"
 #include "zelkor/services/ProxySource.h"
 
-#include <nlohmann/json.hpp>
-
 namespace zelkor::command {
 namespace {
 
@@ -148,20 +146,10 @@ std::vector<text::Finding> findingsIn(const std::vector<std::string>& inputs) {
 
 int check(const std::vector<std::string>& inputs, bool json) {
   auto all = findingsIn(inputs);
-  if (!json) {
+  if (json)
+    printAsJson(all);
+  else
     print(all);
-    return all.empty() ? success : findings;
-  }
-  auto list = nlohmann::ordered_json::array();
-  for (auto& finding : all) {
-    list.push_back(
-        {{"file", finding.file}, {"element", finding.element}, {"id", finding.id}, {"message", finding.message}});
-    if (finding.place.line > 0) {
-      list.back()["line"] = finding.place.line;
-      list.back()["column"] = finding.place.column;
-    }
-  }
-  printJson({{"findings", list}});
   return all.empty() ? success : findings;
 }
 

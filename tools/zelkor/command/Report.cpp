@@ -1,5 +1,7 @@
 #include "tools/zelkor/command/Report.h"
 
+#include "tools/zelkor/command/Commands.h"
+
 #include "kavra/Error.h"
 
 #include <nlohmann/json.hpp>
@@ -20,6 +22,29 @@ void print(const std::vector<text::Finding>& findings) {
       line = line.substr(0, at + 2) + "\033[31m" + finding.id + "\033[0m" + line.substr(at + 2 + finding.id.size());
     std::fprintf(stderr, "%s\n", line.c_str());
   }
+}
+
+void printAsJson(const std::vector<text::Finding>& findings) {
+  auto list = nlohmann::ordered_json::array();
+  for (const auto& finding : findings) {
+    list.push_back(
+        {{"file", finding.file}, {"element", finding.element}, {"id", finding.id}, {"message", finding.message}});
+    if (finding.place.line > 0) {
+      list.back()["line"] = finding.place.line;
+      list.back()["column"] = finding.place.column;
+    }
+  }
+  printJson({{"findings", list}});
+}
+
+int report(const text::Findings& found, bool asJson) {
+  if (found.empty())
+    return success;
+  if (asJson)
+    printAsJson(found.sorted());
+  else
+    print(found.sorted());
+  return findings;
 }
 
 void printJson(const nlohmann::ordered_json& json) {

@@ -16,6 +16,12 @@ namespace zelkor::command {
 /// set).
 void print(const std::vector<text::Finding>& findings);
 
+/// Prints findings to the standard output, as JSON.
+void printAsJson(const std::vector<text::Finding>& findings);
+
+/// Prints what has been found and returns the exit status. As JSON, findings stand in the place of the result.
+int report(const text::Findings& found, bool asJson);
+
 /// Prints to the standard output, indented; what UTF-8 cannot hold becomes U+FFFD.
 void printJson(const nlohmann::ordered_json& json);
 

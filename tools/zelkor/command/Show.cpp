@@ -254,8 +254,7 @@ int show(const std::filesystem::path& input, bool json) {
   } catch (...) {
     addCurrent(found);
   }
-  print(found.sorted());
-  return found.empty() ? success : findings;
+  return report(found, json);
 }
 
 } // namespace zelkor::command

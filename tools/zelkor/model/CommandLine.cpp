@@ -9,7 +9,8 @@ namespace {
 
 /// What the command line says; one for all subcommands, of which only one is called.
 struct Words {
-  std::string model{}, profile{}, element{}, stereotype{}, property{}, value{}, units{}, table{}, source{}, target{};
+  std::string model{}, name{}, profile{}, element{}, stereotype{}, property{}, value{}, units{}, table{}, source{},
+      target{};
   std::string kind = "component";
   bool json = false, csv = false, isText = false, dryRun = false;
 };
@@ -51,9 +52,10 @@ void addModelCommands(CLI::App& app, int& status) {
   const auto words = std::make_shared<Words>();
   auto& w = *words;
 
-  Command(app, "new", "Make a model with nothing in it").argument("MODEL", w.model, modelDoc).calls(status, [words] {
-    return newModel(words->model);
-  });
+  Command(app, "new", "Make a model with nothing in it")
+      .argument("MODEL", w.model, modelDoc)
+      .option("--name", w.name, "The name of the architecture; that of the file by default")
+      .calls(status, [words] { return newModel(words->model, words->name); });
 
   auto add = Command(app, "add", "Add an element to a model");
   add.argument("MODEL", w.model, modelDoc).argument("ELEMENT", w.element, "The path of the new element");
@@ -61,8 +63,11 @@ void addModelCommands(CLI::App& app, int& status) {
       ->check(CLI::IsMember({"component", "port", "connector"}));
   add.option("--source", w.source, "The port where a connector begins")
       .option("--target", w.target, "The port where it ends")
-      .calls(status,
-             [words] { return addElement(words->model, words->element, words->kind, words->source, words->target); });
+      .calls(status, [words] {
+        if (words->kind != "connector" && !(words->source.empty() && words->target.empty()))
+          throw CLI::ValidationError("--source and --target", "go with --as connector");
+        return addElement(words->model, words->element, words->kind, words->source, words->target);
+      });
 
   Command(app, "import", "Let a model use a profile")
       .argument("MODEL", w.model, modelDoc)
@@ -91,15 +96,18 @@ void addModelCommands(CLI::App& app, int& status) {
        {std::tuple("ELEMENT", &w.element, elementDoc), std::tuple("PROPERTY", &w.property, propertyDoc),
         std::tuple("EXPRESSION", &w.value, "The value, as an expression: 3.5, 'a text', Colors.Red")})
     set->add_option(name, *place, doc)->excludes(table);
-  set.option("--units", w.units, "Its units; without, they stay as they are")
-      .flag("--text", w.isText, "The value is a text and not an expression");
+  set->add_option("--units", w.units, "Its units, '' for those of the type; without, they stay as they are")
+      ->excludes(table);
+  set->add_flag("--text", w.isText, "The value is a text and not an expression")->excludes(table);
   set->callback([words, &status, command = set.operator->()] {
     if (!words->table.empty())
       status = setValues(words->model, words->table);
     else if (command->get_option("EXPRESSION")->count() == 0)
       throw CLI::RequiredError("ELEMENT, PROPERTY and EXPRESSION, or --from");
     else
-      status = setValue(words->model, words->element, words->property, words->value, words->units, words->isText);
+      status = setValue(words->model, words->element, words->property, words->value,
+                        command->get_option("--units")->count() == 0 ? std::nullopt : std::optional(words->units),
+                        words->isText);
   });
 
   Command(app, "get", "Print the value of a property")

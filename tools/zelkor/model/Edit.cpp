@@ -11,6 +11,7 @@
 #include "arch/Connector.h"
 #include "arch/Port.h"
 #include "kavra/Rendering.h"
+#include "zelkor/framework/HostNames.h"
 
 namespace zelkor::command {
 namespace {
@@ -22,7 +23,7 @@ tavo::String utf16(const std::string& text) { return tavo::String::fromUtf8(text
 /// Opens a model, lets `change` work on it, and saves it; what goes wrong is a finding.
 template <class Change>
 int edit(const fs::path& model, const std::string& element, Change change) {
-  return reporting(model, element, [&] {
+  return reporting(model, element, false, [&] {
     OpenModel open(model);
     open.tellOfChanges();
     change(open);
@@ -33,13 +34,16 @@ int edit(const fs::path& model, const std::string& element, Change change) {
 
 } // namespace
 
-int newModel(const fs::path& model) {
-  return reporting(model, {}, [&] {
+int newModel(const fs::path& model, const std::string& name) {
+  return reporting(model, {}, false, [&] {
     if (fs::exists(fs::symlink_status(model)))
       tavo::raise(ModelCommandError::FileExists, model.string());
     const Surroundings surroundings;
-    auto file = ModelFile::create(utf16(model.stem().string()));
-    Architecture::createArchitecture(file.model(), utf16(model.stem().string()));
+    const auto stem = utf16(model.stem().string());
+    if (name.empty() && !isValidName(stem))
+      tavo::raise(ModelCommandError::NameOfFile, stem);
+    auto file = ModelFile::create(stem);
+    Architecture::createArchitecture(file.model(), name.empty() ? stem : utf16(name));
     file.saveAs(model);
   });
 }
@@ -48,14 +52,15 @@ int addElement(const fs::path& model, const std::string& path, const std::string
                const std::string& target) {
   return edit(model, path, [&](OpenModel& open) {
     const auto slash = path.rfind('/');
-    const auto owner =
-        slash == path.npos ? Element(Architecture::getArchitecture(open.model())) : open.element(path.substr(0, slash));
-    const auto component = owner.cast<Component>();
+    const auto component = slash == path.npos ? Component(open.architecture())
+                                              : open.element<Component>(path.substr(0, slash), "component");
     const auto name = utf16(slash == path.npos ? path : path.substr(slash + 1));
     if (kind == "port") {
       component.addPort(name, PortDirection::BOTH);
     } else if (kind == "connector") {
-      const auto end = [&](const std::string& port) { return port.empty() ? Port() : open.element(port).cast<Port>(); };
+      const auto end = [&](const std::string& port) {
+        return port.empty() ? Port() : open.element<Port>(port, "port");
+      };
       component.addConnector(name, end(source), end(target));
     } else {
       component.addComponent(name);
@@ -82,12 +87,12 @@ int unapplyStereotype(const fs::path& model, const std::string& element, const s
 }
 
 int setValue(const fs::path& model, const std::string& element, const std::string& property, const std::string& value,
-             const std::string& units, bool isText) {
+             const std::optional<std::string>& units, bool isText) {
   return edit(model, element, [&](OpenModel& open) {
     const auto found = open.element(element);
     const auto expression =
         isText ? tavo::String(*kavra::expressionText(kavra::HostArray::chars(utf16(value)))) : utf16(value);
-    found.setPropVal(OpenModel::property(found, property), expression, units.empty() ? u"*" : utf16(units));
+    found.setPropVal(OpenModel::property(found, property), expression, units ? utf16(*units) : u"*");
   });
 }
 

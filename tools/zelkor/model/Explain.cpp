@@ -108,7 +108,7 @@ void printText(const ordered_json& json) {
 } // namespace
 
 int explain(const std::filesystem::path& model, const std::string& element, const std::string& property, bool json) {
-  return reporting(model, element, [&] {
+  return reporting(model, element, json, [&] {
     const OpenModel open(model);
     const auto found = open.element(element);
     const auto what = describe(found, OpenModel::property(found, property));

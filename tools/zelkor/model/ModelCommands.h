@@ -3,13 +3,15 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace zelkor::command {
 
 enum class TableFormat { text, json, csv };
 
-int newModel(const std::filesystem::path& model);
+/// The architecture is called like the file unless it is given a `name`.
+int newModel(const std::filesystem::path& model, const std::string& name);
 /// `kind` is "component", "port" or "connector"; the ends are for connectors.
 int addElement(const std::filesystem::path& model, const std::string& path, const std::string& kind,
                const std::string& source, const std::string& target);
@@ -17,9 +19,9 @@ int importProfile(const std::filesystem::path& model, const std::string& profile
 int removeProfile(const std::filesystem::path& model, const std::string& profile);
 int applyStereotype(const std::filesystem::path& model, const std::string& element, const std::string& stereotype);
 int unapplyStereotype(const std::filesystem::path& model, const std::string& element, const std::string& stereotype);
-/// With `isText` the value is a text and not an expression.
+/// With `isText` the value is a text and not an expression. Without units, they stay as they are.
 int setValue(const std::filesystem::path& model, const std::string& element, const std::string& property,
-             const std::string& value, const std::string& units, bool isText);
+             const std::string& value, const std::optional<std::string>& units, bool isText);
 /// Sets what a table says, all of it or nothing.
 int setValues(const std::filesystem::path& model, const std::filesystem::path& table);
 int clearValue(const std::filesystem::path& model, const std::string& element, const std::string& property);

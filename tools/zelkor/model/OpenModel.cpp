@@ -1,13 +1,12 @@
 #include "tools/zelkor/model/OpenModel.h"
 
-#include "tools/zelkor/model/Errors.h"
 #include "tools/zelkor/text/Spelling.h"
 
-#include "arch/Architecture.h"
 #include "arch/Connector.h"
 #include "arch/Port.h"
-#include "kavra/Text.h"
+#include "zelkor/framework/Errors.h"
 #include "zelkor/profile/Profile.h"
+#include "zelkor/profile/ProfileCatalog.h"
 #include "zelkor/property/QualifiedNames.h"
 
 #include <algorithm>
@@ -61,6 +60,18 @@ std::string theOne(const std::string& name, const std::vector<std::string>& name
   return candidates.front();
 }
 
+/// What is the matter with a profile that the model uses and does not find, and what can be done about it.
+std::string troubleWith(const tavo::String& profile) {
+  try {
+    profile::ProfileCatalog::instance().loadProfileNamed(profile);
+    return "is another one of that name; \"zelkor import\" puts it in the place of the former, whose values stay";
+  } catch (const tavo::Error& error) {
+    if (error.id() == ProfileError::ProfileNotFound)
+      return "cannot be found; what it brought is kept as it is";
+    return "cannot be read; what it brought is kept as it is. " + text::inOneLine(error);
+  }
+}
+
 ModelFile open(Surroundings& surroundings, const std::filesystem::path& path) {
   surroundings.lookIn({std::filesystem::absolute(path).parent_path()});
   return ModelFile::open(path);
@@ -68,15 +79,22 @@ ModelFile open(Surroundings& surroundings, const std::filesystem::path& path) {
 
 } // namespace
 
-OpenModel::OpenModel(const std::filesystem::path& path) : name_(path.string()), file_(open(surroundings_, path)) {
-  for (const auto& missing : file_.differences().p_MissingProfiles())
-    warn("the profile \"" + toUtf8(missing) + "\" cannot be found; what it brought is kept as it is");
+OpenModel::OpenModel(const std::filesystem::path& path)
+    : name_(path.string()), file_(open(surroundings_, path)), missing_(file_.differences().p_MissingProfiles()) {
+  for (const auto& missing : missing_)
+    warn("the profile \"" + toUtf8(missing) + "\" " + troubleWith(missing));
+  file_.differences().setP_MissingProfiles({}); // nothing to follow
 }
 
 void OpenModel::tellOfChanges() const {
-  const auto differences = file_.differences();
-  if (differences.hasDifferences() && differences.p_MissingProfiles().empty())
+  if (file_.differences().hasDifferences())
     warn("the profiles have changed; \"zelkor sync --dry-run\" tells how");
+}
+
+void OpenModel::requireHealthyProfiles() const {
+  for (const auto& profile : profiles().getAllResolvedProfiles(false))
+    if (profile.getIsUnhealthyOnLoad())
+      tavo::raise(ModelCommandError::UnhealthyProfile, profile.getName(), profile.healthCheckErrorOnLoad());
 }
 
 void OpenModel::warn(const std::string& text) const { std::cerr << name_ << ": " << text << '\n'; }
@@ -88,19 +106,27 @@ std::vector<Element> OpenModel::elements() const {
   return all;
 }
 
-Element OpenModel::element(const std::string& pathOrUuid) const {
-  const auto architecture = Architecture::getArchitecture(model());
+Architecture OpenModel::architecture() const {
+  auto architecture = Architecture::getArchitecture(model());
   if (!architecture)
     tavo::raise(ModelCommandError::NoArchitecture, name_);
+  return architecture;
+}
+
+Element OpenModel::element(const std::string& pathOrUuid) const {
+  const auto root = architecture();
   if (const auto uuid = tavo::parseUuid(pathOrUuid))
     if (auto element = model().find<Element>(*uuid))
       return element;
 
   const auto path = tavo::String::fromUtf8(pathOrUuid);
-  const auto root = architecture.getName();
-  auto element = path == root ? Element(architecture) : architecture.findElement(path);
-  if (!element && path.view().starts_with(root.view()) && path.view().substr(root.view().size()).starts_with(u'/'))
-    element = architecture.findElement(path.view().substr(root.view().size() + 1));
+  const auto name = root.getName();
+  // The whole path first, which is what the command prints: a part may be called like the architecture.
+  Element element;
+  if (tavo::concat(path, u"/").view().starts_with(tavo::concat(name, u"/").view()))
+    element = root.findElement(path.view().substr(std::min(name.size() + 1, path.size())));
+  if (!element && !path.empty())
+    element = root.findElement(path);
   if (!element) {
     std::vector<std::string> known;
     for (const auto& each : elements()) {

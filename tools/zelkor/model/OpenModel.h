@@ -3,7 +3,10 @@
 
 #include "tools/zelkor/command/Files.h"
 
-#include "arch/Element.h"
+#include "tools/zelkor/model/Errors.h"
+
+#include "arch/Architecture.h"
+#include "kavra/Text.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/profile/Prototype.h"
 
@@ -20,16 +23,29 @@ public:
   explicit OpenModel(const std::filesystem::path& path);
   /// Prints there that the profiles have changed, if they have.
   void tellOfChanges() const;
+  /// Raises UnhealthyProfile when one of the profiles has a fault.
+  void requireHealthyProfiles() const;
 
   const std::string& name() const { return name_; }
   ModelFile& file() { return file_; }
   const ModelFile& file() const { return file_; }
   const tavo::Model& model() const { return file_.model(); }
   profile::ProfileNamespace profiles() const { return file_.profiles(); }
+  const std::vector<tavo::String>& missingProfiles() const { return missing_; }
 
+  /// Raises NoArchitecture.
+  Architecture architecture() const;
   /// By path ("Aircraft/Avionics/Computer", with or without the name of the architecture) or UUID. Raises
   /// UnknownElement or NoArchitecture.
   Element element(const std::string& pathOrUuid) const;
+  /// The same for one that must be of a class, which people call `kind`. Raises WrongKind as well.
+  template <class Class>
+  Class element(const std::string& pathOrUuid, const char* kind) const {
+    const auto found = element(pathOrUuid).as<Class>();
+    if (!found)
+      tavo::raise(ModelCommandError::WrongKind, element(pathOrUuid).getPath(), kind);
+    return found;
+  }
   /// All elements, in the order of the tree.
   std::vector<Element> elements() const;
   /// By fully qualified name, or by its own where only one profile in use has it. Raises UnknownStereotype or
@@ -50,6 +66,7 @@ private:
   std::string name_;
   Surroundings surroundings_;
   ModelFile file_;
+  std::vector<tavo::String> missing_;
 };
 
 } // namespace zelkor::command

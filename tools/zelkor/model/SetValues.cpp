@@ -4,14 +4,14 @@
 #include "tools/zelkor/model/OpenModel.h"
 #include "tools/zelkor/model/Running.h"
 #include "tools/zelkor/model/Table.h"
+#include "tools/zelkor/text/Spelling.h"
 
-#include "kavra/Text.h"
 #include "tavo/model/Transaction.h"
 
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <optional>
-#include <set>
 
 namespace zelkor::command {
 namespace {
@@ -20,10 +20,14 @@ namespace {
 struct Columns {
   explicit Columns(const TableRow& head)
       : element(require(head, "element")), property(require(head, "property")), expression(require(head, "expression")),
-        units(find(head, "units")), own(find(head, "own")) {
-    for (const auto& name : head.cells)
-      if (std::ranges::find(names, name) == std::end(names))
-        tavo::raise(ModelCommandError::MissingColumn, name, "element, property, expression; units and own as well");
+        units(find(head, "units")), own(find(head, "own")), count(head.cells.size()) {
+    const std::vector<std::string> known = {"element", "property", "expression", "units", "own"};
+    for (auto name = head.cells.begin(); name != head.cells.end(); ++name) {
+      if (std::ranges::find(known, *name) == known.end())
+        tavo::raise(ModelCommandError::UnknownColumn, *name, text::suggestion(*name, known));
+      if (std::find(head.cells.begin(), name, *name) != name)
+        tavo::raise(ModelCommandError::ColumnTwice, *name);
+    }
   }
 
   static std::optional<std::size_t> find(const TableRow& head, const std::string& name) {
@@ -34,13 +38,13 @@ struct Columns {
   static std::size_t require(const TableRow& head, const std::string& name) {
     const auto found = find(head, name);
     if (!found)
-      tavo::raise(ModelCommandError::MissingColumn, name, "element, property and expression");
+      tavo::raise(ModelCommandError::MissingColumn, name);
     return *found;
   }
 
-  static constexpr std::string_view names[] = {"element", "property", "expression", "units", "own"};
   std::size_t element, property, expression;
   std::optional<std::size_t> units, own;
+  std::size_t count;
 };
 
 /// Sets the values of a table, and finds everything that is wrong with it.
@@ -50,70 +54,104 @@ public:
       : open_(open), columns_(columns), findings_(findings) {}
 
   void set(const TableRow& row) {
-    const auto cell = [&](std::size_t column) { return column < row.cells.size() ? row.cells[column] : std::string(); };
-    if (columns_.own && cell(*columns_.own) == "no")
-      return; // a default that the table shows, and nobody wants to fix
-    const auto units = columns_.units ? cell(*columns_.units) : std::string();
+    const auto cell = [&](std::optional<std::size_t> column) {
+      return column && *column < row.cells.size() ? row.cells[*column] : std::string();
+    };
+    const auto name = cell(columns_.element), own = cell(columns_.own), expression = cell(columns_.expression),
+               units = cell(columns_.units);
     Element element;
     tavo::String property;
-    if (!attempt(row, columns_.element, cell(columns_.element),
-                 [&] { element = open_.element(cell(columns_.element)); }) ||
-        !attempt(row, columns_.property, cell(columns_.element),
-                 [&] { property = OpenModel::property(element, cell(columns_.property)); }))
-      return;
-    attempt(row, columns_.expression, cell(columns_.element), [&] {
-      if (!set_.insert({element.Uuid(), property}).second)
-        tavo::raise(ModelCommandError::SetTwice, element.getPath(), property);
-      element.setPropVal(property, tavo::String::fromUtf8(cell(columns_.expression)),
-                         units.empty() ? u"*" : tavo::String::fromUtf8(units));
-      ++count_;
-    });
+    bool isValueWrong = false;
+    auto column = columns_.count;
+    try {
+      if (row.cells.size() > columns_.count)
+        tavo::raise(ModelCommandError::ExtraCell, row.cells[columns_.count]);
+      if (own == "no")
+        return; // a default that the table shows, and nobody wants to fix
+      column = columns_.own.value_or(0);
+      if (!own.empty() && own != "yes")
+        tavo::raise(ModelCommandError::NotYesOrNo, own);
+      column = columns_.element;
+      element = open_.element(name);
+      column = columns_.property;
+      property = OpenModel::property(element, cell(columns_.property));
+      column = columns_.expression;
+      const auto [first, isFirst] = lines_.try_emplace({element.Uuid(), property}, row.line);
+      if (!isFirst)
+        tavo::raise(ModelCommandError::SetTwice, element.getPath(), property, first->second);
+      // A table that shows values shows empty ones, too; anywhere else the value has been forgotten.
+      if (expression.empty() && own.empty())
+        tavo::raise(ModelCommandError::EmptyCell);
+      isValueWrong = true;
+      setValue(element, property, expression, units.empty() ? "*" : units);
+    } catch (...) {
+      if (isValueWrong && !units.empty() && wouldTake(element, property, expression))
+        column = *columns_.units;
+      addCurrent(findings_, {row.line, static_cast<std::uint32_t>(column + 1)}, name);
+    }
   }
-  std::size_t count() const { return count_; }
+  std::size_t count() const { return lines_.size(); }
 
 private:
-  template <class Action>
-  bool attempt(const TableRow& row, std::size_t column, const std::string& element, Action action) {
+  static void setValue(const Element& element, const tavo::String& property, const std::string& expression,
+                       const std::string& units) {
+    element.setPropVal(property, tavo::String::fromUtf8(expression), tavo::String::fromUtf8(units));
+  }
+  /// Whether it is only the units that are wrong.
+  static bool wouldTake(const Element& element, const tavo::String& property, const std::string& expression) {
+    const tavo::Transaction attempt(element.model());
     try {
-      action();
+      setValue(element, property, expression, "*");
       return true;
-    } catch (...) {
-      addCurrent(findings_, {row.line, static_cast<std::uint32_t>(column + 1)}, element);
-      return false;
+    } catch (const std::exception&) {
+      return false; // and why is known already
     }
   }
 
   const OpenModel& open_;
   const Columns& columns_;
   text::Findings& findings_;
-  std::set<std::pair<tavo::Uuid, tavo::String>> set_;
-  std::size_t count_ = 0;
+  std::map<std::pair<tavo::Uuid, tavo::String>, std::uint32_t> lines_; ///< where each value is set
 };
+
+/// Sets what the table says and returns how many values that were. Without one, and with findings, nothing is set.
+std::size_t setAll(const OpenModel& open, const std::filesystem::path& table, text::Findings& findings) {
+  std::vector<TableRow> rows;
+  std::optional<Columns> columns;
+  text::Place place;
+  try {
+    rows = readTable(readFile(table));
+    place = {1, 1};
+    columns.emplace(rows.empty() ? TableRow{} : rows.front());
+  } catch (...) {
+    addCurrent(findings, place);
+    return 0;
+  }
+
+  tavo::Transaction transaction(open.model());
+  Setting setting(open, *columns, findings);
+  for (auto row = rows.begin() + 1; row != rows.end(); ++row)
+    setting.set(*row);
+  if (findings.empty())
+    transaction.commit();
+  return setting.count();
+}
 
 } // namespace
 
 int setValues(const std::filesystem::path& model, const std::filesystem::path& table) {
   text::Findings found(table.string());
-  const auto status = reporting(model, {}, [&] {
+  const auto status = reporting(model, {}, false, [&] {
     OpenModel open(model);
     open.tellOfChanges();
-    const auto rows = readTable(readFile(table));
-    if (rows.empty())
-      tavo::raise(ModelCommandError::MissingColumn, "element", "element, property and expression");
-    const Columns columns(rows.front());
-    Setting setting(open, columns, found);
-
-    tavo::Transaction transaction(open.model());
-    for (auto row = rows.begin() + 1; row != rows.end(); ++row)
-      setting.set(*row);
+    const auto count = setAll(open, table, found);
     if (!found.empty())
-      return; // and with it everything is as it was
-    transaction.commit();
+      return;
     open.save();
-    std::cout << setting.count() << " values set\n";
+    open.tellReports();
+    std::cout << count << " values set\n";
   });
-  print(found.sorted());
-  return found.empty() ? status : findings;
+  return found.empty() ? status : report(found, false);
 }
 
 } // namespace zelkor::command

@@ -12,10 +12,12 @@
 #include "zelkor/property/ValueTable.h"
 #include "zelkor/property/ValueTableEntry.h"
 #include "zelkor/services/ProxySource.h"
+#include "zelkor/services/Resolver.h"
 
 #include <nlohmann/json.hpp>
 
 #include <iostream>
+#include <set>
 
 namespace zelkor::command {
 namespace {
@@ -50,8 +52,8 @@ public:
         addSet("stereotype renamed", usage.p_Name(), "becomes " + toUtf8(name) + ", values stay");
     for (const auto& name : found.p_ChangedProperties())
       addProperty("property changed", name, "gets the new type, default and units; own values stay");
-    for (const auto& name : found.p_MissingProfiles())
-      all.push_back({"profile missing", toUtf8(name), "is left alone, with all that it brought", 0, 0});
+    for (const auto& name : open.missingProfiles())
+      addProfile("profile missing", name, "is left alone, with all that it brought");
   }
 
   std::vector<Difference> all;
@@ -66,13 +68,30 @@ private:
   static std::size_t valuesOf(const property::PropertyUsage& usage) {
     return usage ? usage.p_ValueTable().p_Entries().size() : 0;
   }
+  static std::size_t valuesOf(const property::PropertySetUsage& usage) {
+    std::size_t values = 0;
+    for (const auto& property : usage.properties())
+      values += valuesOf(property);
+    return values;
+  }
   void addSet(const char* kind, const tavo::String& name, const std::string& effect) {
     const auto usage = profiles_.getPropertySet(name);
+    all.push_back(
+        {kind, toUtf8(name), effect, usage ? usage.p_AppliedElements().size() : 0, usage ? valuesOf(usage) : 0});
+  }
+  void addProfile(const char* kind, const tavo::String& name, const char* effect) {
+    std::set<tavo::Uuid> elements;
     std::size_t values = 0;
-    if (usage)
-      for (const auto& property : usage.properties())
-        values += valuesOf(property);
-    all.push_back({kind, toUtf8(name), effect, usage ? usage.p_AppliedElements().size() : 0, values});
+    for (const auto& usage : profiles_.p_PropertySets()) {
+      const auto resolver =
+          usage.propertySetProxy() ? usage.propertySetProxy().getResolver() : services::proxy::Resolver();
+      if (!resolver || resolver.uRI() != name)
+        continue;
+      values += valuesOf(usage);
+      for (const auto& element : usage.p_AppliedElements())
+        elements.insert(element.Uuid());
+    }
+    all.push_back({kind, toUtf8(name), effect, elements.size(), values});
   }
   void addProperty(const char* kind, const tavo::String& name, const char* effect) {
     const auto [setName, propertyName] = property::splitAtLastDot(name);
@@ -106,9 +125,10 @@ void print(const std::vector<Difference>& differences, bool json) {
 } // namespace
 
 int synchronize(const std::filesystem::path& model, bool dryRun, bool json) {
-  return reporting(model, {}, [&] {
+  return reporting(model, {}, json, [&] {
     OpenModel open(model);
-    print(Differences(open).all, json);
+    open.requireHealthyProfiles();
+    const auto differences = Differences(open).all;
     if (dryRun) {
       // Really done, so that everything that would be reported is, and then taken back.
       const tavo::Transaction attempt(open.model());
@@ -117,6 +137,7 @@ int synchronize(const std::filesystem::path& model, bool dryRun, bool json) {
       open.file().synchronize();
       open.save();
     }
+    print(differences, json);
     open.tellReports();
   });
 }

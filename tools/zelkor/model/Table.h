@@ -13,7 +13,8 @@ struct TableRow {
   std::vector<std::string> cells;
 };
 
-/// The rows of a table in the usual form (RFC 4180), empty lines left out. Raises BadTable (line, problem).
+/// The rows of a table in the usual form (RFC 4180), with line ends of any system, rows of nothing left out. Raises
+/// BadTable (line, problem).
 std::vector<TableRow> readTable(std::string_view content);
 
 /// A cell as it stands in such a table, in quotes where it needs them.

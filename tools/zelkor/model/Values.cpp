@@ -62,7 +62,7 @@ ordered_json asJson(const Row& row) {
 } // namespace
 
 int values(const std::filesystem::path& model, TableFormat format) {
-  return reporting(model, {}, [&] {
+  return reporting(model, {}, format == TableFormat::json, [&] {
     const OpenModel open(model);
     open.tellOfChanges();
     std::vector<Row> rows;
@@ -97,7 +97,7 @@ int values(const std::filesystem::path& model, TableFormat format) {
 }
 
 int getValue(const std::filesystem::path& model, const std::string& element, const std::string& property, bool json) {
-  return reporting(model, element, [&] {
+  return reporting(model, element, json, [&] {
     const OpenModel open(model);
     open.tellOfChanges();
     const auto found = open.element(element);

@@ -6,6 +6,12 @@
 #include <algorithm>
 
 namespace zelkor::text {
+namespace {
+
+/// What would break a line, or steer a terminal.
+bool isControl(char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }
+
+} // namespace
 
 std::string Finding::line() const {
   std::string where = file;
@@ -13,11 +19,12 @@ std::string Finding::line() const {
     where += ":" + std::to_string(place.line) + ":" + std::to_string(place.column);
   else if (!element.empty())
     where += ": " + element;
+  std::ranges::replace_if(where, isControl, ' ');
   return where + ": " + id + ": " + message;
 }
 
-void Findings::add(Place place, const std::string& element, const tavo::Error& error, const std::string& hint) {
-  // One finding is one line: the causes follow on it. An error of the host's has its text in its cause.
+std::string inOneLine(const tavo::Error& error) {
+  // An error of the host's has its text in its cause.
   std::string message;
   auto say = [&](const tavo::Error& each) {
     if (tavo::MessageCatalog::find(each.id().text()) || !each.cause())
@@ -26,9 +33,14 @@ void Findings::add(Place place, const std::string& element, const tavo::Error& e
   say(error);
   for (auto cause = error.cause(); cause; cause = cause->cause())
     say(*cause);
+  std::ranges::replace_if(message, isControl, ' ');
+  return message;
+}
+
+void Findings::add(Place place, const std::string& element, const tavo::Error& error, const std::string& hint) {
+  auto message = inOneLine(error);
   if (!hint.empty())
     message += " " + hint;
-  std::replace(message.begin(), message.end(), '\n', ' ');
   add(Finding{file_, place, element, std::string(error.id().text()), std::move(message)});
 }
 

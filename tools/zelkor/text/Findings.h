@@ -24,6 +24,9 @@ struct Finding {
   friend auto operator<=>(const Finding&, const Finding&) = default;
 };
 
+/// What an error says, with its causes, on one line.
+std::string inOneLine(const tavo::Error& error);
+
 class Findings {
 public:
   explicit Findings(std::string file) : file_(std::move(file)) {}

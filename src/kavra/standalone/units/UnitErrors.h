@@ -25,8 +25,8 @@ inline constexpr UnitErrorId StandsAlone{
     "kavra:units:StandsAlone",
     "unit '{0}' at position {1} has a zero point of its own, so it takes no prefix, power, product or quotient; "
     "write '{2}' for a difference"};
-inline constexpr UnitErrorId SyntaxError{"kavra:units:SyntaxError", "at position {1}: {0}"};
-inline constexpr UnitErrorId TooLarge{"kavra:units:TooLarge", "at position {1}: {0}"};
+inline constexpr UnitErrorId SyntaxError{"kavra:units:SyntaxError", "at position {1} of the units: {0}"};
+inline constexpr UnitErrorId TooLarge{"kavra:units:TooLarge", "at position {1} of the units: {0}"};
 inline constexpr UnitErrorId UnknownUnit{"kavra:units:UnknownUnit", "unit '{0}' is not known at position {1}"};
 inline constexpr UnitErrorId UnknownUnitSimilar{"kavra:units:UnknownUnit",
                                                 "unit '{0}' is not known at position {1}; did you mean '{2}'?"};
