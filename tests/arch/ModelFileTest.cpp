@@ -3,6 +3,11 @@
 
 #include "zelkor/clone/CloneContext.h"
 #include "zelkor/profile/ProfileUseChecker.h"
+#include "zelkor/services/ProxySource.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
 
 namespace zelkor {
 namespace {
@@ -28,6 +33,73 @@ TEST_F(ModelFileTest, AModelComesBackAsItWas) {
   EXPECT_FALSE(again.model().canUndo());
   EXPECT_EQ(tavo::modelText(again.model()), tavo::modelText(model()));
   checkInvariants(again.model());
+}
+
+TEST_F(ModelFileTest, IdentitiesThatNoLongerFollowFromThePlaceComeBack) {
+  const auto requireSameAgain = [&] {
+    modelFile.save();
+    const auto again = ModelFile::open(file("plant.xml"));
+    EXPECT_EQ(tavo::modelText(again.model()), tavo::modelText(model()));
+    EXPECT_EQ(pumpIn(again).getPrototypeNames(), pump.getPrototypeNames());
+    checkInvariants(again.model());
+  };
+  pump.applyPrototype(stereotype(u"Machine"));
+  const auto machine = pump.prototypeProxy()[1].Uuid();
+  pump.removePrototype(stereotype(u"Pump"));
+  EXPECT_EQ(pump.prototypeProxy()[0].Uuid(), machine);
+  requireSameAgain();
+
+  pump.applyPrototype(stereotype(u"Pump")); // where an identity would follow that the other one has
+  pump.setPropVal(u"Plant.Pump.flow", u"3", u"*");
+  requireSameAgain();
+
+  const auto usage = pump.findPropertyUsage(u"Plant.Pump.flow");
+  const auto entry = usage.p_ValueTable().p_Entries().find(pump.Uuid());
+  pump.clearPropVal(u"Plant.Pump.flow");
+  pump.setPropVal(u"Plant.Pump.flow", u"4", u"*");
+  EXPECT_TRUE(model().undo());
+  EXPECT_TRUE(model().undo());
+  EXPECT_TRUE(entry);
+  requireSameAgain();
+}
+
+TEST_F(ModelFileTest, TheFormerFormIsRead) {
+  // With all identities, an element for each reference, and what follows from the rest.
+  std::filesystem::copy_file(ZELKOR_TEST_DATA "/former-form.xml", file("Plane.xml"));
+  auto plane = ModelFile::open(file("Plane.xml"));
+  const auto radio = Architecture::getArchitecture(plane.model()).findElement(u"Radio").cast<Component>();
+  EXPECT_EQ(valueOf(radio, u"Avionics.Equipment.mass"), "2.5 kg");
+  const auto cache = plane.profiles().p_PrototypeToPrototypableCache();
+  EXPECT_EQ(cache.getElementsWithPrototype(u"Avionics.Equipment", false).size(), 1u)
+      << "although the profile is missing";
+  plane.save();
+  const auto again = ModelFile::open(file("Plane.xml"));
+  EXPECT_EQ(tavo::modelText(again.model()), tavo::modelText(plane.model()));
+  checkInvariants(again.model());
+}
+
+TEST_F(ModelFileTest, FilesHaveTheSizesThatWereReviewed) {
+  const auto size = [&] { return std::to_string(tavo::modelText(model()).toUtf8().size()); };
+  std::string listing = "# Bytes of a file with these elements.\n";
+  std::vector<Component> components;
+  for (int i = 0; i < 10; ++i)
+    components.push_back(hall.addComponent(tavo::String::fromUtf8("c" + std::to_string(i))));
+  listing += "10 more components = " + size() + "\n";
+  for (const auto& component : components)
+    for (const auto* name : {u"Pump", u"Machine"})
+      component.applyPrototype(stereotype(name));
+  listing += "of 2 stereotypes each = " + size() + "\n";
+  for (const auto& component : components)
+    for (const auto* name : {u"Plant.Machine.power", u"Plant.Machine.slots"})
+      component.setPropVal(name, u"3", u"*");
+  listing += "with 2 values of their own each = " + size() + "\n";
+
+  const std::string path = ZELKOR_TEST_DATA "/sizes.txt";
+  if (std::getenv("ZELKOR_UPDATE"))
+    std::ofstream(path) << listing;
+  std::ostringstream reviewed;
+  reviewed << std::ifstream(path).rdbuf();
+  EXPECT_EQ(listing, reviewed.str()) << "run this test with ZELKOR_UPDATE=1 and review what has grown";
 }
 
 TEST_F(ModelFileTest, AMissingProfileCostsNothing) {

@@ -226,7 +226,13 @@ TEST_F(SampleTest, DerivedIdentitiesFollowTheOwnerWhileTheyAreFree) {
   const auto gnome = implOf(bed).createIntoGnome(Stone::Builder());
   const auto derived = tavo::derivedUuid(bed.Uuid(), Bed::metaClass().property("gnome").id());
   EXPECT_EQ(gnome.Uuid(), derived);
-  EXPECT_NE(implOf(bed).createIntoStones(Stone::Builder()).Uuid(), implOf(bed).createIntoMark(Stone::Builder()).Uuid());
+  const auto first = implOf(bed).createIntoStones(Stone::Builder());
+  const auto second = implOf(bed).createIntoStones(Stone::Builder());
+  const auto formerly = second.Uuid();
+  EXPECT_NE(first.Uuid(), implOf(bed).createIntoMark(Stone::Builder()).Uuid());
+  EXPECT_EQ(first.Uuid(), Bed::metaClass().property("stones").derivedIdentity(bed.Uuid(), {}, 0));
+  first.destroy();
+  EXPECT_NE(implOf(bed).createIntoStones(Stone::Builder()).Uuid(), formerly) << "which has moved up";
 
   implOf(bed).setGnome({});
   EXPECT_NE(implOf(bed).createIntoGnome(Stone::Builder()).Uuid(), derived) << "the former one lives on";

@@ -89,7 +89,7 @@ struct OperationDecl {
 struct ClassFlag {
   static constexpr std::uint32_t isAbstract = 1u << 0;
   static constexpr std::uint32_t isRoot = 1u << 1;          ///< instances may stand uncontained in a saved model
-  static constexpr std::uint32_t derivedIdentity = 1u << 2; ///< in a to-one containment: from the owner and the feature
+  static constexpr std::uint32_t derivedIdentity = 1u << 2; ///< from the place in a containment, where that is possible
 };
 
 /// What a class adds up to with its bases, as far as the code of derived classes depends on it.

@@ -47,7 +47,25 @@ bool MetaProperty::isSaved() const { return !has(PropertyFlag::transient) && (!d
 bool MetaProperty::isWritable() const { return !has(PropertyFlag::readOnly); }
 
 bool MetaProperty::givesIdentityTo(const MetaClass& metaClass) const {
-  return kind_ == FeatureKind::containsOne && metaClass.has(ClassFlag::derivedIdentity);
+  if (!isContainment() || !metaClass.has(ClassFlag::derivedIdentity))
+    return false;
+  if (keys_[0])
+    return keys_[0]->datatype()->kind == Datatype::Kind::uuid;
+  return collection() == CollectionKind::sequence || kind_ == FeatureKind::containsOne;
+}
+
+Uuid MetaProperty::derivedIdentity(const Uuid& owner, const Uuid& key, std::size_t position) const {
+  const Uuid here = derivedUuid(owner, id());
+  if (kind_ == FeatureKind::containsOne)
+    return here;
+  // Of what is given second some bits are lost: those of the version, if it is an identity itself.
+  if (keys_[0])
+    return derivedUuid(key, here);
+  constexpr std::size_t keptByte = 5;
+  Uuid number{};
+  for (std::size_t i = 0; i < sizeof(std::uint32_t); ++i)
+    number.data[keptByte + i] = static_cast<std::uint8_t>(position >> 8 * i);
+  return derivedUuid(here, number);
 }
 
 bool MetaProperty::isDefault(const void* value) const {
@@ -121,6 +139,19 @@ const MetaProperty& MetaClass::property(PropertyIndex index) const {
   if (index < properties_.size())
     return *properties_[index];
   raise(FrameworkError::NoSuchProperty, static_cast<unsigned long long>(index), name());
+}
+
+const MetaProperty* MetaClass::soleReference() const {
+  if (!has(ClassFlag::derivedIdentity))
+    return nullptr;
+  const MetaProperty* sole = nullptr;
+  for (const MetaProperty* property : properties_)
+    if (property->isSaved()) {
+      if (sole || property->kind() != FeatureKind::refersOne || property->opposite())
+        return nullptr;
+      sole = property;
+    }
+  return sole;
 }
 
 std::vector<const MetaClass*> MetaClass::withSubclasses() const {

@@ -36,8 +36,11 @@ public:
   const MetaProperty* key(std::size_t which) const { return keys_[which]; }
 
   std::size_t offset() const { return offset_; }
-  /// Whether an object of that class takes its identity from its owner and this feature; see derivedUuid.
+  /// Whether an object of that class takes its identity from its place in this feature: it is the only one, or the one
+  /// of an identity that keys the feature, or the one at a position of a sequence.
   bool givesIdentityTo(const MetaClass& metaClass) const;
+  /// That identity, in an owner. `key` is what such a map has it under.
+  Uuid derivedIdentity(const Uuid& owner, const Uuid& key, std::size_t position) const;
   bool isContainment() const { return kind_ == FeatureKind::containsOne || kind_ == FeatureKind::containsMany; }
   bool isReference() const { return kind_ == FeatureKind::refersOne || kind_ == FeatureKind::refersMany; }
   bool isMany() const { return kind_ == FeatureKind::containsMany || kind_ == FeatureKind::refersMany; }
@@ -124,6 +127,9 @@ public:
   /// The features whose values are objects: what destruction and traversal visit.
   std::span<const MetaProperty* const> containments() const { return containments_; }
   std::span<const MetaProperty* const> references() const { return references_; }
+  /// The one feature that files hold of objects with derived identities, if it is a reference to one object: such an
+  /// object says nothing but where it leads. Null for all other classes.
+  const MetaProperty* soleReference() const;
   /// Direct and indirect subclasses that are registered by now, this class first.
   std::vector<const MetaClass*> withSubclasses() const;
 

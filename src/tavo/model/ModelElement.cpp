@@ -6,6 +6,8 @@
 #include "tavo/model/ModelElementDatatype.h"
 #include "tavo/model/Transaction.h"
 
+#include <algorithm>
+
 namespace tavo {
 namespace {
 
@@ -114,6 +116,15 @@ bool ModelElement::Impl::isA(const MetaClass& metaClass) const { return objectCl
 
 const MetaProperty* ModelElement::Impl::containingProperty() const {
   return container_ ? &container_->objectClass().at(containing_) : nullptr;
+}
+
+std::vector<ModelElement> ModelElement::Impl::referrers(const MetaProperty& reference) const {
+  std::vector<ModelElement> found;
+  for (const Link* link = incoming_; link; link = link->next)
+    if (&link->feature() == &reference)
+      found.emplace_back(link->source);
+  std::reverse(found.begin(), found.end());
+  return found;
 }
 
 bool ModelElement::Impl::runsHooks() const { return data().frameworkUpdateDepth() == 0; }
@@ -372,9 +383,11 @@ ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property,
   // A child of a map needs its key before it comes in.
   const bool keyed = property.key(0) != nullptr;
   tavo::Uuid identity = uuid;
-  if (identity.is_nil() && property.givesIdentityTo(metaClass)) {
-    identity = derivedUuid(uuid_, property.id());
-    if (data().find(identity)) // a former child, which has been taken out
+  // The key of a child is in the builder, so whoever wants the identity that follows from it gives it.
+  if (identity.is_nil() && !keyed && property.givesIdentityTo(metaClass)) {
+    const ItemList* siblings = property.isMany() ? items(property) : nullptr;
+    identity = property.derivedIdentity(uuid_, {}, siblings ? siblings->size() : 0);
+    if (data().find(identity)) // a former child, which has been taken out or has moved up
       identity = {};
   }
   Impl* made = data().create(metaClass, identity, keyed ? nullptr : this, keyed ? nullptr : &property);

@@ -10,6 +10,7 @@
 #include <new>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace tavo {
 
@@ -173,6 +174,8 @@ public:
   Impl* container() const { return container_; }
   /// Whether a reference without an opposite end leads here.
   bool isReferredTo() const { return incoming_ != nullptr; }
+  /// The objects that lead here through a reference without an opposite end, in the order in which that was made.
+  std::vector<ModelElement> referrers(const MetaProperty& reference) const;
   /// The feature of the container that holds this object; null for a top-level object.
   const MetaProperty* containingProperty() const;
 

@@ -199,7 +199,8 @@ private:
     ClassEntry& entry = *dictionary_.back();
     std::string name(require(attributes, xf::name));
     const MetaProperty* property = entry.metaClass->findProperty(readUuid(require(attributes, xf::id)));
-    if (!property || !property->isSaved())
+    // What follows from the rest today may have been saved by an earlier build.
+    if (!property || !(property->isSaved() || property->kind() == FeatureKind::derived))
       raise(FrameworkError::UnknownFeature, place(), name, entry.name);
     for (const auto& [known, other] : entry.features)
       if (known == name || other == property)
@@ -234,6 +235,10 @@ private:
     if (!property)
       raise(FrameworkError::UnknownFeature, place(), name, frame.entry->name);
     switch (property->kind()) {
+    case FeatureKind::derived:
+      onlyAttributes(attributes, {xf::ref});
+      frames_.push_back({Frame::Kind::leaf});
+      return;
     case FeatureKind::containsOne:
     case FeatureKind::containsMany:
       startObject(childClass(*property, attributes), frame.object, property, attributes);
@@ -274,14 +279,12 @@ private:
     Uuid uuid{};
     if (const XmlAttribute* given = find(attributes, xf::uuid))
       uuid = readUuid(given->value);
-    else if (container && property->givesIdentityTo(*entry.metaClass))
-      uuid = derivedUuid(options_.freshIdentities ? originals_[container] : container->uuid(), property->id());
-    else
+    else if (!container || !property->givesIdentityTo(*entry.metaClass))
       raise(FrameworkError::InvalidText, place(), "the object has no identity");
-    if (uuid.is_nil())
+    if (find(attributes, xf::uuid) && uuid.is_nil())
       raise(FrameworkError::InvalidText, place(), "the identity of the object is nil");
 
-    Impl* object = createObject(entry, container, property, uuid);
+    Impl* object = createObject(entry, container, property, uuid, keyOf(entry, property, attributes));
     for (const XmlAttribute& attribute : attributes) {
       if (attribute.name == xf::uuid || attribute.name == xf::classAttribute)
         continue;
@@ -311,7 +314,28 @@ private:
     }
   }
 
-  Impl* createObject(const ClassEntry& entry, Impl* container, const MetaProperty* property, const Uuid& uuid) {
+  /// The value of the attribute that keys a map of identities; nil where it is missing, and for everything else.
+  Uuid keyOf(const ClassEntry& entry, const MetaProperty* property, std::span<const XmlAttribute> attributes) const {
+    const MetaProperty* key = property ? property->key(0) : nullptr;
+    if (!key || key->datatype()->kind != Datatype::Kind::uuid)
+      return {};
+    for (const auto& [name, feature] : entry.features)
+      if (feature == key)
+        if (const XmlAttribute* given = find(attributes, name))
+          return readUuid(given->value);
+    return {};
+  }
+
+  /// A nil identity stands for the one that follows from the place.
+  Impl* createObject(const ClassEntry& entry, Impl* container, const MetaProperty* property, Uuid uuid,
+                     const Uuid& key) {
+    const bool derived = container && property->givesIdentityTo(*entry.metaClass);
+    const auto derivedIn = [&](const Uuid& owner) {
+      const ItemList* siblings = property->isMany() ? container->items(*property) : nullptr;
+      return property->derivedIdentity(owner, key, siblings ? siblings->size() : 0);
+    };
+    if (uuid.is_nil())
+      uuid = derivedIn(options_.freshIdentities ? originals_[container] : container->uuid());
     if (!options_.freshIdentities) {
       if (data_.find(uuid))
         raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
@@ -319,8 +343,7 @@ private:
     }
     if (identities_.contains(uuid))
       raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
-    const bool derived = container && property->givesIdentityTo(*entry.metaClass);
-    const Uuid fresh = derived ? derivedUuid(container->uuid(), property->id()) : randomUuid();
+    const Uuid fresh = derived ? derivedIn(container->uuid()) : randomUuid();
     Impl* object = data_.createUnplaced(*entry.metaClass, fresh, false);
     identities_.emplace(uuid, object);
     originals_.emplace(object, uuid);
@@ -332,13 +355,50 @@ private:
     const MetaProperty* property = entry.find(attribute.name);
     if (!property)
       raise(FrameworkError::UnknownFeature, place(), attribute.name, entry.name);
-    if (property->kind() == FeatureKind::refersOne)
-      refer(object, *property, attribute.value);
-    else if (property->kind() == FeatureKind::attribute)
+    switch (property->kind()) {
+    case FeatureKind::attribute:
       // The object is in no collection yet, so no index has to know.
       readPlain(*property, *property->datatype(), object.field(*property), attribute.value);
-    else
+      return;
+    case FeatureKind::refersOne:
+      refer(object, *property, attribute.value);
+      return;
+    case FeatureKind::refersMany:
+      forEachWord(attribute.value, [&](std::string_view target) { refer(object, *property, target); });
+      return;
+    case FeatureKind::containsOne:
+    case FeatureKind::containsMany:
+      readReferences(object, *property, attribute);
+      return;
+    case FeatureKind::derived:
+      return;
+    default:
       raise(FrameworkError::InvalidText, place(), "\"" + std::string(attribute.name) + "\" is no attribute");
+    }
+  }
+
+  template <class Visit>
+  static void forEachWord(std::string_view text, const Visit& visit) {
+    while (!text.empty()) {
+      const std::size_t blank = std::min(text.find(' '), text.size());
+      visit(text.substr(0, blank));
+      text.remove_prefix(std::min(blank + 1, text.size()));
+    }
+  }
+
+  /// Objects of which the file says only where they lead.
+  void readReferences(Impl& owner, const MetaProperty& property, const XmlAttribute& attribute) {
+    const MetaProperty* reference = property.target()->soleReference();
+    if (!reference || !property.givesIdentityTo(*property.target()))
+      raise(FrameworkError::InvalidText, place(), "\"" + std::string(attribute.name) + "\" is no attribute");
+    const ClassEntry& entry = childClass(property, {});
+    forEachWord(attribute.value, [&](std::string_view target) {
+      if (property.kind() == FeatureKind::containsOne && owner.one(property))
+        raise(FrameworkError::InvalidText, place(), "\"" + std::string(property.name()) + "\" holds one object only");
+      Impl* object = createObject(entry, &owner, &property, {}, {});
+      refer(*object, *reference, target);
+      data_.placeLast(*object, &owner, &property);
+    });
   }
 
   void readPlain(const MetaProperty& property, const Datatype& type, void* to, std::string_view text) {
@@ -353,13 +413,11 @@ private:
         break;
       Value empty(type);
       type.swap(to, empty.data());
-      while (!text.empty()) {
-        const std::size_t blank = std::min(text.find(' '), text.size());
+      forEachWord(text, [&](std::string_view word) {
         Value element(type.element());
-        readPlain(property, type.element(), element.data(), text.substr(0, blank));
+        readPlain(property, type.element(), element.data(), word);
         type.append(to, element.data());
-        text.remove_prefix(std::min(blank + 1, text.size()));
-      }
+      });
       return;
     }
     default:

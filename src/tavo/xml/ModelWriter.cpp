@@ -21,9 +21,11 @@ namespace xf = xmlformat;
 struct ClassEntry {
   const MetaClass* metaClass;
   std::string name;
+  bool hasOpposites = false; ///< so that objects may be referred to from there
   struct Feature {
     const MetaProperty* property;
     std::string name;
+    const MetaProperty* reference = nullptr; ///< that is all there is to say of what this holds
     bool used = false;
     bool skipped = false;
   };
@@ -77,19 +79,27 @@ private:
     if (!entry) {
       entry = std::make_unique<ClassEntry>();
       entry->metaClass = &metaClass;
+      entry->hasOpposites =
+          std::ranges::any_of(metaClass.references(), [](auto* reference) { return reference->opposite() != nullptr; });
       for (const MetaProperty* property : metaClass.properties()) {
         if (!property->isSaved())
           continue;
         ClassEntry::Feature feature{property, std::string(property->name())};
         if (std::find(xf::reserved.begin(), xf::reserved.end(), property->name()) != xf::reserved.end())
           feature.name += '_';
-        feature.skipped =
-            std::find(options_.transient.begin(), options_.transient.end(), property) != options_.transient.end() ||
-            (property->isReference() && !options_.associations);
+        feature.skipped = isLeftOut(*property);
+        feature.reference = property->isContainment() ? property->target()->soleReference() : nullptr;
+        if (feature.reference && isLeftOut(*feature.reference))
+          feature.reference = nullptr;
         entry->features.push_back(std::move(feature));
       }
     }
     return *(last_ = entry.get());
+  }
+
+  bool isLeftOut(const MetaProperty& property) const {
+    return (property.isReference() && !options_.associations) ||
+           std::find(options_.transient.begin(), options_.transient.end(), &property) != options_.transient.end();
   }
 
   /// An object on the way down a tree, and how far its features have been gone through.
@@ -101,16 +111,17 @@ private:
   };
 
   /// Goes down a tree without calling itself: how deep it may be is up to the limits, not to the stack. Calls, for each
-  /// object, `enter(object, feature that holds it)`, `pass(object, feature)` for each feature after its children, and
-  /// `leave()`; features that this document leaves out are left out.
-  template <class Enter, class Pass, class Leave>
-  void walk(Impl& root, const Enter& enter, const Pass& pass, const Leave& leave) {
+  /// object, `enter(object, feature that holds it, position in there, depth)`, `pass(object, feature)` for each feature
+  /// after its children, and `leave()`; features that this document leaves out are left out, and so are the children in
+  /// those for which `isDone(object, feature)`.
+  template <class Enter, class IsDone, class Pass, class Leave>
+  void walk(Impl& root, const Enter& enter, const IsDone& isDone, const Pass& pass, const Leave& leave) {
     std::vector<Step> path;
-    const auto goInto = [&](Impl& object, ClassEntry::Feature* in) {
+    const auto goInto = [&](Impl& object, ClassEntry::Feature* in, std::size_t position) {
       path.push_back({&object, &entryOf(object.objectClass())});
-      enter(object, in, path.size());
+      enter(object, in, position, path.size());
     };
-    goInto(root, nullptr);
+    goInto(root, nullptr, 0);
     while (!path.empty()) {
       Step& step = path.back();
       if (step.feature == step.entry->features.size()) {
@@ -119,9 +130,9 @@ private:
         continue;
       }
       ClassEntry::Feature& feature = step.entry->features[step.feature];
-      if (Impl* child = feature.skipped ? nullptr : childAt(*step.object, *feature.property, step.child)) {
-        ++step.child;
-        goInto(*child, &feature);
+      const bool hasChildren = !feature.skipped && (step.child > 0 || !isDone(*step.object, feature));
+      if (Impl* child = hasChildren ? childAt(*step.object, *feature.property, step.child) : nullptr) {
+        goInto(*child, &feature, step.child++);
         continue;
       }
       if (!feature.skipped)
@@ -150,13 +161,14 @@ private:
     const std::size_t most = Limits::current().nesting;
     walk(
         root,
-        [&](Impl& object, ClassEntry::Feature* in, std::size_t depth) {
+        [&](Impl& object, ClassEntry::Feature* in, std::size_t, std::size_t depth) {
           if (depth + above > most)
             raise(FrameworkError::LimitExceeded, object.objectClass().name(), XmlLimit::nesting,
                   static_cast<unsigned long long>(most));
           if (in)
             in->used = true;
         },
+        [](Impl&, ClassEntry::Feature&) { return false; },
         [this](Impl& object, ClassEntry::Feature& feature) { survey(object, feature); }, [] {});
   }
 
@@ -281,7 +293,11 @@ private:
 
   void writeObjects(Impl& root) {
     walk(
-        root, [this](Impl& object, ClassEntry::Feature* in, std::size_t) { startObject(object, in); },
+        root,
+        [this](Impl& object, ClassEntry::Feature* in, std::size_t position, std::size_t) {
+          startObject(object, in, position);
+        },
+        [this](Impl& object, ClassEntry::Feature& feature) { return areReferences(object, feature); },
         [this](Impl& object, ClassEntry::Feature& feature) {
           if (feature.used)
             writeAsElement(object, feature);
@@ -289,22 +305,47 @@ private:
         [this] { xml_.end(); });
   }
 
+  static bool hasDerivedIdentity(const Impl& object, const MetaProperty& in, std::size_t position) {
+    if (!in.givesIdentityTo(object.objectClass()))
+      return false;
+    const MetaProperty* key = in.key(0);
+    return object.uuid() == in.derivedIdentity(object.container()->uuid(),
+                                               key ? *static_cast<const Uuid*>(object.field(*key)) : Uuid{}, position);
+  }
+
+  std::string_view anchorOf(Impl& object, const ClassEntry& entry) const {
+    if (!object.isReferredTo() && !entry.hasOpposites)
+      return {};
+    const auto use = targets_.find(&object);
+    return use == targets_.end() ? std::string_view() : use->second.anchor;
+  }
+
+  /// Whether the objects in a feature can stand as references to what they lead to, since there is nothing else to say.
+  bool areReferences(Impl& object, const ClassEntry::Feature& feature) {
+    const MetaProperty& property = *feature.property;
+    if (!feature.reference)
+      return false;
+    for (std::size_t i = 0; Impl* child = childAt(object, property, i); ++i)
+      if (i == xf::mostInAttribute || &child->objectClass() != property.target() || !child->one(*feature.reference) ||
+          !hasDerivedIdentity(*child, property, i) || !anchorOf(*child, entryOf(child->objectClass())).empty())
+        return false;
+    return true;
+  }
+
   /// Opens an object's element and writes its attributes.
-  void startObject(Impl& object, const ClassEntry::Feature* holder) {
+  void startObject(Impl& object, const ClassEntry::Feature* holder, std::size_t position) {
     const ClassEntry& entry = entryOf(object.objectClass());
     const MetaProperty* in = holder ? holder->property : nullptr;
     xml_.start(holder ? holder->name : entry.name);
     if (in && in->target() != &object.objectClass())
       xml_.attribute(xf::classAttribute, entry.name);
-    const bool derived = in && in->givesIdentityTo(object.objectClass()) &&
-                         object.uuid() == derivedUuid(object.container()->uuid(), in->id());
-    if (!derived) {
+    if (!in || !hasDerivedIdentity(object, *in, position)) {
       char text[36];
       toText(object.uuid(), text);
       xml_.attribute(xf::uuid, std::string_view(text, sizeof text));
     }
-    if (const auto use = targets_.find(&object); use != targets_.end() && !use->second.anchor.empty())
-      xml_.attribute(xf::anchor, use->second.anchor);
+    if (const auto anchor = anchorOf(object, entry); !anchor.empty())
+      xml_.attribute(xf::anchor, anchor);
     for (const auto& feature : entry.features)
       if (feature.used && !feature.skipped)
         writeAsAttribute(object, feature);
@@ -312,17 +353,34 @@ private:
 
   void writeAsAttribute(Impl& object, const ClassEntry::Feature& feature) {
     const MetaProperty& property = *feature.property;
-    if (property.kind() == FeatureKind::refersOne) {
-      if (Impl* target = object.one(property))
-        xml_.attribute(feature.name, reference(*target));
+    if (property.kind() != FeatureKind::attribute) {
+      text_.clear();
+      if (property.isReference())
+        appendReferences(object, property);
+      else if (areReferences(object, feature))
+        for (std::size_t i = 0; Impl* child = childAt(object, property, i); ++i)
+          appendReferences(*child, *feature.reference);
+      if (!text_.empty())
+        xml_.attribute(feature.name, text_);
       return;
     }
-    if (property.kind() != FeatureKind::attribute)
-      return;
     const void* value = object.field(property);
     const Datatype& type = *property.datatype();
     if (!property.isDefault(value) && formOf(type, value) == Form::attribute)
       writePlain(feature.name, type, value);
+  }
+
+  /// Appends what a reference leads to, unless that is too much for an attribute.
+  void appendReferences(Impl& object, const MetaProperty& property) {
+    const auto append = [this](const Impl& target) { (text_ += text_.empty() ? "" : " ") += reference(target); };
+    if (property.kind() == FeatureKind::refersOne) {
+      if (Impl* target = object.one(property))
+        append(*target);
+      return;
+    }
+    ItemList* list = object.items(property);
+    for (std::size_t i = 0; list && list->size() <= xf::mostInAttribute && i < list->size(); ++i)
+      append(*list->objectAt(i));
   }
 
   void writePlain(std::string_view name, const Datatype& type, const void* value) {
@@ -358,7 +416,7 @@ private:
       return;
     }
     case FeatureKind::refersMany:
-      if (ItemList* list = object.items(property))
+      if (ItemList* list = object.items(property); list && list->size() > xf::mostInAttribute)
         for (std::size_t i = 0; i < list->size(); ++i)
           xml_.start(feature.name).attribute(xf::ref, reference(*list->objectAt(i))).end();
       return;

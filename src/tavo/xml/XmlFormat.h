@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 namespace tavo::xmlformat {
@@ -35,6 +36,9 @@ inline constexpr std::string_view value = "value";
 inline constexpr std::string_view item = "item";
 inline constexpr std::string_view escaped = "escaped"; // the text holds what XML cannot carry
 inline constexpr std::string_view none = "none";       // an optional value that is absent although the default is not
+
+/// So many references of one feature stand in one attribute; more are elements, so that files can be compared.
+inline constexpr std::size_t mostInAttribute = 8;
 
 /// Names that a feature cannot have in the body: they get an underscore.
 inline constexpr std::array reserved = {uuid, classAttribute, anchor};

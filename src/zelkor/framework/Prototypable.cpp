@@ -7,7 +7,6 @@
 #include "zelkor/profile/ProfileNames.h"
 #include "zelkor/profile/ProfileNamespace.h"
 #include "zelkor/profile/Prototype.h"
-#include "zelkor/profile/PrototypeToPrototypableCache.h"
 #include "zelkor/property/PropertySet.h"
 #include "zelkor/property/PropertySetUsage.h"
 #include "zelkor/property/PropertyUsage.impl.h"
@@ -78,10 +77,8 @@ void Prototypable::Impl::applyPrototype(const Prototype& prototype) {
   const auto profiles = getProfileNamespace();
   const auto usage = usageOf(profiles, prototype);
   const auto resolver = usage.propertySetProxy().getResolver();
-  getPrototypeProxyMutable().add(ProxySource::createProxySource(prototype, This(), resolver, true));
+  services::proxy::addReference(This(), at(Index::prototypeProxy), prototype, resolver);
   applyPropertySet(usage);
-  if (const auto cache = profiles.p_PrototypeToPrototypableCache())
-    cache.addElement(usage.p_Name(), This());
   transaction.commit();
 }
 
@@ -95,8 +92,6 @@ void Prototypable::Impl::removePrototype(const Prototype& prototype) {
   (source).destroy();
   if (usage && !needsPropertySet(usage))
     removePropertySet(usage, true);
-  if (const auto cache = profiles ? profiles.p_PrototypeToPrototypableCache() : profile::PrototypeToPrototypableCache())
-    cache.removeElement(prototype.getFullyQualifiedName(), This());
   transaction.commit();
 }
 
@@ -186,8 +181,6 @@ void Prototypable::Impl::remapAssociations(const NamedElement& copy, const clone
     if (prototype && !staysInModel)
       profiles.addProfile(prototype.getProfile().getName(), false);
     services::proxy::addReference(to, to.objectClass().at(Index::prototypeProxy), reference);
-    if (const auto cache = profiles.p_PrototypeToPrototypableCache())
-      cache.addElement(prototype ? prototype.getFullyQualifiedName() : reference.getTargetName(), to);
   }
   // Through the usages, so that what a missing stereotype has left on the element comes along.
   for (const auto& usage : from.p_PropertySets().toVector()) {

@@ -1,16 +1,22 @@
 #include "zelkor/profile/PrototypeToPrototypableCache.impl.h"
 
 #include "tavo/model/Transaction.h"
-#include "zelkor/framework/Prototypable.h"
+#include "zelkor/framework/Prototypable.impl.h"
 #include "zelkor/profile/ProfileCatalog.h"
+#include "zelkor/profile/ProfileNames.h"
 #include "zelkor/profile/Prototype.h"
 #include "zelkor/profile/PrototypeToPrototypableCacheEntry.impl.h"
+#include "zelkor/services/ModelResolvers.h"
+#include "zelkor/services/ProxySource.impl.h"
+#include "zelkor/services/ProxyTarget.h"
 
 #include <unordered_set>
 
 namespace zelkor::profile {
 
 using internal::Prototypable;
+using services::proxy::ProxySource;
+using services::proxy::ProxyTarget;
 
 namespace {
 
@@ -18,20 +24,36 @@ PrototypeToPrototypableCacheEntry::Impl& objectOf(const PrototypeToPrototypableC
   return static_cast<PrototypeToPrototypableCacheEntry::Impl&>(entry.object());
 }
 
-PrototypeToPrototypableCacheEntry requireEntry(PrototypeToPrototypableCache::Impl& cache, const tavo::String& name) {
-  if (auto known = cache.getP_Entries().find(name))
-    return known;
-  auto entry = PrototypeToPrototypableCacheEntry::create(cache.model());
-  objectOf(entry).setP_PrototypeName(name);
-  cache.getP_EntriesMutable().add(entry);
-  return entry;
+/// What the references of the model to the stereotype of that name share; several while a profile has been replaced by
+/// another one of its name.
+std::vector<ProxyTarget> targetsOf(const tavo::Model& model, const tavo::String& name) {
+  const auto prototype = ProfileCatalog::instance().getPrototype(name);
+  const auto isMeant = [&](const ProxyTarget& target) {
+    if (prototype && target.targetId() == prototype.Uuid())
+      return true;
+    return target.targetName() == name && target.targetClassId() == Prototype::metaClass().id() &&
+           !target.findElement();
+  };
+  const auto profileName = splitQualifiedName(name).first;
+  std::vector<ProxyTarget> found;
+  for (const auto& resolver : services::proxy::resolversOf<services::proxy::Resolver>(model))
+    if (resolver.uRI().view() == profileName)
+      for (const auto& target : resolver.proxies())
+        if (isMeant(target))
+          found.push_back(target);
+  return found;
 }
 
 } // namespace
 
 void PrototypeToPrototypableCache::Impl::addEntry(const Prototype& prototype) {
+  const auto name = prototype.getFullyQualifiedName();
+  if (getP_Entries().find(name))
+    return;
   tavo::Transaction transaction(model());
-  requireEntry(*this, prototype.getFullyQualifiedName());
+  const auto entry = PrototypeToPrototypableCacheEntry::create(model());
+  objectOf(entry).setP_PrototypeName(name);
+  getP_EntriesMutable().add(entry);
   transaction.commit();
 }
 
@@ -45,21 +67,6 @@ void PrototypeToPrototypableCache::Impl::renameEntry(const tavo::String& oldName
     objectOf(entry).setP_PrototypeName(newName);
 }
 
-void PrototypeToPrototypableCache::Impl::addElement(const tavo::String& fullyQualifiedName,
-                                                    const Prototypable& element) {
-  tavo::Transaction transaction(model());
-  const auto entry = requireEntry(*this, fullyQualifiedName);
-  if (!entry.p_Elements().contains(element))
-    objectOf(entry).getP_ElementsMutable().add(element);
-  transaction.commit();
-}
-
-void PrototypeToPrototypableCache::Impl::removeElement(const tavo::String& fullyQualifiedName,
-                                                       const Prototypable& element) {
-  if (const auto entry = getP_Entries().find(fullyQualifiedName))
-    objectOf(entry).getP_ElementsMutable().remove(element);
-}
-
 std::vector<Prototypable>
 PrototypeToPrototypableCache::Impl::getElementsWithPrototype(const tavo::String& fullyQualifiedName,
                                                              bool includeDerived) const {
@@ -67,7 +74,7 @@ PrototypeToPrototypableCache::Impl::getElementsWithPrototype(const tavo::String&
   std::unordered_set<const tavo::ModelElement::Impl*> seen;
   const auto take = [&](const tavo::String& name) {
     if (const auto entry = getP_Entries().find(name))
-      for (const auto& element : entry.p_Elements())
+      for (const auto& element : entry.getElements())
         if (seen.insert(element.get()).second)
           elements.push_back(element);
   };
@@ -83,6 +90,20 @@ std::vector<tavo::String> PrototypeToPrototypableCache::Impl::getPrototypeNames(
   for (const auto& entry : getP_Entries())
     names.push_back(entry.p_PrototypeName());
   return names;
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Entries
+
+std::vector<Prototypable> PrototypeToPrototypableCacheEntry::Impl::getElements() const {
+  const auto& reference = ProxySource::metaClass().at(ProxySource::Impl::Index::target);
+  const auto& applied = Prototypable::metaClass().at(Prototypable::Impl::Index::prototypeProxy);
+  std::vector<Prototypable> elements;
+  for (const auto& target : targetsOf(model(), getP_PrototypeName()))
+    for (const auto& source : target.object().referrers(reference))
+      if (source.object().containingProperty() == &applied)
+        elements.push_back(source.container().as<Prototypable>());
+  return elements;
 }
 
 } // namespace zelkor::profile

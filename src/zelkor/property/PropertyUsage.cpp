@@ -221,11 +221,11 @@ void PropertyUsage::Impl::copyValues(const std::vector<PropertyOwner>& from, con
     static_cast<PropertySetUsage::Impl&>(target.object()).getPropertiesMutable().add(copy);
   }
   const auto table = copy.p_ValueTable();
-  auto& entries = static_cast<ValueTable::Impl&>(table.object());
+  auto& values = static_cast<ValueTable::Impl&>(table.object());
   for (std::size_t i = 0; i < std::min(from.size(), to.size()); ++i)
     if (const auto value = getP_ValueTable().getValue(from[i].Uuid())) {
       table.removeEntry(to[i].Uuid());
-      entries.getP_EntriesMutable().add(ValueTableEntry::make(home, to[i].Uuid(), value.clone(home)));
+      values.addCopy(to[i].Uuid(), value);
     }
   transaction.commit();
 }

@@ -146,9 +146,11 @@ void Value::Impl::aboutToSetUnits(const tavo::String& units) {
     checker.checkCompatible(units, numeric.units());
 }
 
-Value Value::Impl::clone(const tavo::Model& target) const {
+Value Value::Impl::clone(const tavo::Model& target) const { return cloneAs(target, {}); }
+
+Value Value::Impl::cloneAs(const tavo::Model& target, const tavo::Uuid& identity) const {
   tavo::Transaction transaction(target); // a copy that fails leaves nothing behind
-  auto copy = Value::create(target);
+  auto copy = Value::create(target, identity);
   auto& object = static_cast<Impl&>(copy.object());
   proxy::referAs(copy, at(Index::valueTypeProxy), getValueTypeProxy());
 

@@ -3,7 +3,7 @@
 #include "tavo/model/Transaction.h"
 #include "zelkor/parameter/ParameterUsage.h"
 #include "zelkor/property/PropertyUsage.h"
-#include "zelkor/property/Value.h"
+#include "zelkor/property/Value.impl.h"
 #include "zelkor/property/ValueTableEntry.impl.h"
 
 namespace zelkor::property {
@@ -19,6 +19,34 @@ Value presentValue(const ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
   return {};
 }
 
+/// The identities of an entry and its value, which follow from table and element; nil where another object has them.
+struct EntryIdentities {
+  EntryIdentities(const ValueTable::Impl& table, const tavo::Uuid& elemUUID)
+      : entry(table.objectClass().at(ValueTable::Impl::Index::p_Entries).derivedIdentity(table.uuid(), elemUUID, 0)),
+        value(ValueTableEntry::metaClass().at(ValueTableEntry::Impl::Index::p_Value).derivedIdentity(entry, {}, 0)) {
+    if (table.model().find(entry))
+      entry = {};
+    if (table.model().find(value))
+      value = {};
+  }
+
+  tavo::Uuid entry;
+  tavo::Uuid value;
+};
+
+ValueTableEntry makeEntry(const tavo::Model& model, const tavo::Uuid& identity, const tavo::Uuid& elemUUID,
+                          const Value& value) {
+  tavo::Transaction transaction(model);
+  auto entry = ValueTableEntry::create(model, identity);
+  auto& object = static_cast<ValueTableEntry::Impl&>(entry.object());
+  object.setP_ElemUUID(elemUUID);
+  object.getP_ValueMutable().add(value);
+  transaction.commit();
+  return entry;
+}
+
+const Value::Impl& objectOf(const Value& value) { return static_cast<const Value::Impl&>(value.object()); }
+
 } // namespace
 
 ValueTable ValueTable::make(const tavo::Model& model) { return ValueTable::create(model); }
@@ -31,11 +59,21 @@ Value ValueTable::Impl::getValue(const tavo::Uuid& elemUUID) const {
 void ValueTable::Impl::addEntry(const tavo::Uuid& elemUUID, const tavo::String& expression, const tavo::String& unit) {
   tavo::Transaction transaction(model());
   const auto present = presentValue(*this, elemUUID);
-  const auto value = present ? present.clone(model()) : Value::create(model());
+  const EntryIdentities identities(*this, elemUUID);
+  const auto value =
+      present ? objectOf(present).cloneAs(model(), identities.value) : Value::create(model(), identities.value);
   value.setExpression(expression);
   if (unit != u"*")
     value.setUnit(unit);
-  getP_EntriesMutable().add(ValueTableEntry::make(model(), elemUUID, value));
+  getP_EntriesMutable().add(makeEntry(model(), identities.entry, elemUUID, value));
+  transaction.commit();
+}
+
+void ValueTable::Impl::addCopy(const tavo::Uuid& elemUUID, const Value& value) {
+  tavo::Transaction transaction(model());
+  const EntryIdentities identities(*this, elemUUID);
+  const auto copy = objectOf(value).cloneAs(model(), identities.value);
+  getP_EntriesMutable().add(makeEntry(model(), identities.entry, elemUUID, copy));
   transaction.commit();
 }
 
@@ -60,16 +98,10 @@ void ValueTable::Impl::aboutToDestroy() {
 // Entries
 
 ValueTableEntry ValueTableEntry::make(const tavo::Model& model, const tavo::Uuid& elemUUID, const Value& value) {
-  tavo::Transaction transaction(model);
-  auto entry = ValueTableEntry::create(model);
-  auto& object = static_cast<Impl&>(entry.object());
-  object.setP_ElemUUID(elemUUID);
-  if (const auto element = model.find(elemUUID))
-    object.setP_Element(element);
-  object.getP_ValueMutable().add(value);
-  transaction.commit();
-  return entry;
+  return makeEntry(model, {}, elemUUID, value);
 }
+
+tavo::ModelElement ValueTableEntry::Impl::getP_Element() const { return model().find(getP_ElemUUID()); }
 
 Value ValueTableEntry::Impl::getValue() const { return getP_Value(); }
 

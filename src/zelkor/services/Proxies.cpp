@@ -52,15 +52,19 @@ ProxySource sourceIn(const tavo::ModelElement& owner, const tavo::MetaProperty& 
   return ProxySource(owner.object().one(feature));
 }
 
+void createSource(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& target) {
+  const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
+  auto* source = owner.object().createInto(feature, plain);
+  static_cast<ProxySource::Impl&>(*source).setTarget(target);
+}
+
 void put(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& target) {
   if (const auto former = sourceIn(owner, feature)) {
     if (former.target() == target)
       return;
     former.destroy();
   }
-  const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
-  auto* source = owner.object().createInto(feature, plain);
-  static_cast<ProxySource::Impl&>(*source).setTarget(target);
+  createSource(owner, feature, target);
 }
 
 } // namespace
@@ -104,13 +108,21 @@ void referAs(const ProxySource& copy, const ProxySource& source) {
   transaction.commit();
 }
 
+void addReference(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxiableElement& target,
+                  const Resolver& resolver) {
+  tavo::Transaction transaction(owner.model());
+  const auto proxyTarget = resolver.createProxyTarget(target);
+  createSource(owner, feature, proxyTarget);
+  proxyTarget.bindTo(target);
+  transaction.commit();
+}
+
 void addReference(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxySource& source) {
-  if (!source.target())
+  const auto target = source.target();
+  if (!target)
     return;
   tavo::Transaction transaction(owner.model());
-  const auto copy = ProxySource::create(owner.model());
-  referAs(copy, source);
-  owner.object().add(feature, copy.get());
+  createSource(owner, feature, targetLike(owner.model(), target));
   transaction.commit();
 }
 

@@ -22,7 +22,11 @@ ZELKOR_EXPORT void referAs(const tavo::ModelElement& owner, const tavo::MetaProp
 ZELKOR_EXPORT void referTo(const ProxySource& source, const ProxiableElement& target);
 ZELKOR_EXPORT void referAs(const ProxySource& copy, const ProxySource& source);
 
-/// Adds a source to `feature`, a to-many containment of `owner`, that refers to what `source` refers to.
+/// Adds a source to `feature`, a to-many containment of `owner`, that refers to `target` through `resolver`.
+ZELKOR_EXPORT void addReference(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
+                                const ProxiableElement& target, const Resolver& resolver);
+
+/// The same for what `source` refers to, whether or not that can be had.
 ZELKOR_EXPORT void addReference(const tavo::ModelElement& owner, const tavo::MetaProperty& feature,
                                 const ProxySource& source);
 
