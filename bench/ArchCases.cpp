@@ -1,5 +1,6 @@
-// Elements that carry three stereotypes of eight properties each, with own values for three of them: a length, a whole
-// number with a range, a text. The least that could be asked for is a flat map from the element to a text.
+// Elements that carry three stereotypes of eight properties each, with own values for three of these: a length, a whole
+// number with a range, a text; so nine values for an element. The least that could be asked for is a flat map from the
+// element to a text.
 #include "bench/Harness.h"
 
 #include "arch/Architecture.h"
@@ -21,8 +22,15 @@
 
 #include <boost/unordered/unordered_flat_map.hpp>
 
+#include <algorithm>
+#include <filesystem>
+
+#include <unistd.h>
+
 namespace bench {
 namespace {
+
+namespace fs = std::filesystem;
 
 using tavo::String;
 using zelkor::Component;
@@ -38,43 +46,70 @@ unsigned numberOf(std::size_t object, std::size_t round) {
   return static_cast<unsigned>((object * 7 + round * 13) % 90 + 10);
 }
 
-struct Property {
+constexpr std::size_t stereotypeCount = 3;
+
+/// The kinds of property that elements have values of their own for; each stereotype has one of each.
+struct Kind {
   const char* label;
-  const char16_t* name;
   String (*text)(unsigned number);
 };
-const Property properties[] = {
-    {"length", u"Bench.S0.p0", [](unsigned n) { return ascii(std::to_string(n) + ".5"); }},
-    {"int32", u"Bench.S1.p1", [](unsigned n) { return ascii(std::to_string(n)); }},
-    {"text", u"Bench.S2.p2", [](unsigned n) { return ascii("'" + std::to_string(n) + "'"); }},
+const Kind kinds[] = {
+    {"length", [](unsigned n) { return ascii(std::to_string(n) + ".5"); }},
+    {"int32", [](unsigned n) { return ascii(std::to_string(n)); }},
+    {"text", [](unsigned n) { return ascii("'" + std::to_string(n) + "'"); }},
 };
+constexpr std::size_t valuesPerElement = stereotypeCount * std::size(kinds);
+
+/// "Bench.S0.p0": the first three properties of a stereotype are those with own values.
+String nameOf(std::size_t stereotype, std::size_t property) {
+  return ascii("Bench.S" + std::to_string(stereotype) + ".p" + std::to_string(property));
+}
+
+std::vector<String> textsOf(const Kind& kind, const Setting& setting, std::size_t round) {
+  std::vector<String> texts;
+  texts.reserve(setting.objects);
+  for (std::size_t i = 0; i < setting.objects; ++i)
+    texts.push_back(kind.text(numberOf(i, round)));
+  return texts;
+}
+
+std::uint64_t sumOf(const String& text) {
+  std::uint64_t sum = 0;
+  for (const char16_t unit : text.view())
+    sum = sum * 31 + unit;
+  return sum;
+}
+
+void define(const Prototype& stereotype, std::size_t p) {
+  const char16_t* const types[] = {u"double", u"int32", u"string"};
+  const auto definition = stereotype.getPropertySet().addProperty(ascii("p" + std::to_string(p)), types[p % 3]);
+  if (p % 3 == 0)
+    definition.setUnit(u"m");
+  if (p % 3 == 1)
+    definition.setMinAndMax(kavra::HostArray::scalar(std::int64_t{0}), kavra::HostArray::scalar(std::int64_t{1000}));
+  definition.setDefaultPropertyValue(p % 3 == 2 ? u"'none'" : u"1", u"*");
+}
+
+/// A profile in the catalog, as long as the catalog is not emptied.
+std::vector<Prototype> makeProfile(const String& name) {
+  const auto profile = Profile::newProfile(name);
+  std::vector<Prototype> stereotypes;
+  for (std::size_t s = 0; s < stereotypeCount; ++s) {
+    stereotypes.push_back(profile.addPrototype(ascii("S" + std::to_string(s)), {}, {}));
+    for (std::size_t p = 0; p < 8; ++p)
+      define(stereotypes.back(), p);
+  }
+  return stereotypes;
+}
 
 /// The profile, in the catalog as long as this lives.
 struct BenchProfile {
-  BenchProfile() {
-    for (int s = 0; s < 3; ++s) {
-      const auto stereotype = profile.addPrototype(ascii("S" + std::to_string(s)), {}, {});
-      for (int p = 0; p < 8; ++p)
-        define(stereotype, p);
-      stereotypes.push_back(stereotype);
-    }
-  }
+  BenchProfile() = default;
   BenchProfile(const BenchProfile&) = delete;
   BenchProfile& operator=(const BenchProfile&) = delete;
   ~BenchProfile() { zelkor::profile::ProfileCatalog::instance().unloadAllProfiles(); }
 
-  static void define(const Prototype& stereotype, int p) {
-    const char16_t* const types[] = {u"double", u"int32", u"string"};
-    const auto definition = stereotype.getPropertySet().addProperty(ascii("p" + std::to_string(p)), types[p % 3]);
-    if (p % 3 == 0)
-      definition.setUnit(u"m");
-    if (p % 3 == 1)
-      definition.setMinAndMax(kavra::HostArray::scalar(std::int64_t{0}), kavra::HostArray::scalar(std::int64_t{1000}));
-    definition.setDefaultPropertyValue(p % 3 == 2 ? u"'none'" : u"1", u"*");
-  }
-
-  Profile profile = Profile::newProfile(u"Bench");
-  std::vector<Prototype> stereotypes{};
+  const std::vector<Prototype> stereotypes = makeProfile(u"Bench");
 };
 
 /// A model of so many components, below parts of a thousand each.
@@ -102,64 +137,84 @@ struct Plant {
       zelkor::services::ModelEventBroadcastSystem::instance().subscribe([this](const auto&) { ++heard; });
 };
 
+std::uint64_t objectsIn(const Plant& plant) { return plant.file.model().objectCount(); }
+
+/// The way back and forth over the last steps of what `change` has measured, which is their floor.
+void undoAndRedo(Table& table, const Setting& setting, const Plant& plant, const std::string& of, const Meter& change) {
+  const auto& model = plant.file.model();
+  const std::size_t steps = std::min(setting.undoDepth, setting.objects);
+  const std::uint64_t made = objectsIn(plant);
+  Meter undo(model), redo(model);
+  std::uint64_t undone = 0;
+  for (int round = 0; round < 3; ++round) {
+    undo.run(steps, [&] {
+      for (std::size_t step = 0; step < steps; ++step)
+        model.undo();
+    });
+    undone = objectsIn(plant);
+    redo.run(steps, [&] {
+      for (std::size_t step = 0; step < steps; ++step)
+        model.redo();
+    });
+  }
+  table.add(setting, "  undo of " + of, undo, change.nanoseconds(), undone < made, 1, {0, 0});
+  table.add(setting, "  redo of " + of, redo, change.nanoseconds(), objectsIn(plant), made, {0, 0});
+}
+
 void apply(Table& table, const Setting& setting, const Plant& plant) {
   Meter meter(plant.file.model());
   const auto order = orderOf(setting);
-  meter.run(order.size() * 3, [&] {
-    for (const std::size_t i : order)
-      for (const auto& stereotype : plant.bench.stereotypes)
+  for (const auto& stereotype : plant.bench.stereotypes)
+    meter.run(order.size(), [&] {
+      for (const std::size_t i : order)
         plant.elements[i].applyPrototype(stereotype);
-  });
+    });
   std::size_t found = 0;
   Meter search(plant.file.model());
   const auto cache = plant.file.profiles().p_PrototypeToPrototypableCache();
   search.run(order.size(), [&] { found = cache.getElementsWithPrototype(u"Bench.S1", false).size(); });
   table.add(setting, "apply", meter, 0, found, order.size(), {});
+  undoAndRedo(table, setting, plant, "apply", meter);
   table.add(setting, "elements of a stereotype", search, 0, found, order.size(), {});
 }
 
 void firstValues(Table& table, const Setting& setting, const Plant& plant) {
   const auto order = orderOf(setting);
   const std::size_t before = heapBytes();
-  for (const auto& property : properties) {
-    std::vector<String> texts;
-    for (std::size_t i = 0; i < setting.objects; ++i)
-      texts.push_back(property.text(numberOf(i, 0)));
-    const String name = property.name;
+  for (std::size_t kind = 0; kind < std::size(kinds); ++kind) {
+    const auto texts = textsOf(kinds[kind], setting, 0);
     const std::uint64_t heard = plant.heard;
     Meter meter(plant.file.model());
-    meter.run(order.size(), [&] {
-      for (const std::size_t i : order)
-        plant.elements[i].setPropVal(name, texts[i], keepUnits);
-    });
-    table.add(setting, std::string("first value: ") + property.label, meter, 0, plant.heard - heard, order.size(), {});
+    for (std::size_t stereotype = 0; stereotype < stereotypeCount; ++stereotype) {
+      const String name = nameOf(stereotype, kind);
+      meter.run(order.size(), [&] {
+        for (const std::size_t i : order)
+          plant.elements[i].setPropVal(name, texts[i], keepUnits);
+      });
+    }
+    const std::string label = kinds[kind].label;
+    table.add(setting, "first value: " + label, meter, 0, plant.heard - heard, order.size() * stereotypeCount, {});
+    undoAndRedo(table, setting, plant, "first " + label, meter);
+    plant.file.model().clearHistory();
   }
-  plant.file.model().clearHistory();
   for (const auto& element : plant.elements)
-    for (const auto& property : properties)
-      element.getPropValObject(property.name).getValueIfExists();
-  Table::addBytes(setting, "  a stored value", heapBytes() - before, setting.objects * std::size(properties));
+    for (std::size_t stereotype = 0; stereotype < stereotypeCount; ++stereotype)
+      for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
+        element.getPropValObject(nameOf(stereotype, kind)).getValueIfExists();
+  Table::addBytes(setting, "  a stored value", heapBytes() - before, setting.objects * valuesPerElement);
 }
 
 void overwrite(Table& table, const Setting& setting, const Plant& plant) {
   boost::unordered_flat_map<tavo::Uuid, String, tavo::UuidHash> map;
   for (const auto& element : plant.elements)
     map.emplace(element.Uuid(), String());
-  for (const auto& property : properties) {
-    std::vector<String> texts[4];
-    for (std::size_t round = 0; round < 4; ++round)
-      for (std::size_t i = 0; i < setting.objects; ++i)
-        texts[round].push_back(property.text(numberOf(i, round)));
-    const String name = property.name;
-    const auto sumOf = [](const String& text) {
-      std::uint64_t sum = 0;
-      for (const char16_t unit : text.view())
-        sum = sum * 31 + unit;
-      return sum;
-    };
+  for (std::size_t kind = 0; kind < std::size(kinds); ++kind) {
+    const std::vector<String> texts[] = {textsOf(kinds[kind], setting, 0), textsOf(kinds[kind], setting, 1),
+                                         textsOf(kinds[kind], setting, 2), textsOf(kinds[kind], setting, 3)};
+    const String name = nameOf(kind, kind);
     measureChange(table, setting, plant.file.model(),
                   {
-                      .name = std::string("set: ") + property.label,
+                      .name = std::string("set: ") + kinds[kind].label,
                       .change =
                           [&](const auto& order, std::size_t round) {
                             for (const std::size_t i : order)
@@ -190,31 +245,135 @@ void overwrite(Table& table, const Setting& setting, const Plant& plant) {
   }
 }
 
+/// All values of all elements as one change, which is one step back.
+void overwriteAll(Table& table, const Setting& setting, const Plant& plant) {
+  const auto& model = plant.file.model();
+  const auto order = orderOf(setting);
+  const std::vector<String> texts[] = {textsOf(kinds[0], setting, 1), textsOf(kinds[1], setting, 1),
+                                       textsOf(kinds[2], setting, 1)};
+  String names[stereotypeCount][std::size(kinds)];
+  for (std::size_t stereotype = 0; stereotype < stereotypeCount; ++stereotype)
+    for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
+      names[stereotype][kind] = nameOf(stereotype, kind);
+  const auto sum = [&] {
+    std::uint64_t all = 0;
+    for (const auto& element : plant.elements)
+      all += sumOf(element.getPropVal(names[1][0]).expression);
+    return all;
+  };
+  const std::uint64_t before = sum();
+  Meter change(model), undo(model);
+  const std::size_t values = setting.objects * valuesPerElement;
+  change.run(values, [&] {
+    tavo::Transaction transaction(model);
+    for (const std::size_t i : order)
+      for (const auto& ofStereotype : names)
+        for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
+          plant.elements[i].setPropVal(ofStereotype[kind], texts[kind][i], keepUnits);
+    transaction.commit();
+  });
+  const std::uint64_t after = sum();
+  undo.run(values, [&] { model.undo(); });
+  table.add(setting, "set all in one", change, 0, after != before, 1, {});
+  table.add(setting, "  undo", undo, change.nanoseconds(), sum(), before, {0, 0});
+  model.clearHistory();
+}
+
 void read(Table& table, const Setting& setting, const Plant& plant) {
   const auto order = orderOf(setting);
-  const String own = u"Bench.S0.p0", byDefault = u"Bench.S0.p3";
+  const String own = nameOf(0, 0), byDefault = nameOf(0, 3);
   Meter meter(plant.file.model());
   std::uint64_t units = 0;
   for (std::size_t round = 0; round < roundsOf(setting); ++round) {
     units = 0;
     meter.run(order.size(), [&] {
-      for (const std::size_t i : order)
-        units += plant.elements[i].getPropVal(i % 2 ? own : byDefault).expression.size();
+      for (const std::size_t i : order) {
+        const auto value = plant.elements[i].getPropVal(i % 2 ? own : byDefault);
+        units += value.expression.size();
+      }
     });
   }
   const std::uint64_t expected = setting.objects / 2 * 4 + (setting.objects + 1) / 2;
   table.add(setting, "get, half of them default", meter, 0, units, expected, {});
 }
 
+/// What a change and opening a model cost when a hundred profiles and models have nothing to do with it.
+void amongOthers(Table& table, const Setting& setting, const Plant& plant) {
+  const fs::path folder = fs::temp_directory_path() / ("zelkor_bench." + std::to_string(::getpid()));
+  fs::create_directories(folder);
+  const fs::path path = folder / "small.xml";
+  {
+    auto small = zelkor::ModelFile::create(u"small");
+    const auto root = zelkor::Architecture::createArchitecture(small.model(), u"Small");
+    small.profiles().addProfile(u"Bench", false);
+    for (int i = 0; i < 100; ++i) {
+      const auto element = root.addComponent(ascii("c" + std::to_string(i)));
+      element.applyPrototype(plant.bench.stereotypes[0]);
+      element.setPropVal(nameOf(0, 0), u"5", keepUnits);
+    }
+    small.saveAs(path);
+  }
+
+  const String name = nameOf(0, 0);
+  const std::size_t changes = std::min<std::size_t>(1000, setting.objects);
+  std::size_t round = 0, opened = 0;
+  const auto change = [&](Meter& meter) {
+    for (int i = 0; i < 10; ++i, ++round) {
+      const String text = kinds[0].text(numberOf(0, round));
+      meter.run(changes, [&] {
+        for (std::size_t each = 0; each < changes; ++each)
+          plant.elements[each].setPropVal(name, text, keepUnits);
+      });
+    }
+  };
+  const auto open = [&](Meter& meter) {
+    for (int i = 0; i < 5; ++i)
+      meter.run(1, [&] { opened += zelkor::ModelFile::open(path).differences().hasDifferences() ? 0 : 1; });
+  };
+  Meter first, changeAlone(plant.file.model()), openAlone, changing(plant.file.model()), opening;
+  open(first); // what is made once has been made
+  change(changeAlone);
+  open(openAlone);
+
+  std::vector<zelkor::ModelFile> others;
+  for (int i = 0; i < 100; ++i) {
+    makeProfile(ascii("Other" + std::to_string(i)));
+    others.push_back(zelkor::ModelFile::create(ascii("other" + std::to_string(i))));
+  }
+  change(changing);
+  open(opening);
+  table.add(setting, "set among 100 others", changing, changeAlone.nanoseconds(), round, 20,
+            {changeAlone.allocations(), changeAlone.records()});
+  table.add(setting, "open among 100 others", opening, openAlone.nanoseconds(), opened, 15,
+            {openAlone.allocations(), openAlone.records()});
+  others.clear();
+  for (int i = 0; i < 100; ++i)
+    zelkor::profile::ProfileCatalog::instance().unloadProfile(ascii("Other" + std::to_string(i)));
+  plant.file.model().clearHistory();
+  fs::remove_all(folder);
+}
+
+/// Only counts what is written.
+class Length : public tavo::ByteSink {
+public:
+  void write(std::string_view bytes) override { total += bytes.size(); }
+  std::size_t total = 0;
+};
+
 void file(Table& table, const Setting& setting, const Plant& plant) {
-  const std::size_t values = setting.objects * std::size(properties);
+  const std::size_t values = setting.objects * valuesPerElement;
+  Length length;
+  tavo::writeModel(plant.file.model(), length);
   std::string bytes;
-  Meter saving, loading, evaluating;
+  bytes.reserve(length.total);
+  Meter saving, parsing, loading, evaluating;
   std::size_t loaded = 0, evaluated = 0;
   saving.run(values, [&] {
     tavo::MemorySink sink(bytes);
     tavo::writeModel(plant.file.model(), sink);
   });
+  std::uint64_t elements = 0;
+  parsing.run(values, [&] { elements = parseBare(bytes); });
   {
     const auto model = tavo::Model::create();
     tavo::MemorySource source(bytes);
@@ -223,27 +382,32 @@ void file(Table& table, const Setting& setting, const Plant& plant) {
     evaluating.run(values, [&] {
       for (const auto& element : plant.elements)
         if (const auto again = model.find<Component>(element.Uuid()))
-          for (const auto& property : properties)
-            evaluated += static_cast<bool>(again.getPropValObject(property.name).getValueIfExists());
+          for (std::size_t stereotype = 0; stereotype < stereotypeCount; ++stereotype)
+            for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
+              evaluated += static_cast<bool>(again.getPropValObject(nameOf(stereotype, kind)).getValueIfExists());
     });
     model.destroy();
   }
-  table.add(setting, "load, per value", loading, 0, loaded, plant.file.model().objectCount(), {});
-  table.add(setting, "save, per value", saving, loading.nanoseconds(), 1, 1, {});
+  table.add(setting, "load, per value", loading, parsing.nanoseconds(), loaded, objectsIn(plant), {});
+  table.add(setting, "save, per value", saving, loading.nanoseconds(), elements != 0, 1, {});
   table.add(setting, "evaluate after loading", evaluating, 0, evaluated, values, {});
   Table::addBytes(setting, "  a value in the file", bytes.size(), values);
 }
 
 void follow(Table& table, const Setting& setting, Plant& plant) {
+  const auto sync = [&](const char* name) {
+    Meter meter(plant.file.model());
+    meter.run(setting.objects, [&] { plant.file.synchronize(); });
+    table.add(setting, name, meter, 0, plant.file.differences().hasDifferences(), 0, {});
+  };
   const auto set = plant.bench.stereotypes[0].getPropertySet();
+  sync("sync: nothing");
   set.getPropertyByName(u"p3").setDefaultPropertyValue(u"8", u"*");
-  Meter meter(plant.file.model());
-  meter.run(setting.objects, [&] { plant.file.synchronize(); });
-  table.add(setting, "sync: a default", meter, 0, plant.file.differences().hasDifferences(), 0, {});
-  BenchProfile::define(plant.bench.stereotypes[1], 9);
-  Meter added(plant.file.model());
-  added.run(setting.objects, [&] { plant.file.synchronize(); });
-  table.add(setting, "sync: a new property", added, 0, plant.file.differences().hasDifferences(), 0, {});
+  sync("sync: a default");
+  set.getPropertyByName(u"p0").setDefaultPropertyValue(u"8", u"*");
+  sync("sync: one with own values");
+  define(plant.bench.stereotypes[1], 9);
+  sync("sync: a new property");
 }
 
 } // namespace
@@ -259,7 +423,9 @@ void runArchCases(Table& table, const Setting& setting) {
   Table::addBytes(setting, "  the stereotypes of an element", heapBytes() - before, setting.objects);
   firstValues(table, setting, plant);
   overwrite(table, setting, plant);
+  overwriteAll(table, setting, plant);
   read(table, setting, plant);
+  amongOthers(table, setting, plant);
   file(table, setting, plant);
   follow(table, setting, plant);
 }

@@ -10,32 +10,10 @@
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
 
-#include <expat.h>
-
-#include <algorithm>
-
 namespace bench {
 namespace {
 
 using tavo::Model;
-
-/// The elements that expat finds; it is fed in blocks of the size that the reader uses.
-std::uint64_t parseBare(std::string_view bytes) {
-  constexpr std::size_t block = std::size_t{64} << 10;
-  std::uint64_t elements = 0;
-  const XML_Parser parser = ::XML_ParserCreate("UTF-8");
-  ::XML_SetUserData(parser, &elements);
-  ::XML_SetElementHandler(
-      parser, [](void* count, const XML_Char*, const XML_Char**) { ++*static_cast<std::uint64_t*>(count); },
-      [](void*, const XML_Char*) {});
-  for (std::size_t at = 0; at < bytes.size(); at += block) {
-    const std::size_t size = std::min(block, bytes.size() - at);
-    if (::XML_Parse(parser, bytes.data() + at, static_cast<int>(size), at + size == bytes.size()) != XML_STATUS_OK)
-      return 0;
-  }
-  ::XML_ParserFree(parser);
-  return elements;
-}
 
 std::uint64_t hashOf(std::string_view bytes) {
   std::uint64_t hash = 0xcbf29ce484222325u;

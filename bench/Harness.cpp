@@ -3,6 +3,8 @@
 #include "tavo/model/ModelData.h"
 #include "tests/support/Allocations.h"
 
+#include <expat.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -48,6 +50,23 @@ std::size_t roundsOf(const Setting& setting) { return std::max<std::size_t>(3, 1
 std::size_t heapBytes() {
   const auto info = ::mallinfo2();
   return info.uordblks + info.hblkhd;
+}
+
+std::uint64_t parseBare(std::string_view bytes) {
+  constexpr std::size_t block = std::size_t{64} << 10;
+  std::uint64_t elements = 0;
+  const XML_Parser parser = ::XML_ParserCreate("UTF-8");
+  ::XML_SetUserData(parser, &elements);
+  ::XML_SetElementHandler(
+      parser, [](void* count, const XML_Char*, const XML_Char**) { ++*static_cast<std::uint64_t*>(count); },
+      [](void*, const XML_Char*) {});
+  for (std::size_t at = 0; at < bytes.size(); at += block) {
+    const std::size_t size = std::min(block, bytes.size() - at);
+    if (::XML_Parse(parser, bytes.data() + at, static_cast<int>(size), at + size == bytes.size()) != XML_STATUS_OK)
+      return 0;
+  }
+  ::XML_ParserFree(parser);
+  return elements;
 }
 
 double dependentMiss() {

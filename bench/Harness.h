@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace bench {
@@ -130,6 +131,10 @@ struct ChangeCase {
   double allocations = 0; ///< of one change, beside its step
 };
 void measureChange(Table& table, const Setting& setting, const tavo::Model& model, const ChangeCase& what);
+
+/// What loading is compared with: expat alone, fed in blocks of the size that the reader uses. Answers the elements
+/// that it finds.
+std::uint64_t parseBare(std::string_view bytes);
 
 /// The time in nanoseconds of one read that nothing can foresee, among a million objects.
 double dependentMiss();
