@@ -91,6 +91,22 @@ TEST_F(ValuesTest, OneChangeIsOneStepAndOneEvent) {
   EXPECT_TRUE(heard.empty());
 }
 
+TEST_F(ValuesTest, HandlersMayComeAndGoWhileTheyAreTold) {
+  auto& events = services::ModelEventBroadcastSystem::instance();
+  std::string heard;
+  services::ModelEventBroadcastSystem::Token leaving, coming;
+  leaving = events.subscribe([&](const auto&) {
+    leaving.reset();
+    coming = events.subscribe([&](const auto&) { heard += "new "; });
+    heard += "old ";
+  });
+  const auto last = events.subscribe([&](const auto&) { heard += "last "; });
+  pump.setPropVal(u"Plant.Machine.slots", u"5", u"*");
+  EXPECT_EQ(heard, "old last ");
+  pump.setPropVal(u"Plant.Machine.slots", u"6", u"*");
+  EXPECT_EQ(heard, "old last last new ");
+}
+
 TEST_F(ValuesTest, ValuesGoWithTheirElementAndComeBackWithIt) {
   pump.setPropVal(u"Plant.Pump.flow", u"0.25", u"*");
   const auto usage = pump.findPropertyUsage(u"Plant.Pump.flow");

@@ -64,9 +64,14 @@ void ModelData::commit() {
   }
   --transactionDepth_;
   log_.close();
-  if (!deferred_.empty())
-    for (const auto& action : std::exchange(deferred_, {}))
-      runReported(action);
+  if (deferred_.empty())
+    return;
+  auto actions = std::exchange(deferred_, {});
+  for (const auto& action : actions)
+    runReported(action);
+  actions.clear();
+  if (deferred_.capacity() == 0) // the room is used again, unless an action has made some
+    deferred_ = std::move(actions);
 }
 
 void ModelData::rollback(const Savepoint& savepoint) noexcept {

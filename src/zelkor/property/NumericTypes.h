@@ -123,8 +123,19 @@ public:
     if (!kavra::isNumeric(array.arrayClass()))
       raise(Kind::wrongValue);
     requireDimensions(object(), array);
-    const Bound<Type> min = this->min();
-    const Bound<Type> max = this->max();
+    // Both in one walk, since each value that is set goes this way.
+    Bound<Type> min, max;
+    BaseTypes chain(type_);
+    do {
+      const auto same = chain.type().template as<Type>();
+      if (!same)
+        break;
+      const auto& bounds = static_cast<const Impl&>(same.object());
+      if (!min)
+        min = bounds.getMin();
+      if (!max)
+        max = bounds.getMax();
+    } while (!(min && max) && chain.next());
     if (!min || !max)
       raise(PropertyError::MaxMinMustBeDefined);
     return {*min, *max};

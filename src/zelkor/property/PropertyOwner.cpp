@@ -21,13 +21,24 @@ using services::ModelEventType;
 
 namespace {
 
+/// The name of the file that shows a model. Values are set model by model, so the last one will mostly do.
+const tavo::String& blockDiagramOf(const tavo::Model& model) {
+  struct Known {
+    tavo::String name, file;
+  };
+  static auto& last = *new Known{u"", tavo::String(services::blockDiagramExtension)}; // models may end after all else
+  if (auto name = services::proxy::nameForMessages(model); name != last.name) {
+    last.file = tavo::concat(name, services::blockDiagramExtension);
+    last.name = std::move(name);
+  }
+  return last.file;
+}
+
 /// Tells the application that values of an element are others now, by the name of the model's file.
 void announceChange(const PropertyOwner& owner) {
   auto& events = ModelEventBroadcastSystem::instance();
-  if (!events.isHeard())
-    return;
-  const auto name = services::proxy::nameForMessages(owner.model());
-  events.triggerEvent(ModelEventType::propertyValueChanged, tavo::concat(name, services::blockDiagramExtension), owner);
+  if (events.isHeard())
+    events.triggerEvent(ModelEventType::propertyValueChanged, blockDiagramOf(owner.model()), owner);
 }
 
 } // namespace

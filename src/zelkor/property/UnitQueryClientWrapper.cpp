@@ -40,6 +40,8 @@ void UnitQueryClientWrapper::Impl::checkCompatible(const tavo::String& unitA, co
     return;
   const bool compatible = callHost([&] {
     service->checkUnit(unitA);
+    if (unitA == unitB)
+      return true;
     service->checkUnit(unitB);
     return service->areEquivalent(unitA, unitB) || service->areConvertible(unitA, unitB);
   });

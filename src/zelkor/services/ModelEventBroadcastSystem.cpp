@@ -35,7 +35,7 @@ ModelEventBroadcastSystem& ModelEventBroadcastSystem::instance() {
 
 ModelEventBroadcastSystem::Token ModelEventBroadcastSystem::subscribe(Handler handler) {
   auto subscription = std::make_shared<Token::Subscription>(Token::Subscription{std::move(handler)});
-  std::erase_if(subscriptions_, [](const auto& each) { return !each->active; });
+  forgetInactive();
   subscriptions_.push_back(subscription);
   return Token(std::move(subscription));
 }
@@ -56,17 +56,30 @@ void ModelEventBroadcastSystem::triggerEvent(ModelEventType type, const tavo::St
 }
 
 void ModelEventBroadcastSystem::deliver(const ModelEvent& event) {
-  // Handlers may subscribe and unsubscribe, themselves included.
-  const auto present = subscriptions_;
-  for (const auto& subscription : present) {
-    if (!subscription->active)
+  // Handlers may subscribe and unsubscribe, themselves included: who comes meanwhile is not told, and nobody goes
+  // before the end.
+  struct Delivery {
+    explicit Delivery(unsigned& count) : running(++count) {}
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+    ~Delivery() { --running; }
+    unsigned& running;
+  } const delivery(delivering_);
+  for (std::size_t i = 0, present = subscriptions_.size(); i < present; ++i) {
+    Token::Subscription& subscription = *subscriptions_[i];
+    if (!subscription.active)
       continue;
     try {
-      subscription->handler(event);
+      subscription.handler(event);
     } catch (const std::exception& error) {
       reportWarning(error);
     }
   }
+}
+
+void ModelEventBroadcastSystem::forgetInactive() {
+  if (delivering_ == 0)
+    std::erase_if(subscriptions_, [](const auto& each) { return !each->active; });
 }
 
 } // namespace zelkor::services

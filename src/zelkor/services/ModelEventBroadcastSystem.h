@@ -68,8 +68,10 @@ private:
   ModelEventBroadcastSystem() = default;
   ~ModelEventBroadcastSystem() = default;
   void deliver(const ModelEvent& event);
+  void forgetInactive();
 
   std::vector<std::shared_ptr<Token::Subscription>> subscriptions_;
+  unsigned delivering_ = 0; ///< events on their way to the handlers
 };
 
 } // namespace zelkor::services

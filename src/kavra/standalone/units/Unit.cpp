@@ -19,7 +19,7 @@ bool Unit::multiply(const Unit& other, const Exponent& exponent) {
 }
 
 bool Unit::isEquivalent(const Unit& other) const {
-  return dimension == other.dimension && zero == other.zero && factor == other.factor;
+  return this == &other || (dimension == other.dimension && zero == other.zero && factor == other.factor);
 }
 
 std::optional<UnitConversion> Unit::conversionTo(const Unit& other) const {
