@@ -164,6 +164,20 @@ TEST_F(ModelTest, TheFirstTopLevelObjectOfAClassIsFoundAmongManyOthers) {
   EXPECT_EQ(model.findTopLevel<Labelled>(), model.topLevel().front());
   first.destroy();
   EXPECT_EQ(model.findTopLevel<Book>(), second);
+
+  // Whatever brings objects to the top level, or takes them away, is seen.
+  EXPECT_TRUE(model.undo());
+  EXPECT_EQ(model.findTopLevel<Book>(), first);
+  static_cast<Shelf::Impl&>(model.findTopLevel<Shelf>().object()).getDisplayMutable().add(first);
+  EXPECT_EQ(model.findTopLevel<Book>(), second);
+  shelf.getDisplayMutable().remove();
+  second.destroy();
+  EXPECT_EQ(model.findTopLevel<Book>(), owned);
+  const auto other = tavo::Model::create();
+  EXPECT_FALSE(other.findTopLevel<Book>());
+  model.moveContentsTo(other);
+  EXPECT_EQ(other.findTopLevel<Book>(), owned);
+  EXPECT_FALSE(model.findTopLevel<Book>());
 }
 
 TEST_F(ModelTest, AddingToAReferenceToOneReplacesAndRemovingClearsWhatIsThere) {

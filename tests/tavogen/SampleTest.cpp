@@ -11,6 +11,7 @@
 #include "sample/tools/Tool.h"
 #include "tavo/core/Errors.h"
 #include "tavo/meta/CallDatatypes.h"
+#include "tavo/model/ChangeSet.h"
 #include "tests/support/AllClasses.h"
 #include "tests/support/ErrorMatchers.h"
 
@@ -239,6 +240,25 @@ TEST_F(SampleTest, DerivedIdentitiesFollowTheOwnerWhileTheyAreFree) {
   gnome.destroy();
   bed.gnome().destroy();
   EXPECT_EQ(implOf(bed).createIntoGnome(Stone::Builder()).Uuid(), derived);
+}
+
+TEST_F(SampleTest, WhatIsBornWithValuesIsOneThingToListenersAndToUndo) {
+  const auto objects = model.objectCount();
+  EXPECT_ERROR(Plant::make(bed, u"Rose", 8), "tavo:messages:UniquenessConstraint", "plants", "Rose");
+  EXPECT_EQ(model.objectCount(), objects);
+
+  std::string heard;
+  const auto token = model.addListener([&](const tavo::ChangeSet& changes) {
+    heard += std::to_string(changes.changes().size());
+    for (const auto* name : {"Name", "number", "height"})
+      heard += changes.touches(Plant::metaClass().property(name)) ? '+' : '-';
+  });
+  const auto iris = Plant::make(bed, u"Iris", 2);
+  EXPECT_TRUE(model.undo() && !iris && model.redo());
+  EXPECT_EQ(heard, "2++-2++-2++-") << "made and put into the bed, with the values that it was given";
+  EXPECT_EQ(bed.plants().find(u"Iris"), iris);
+  EXPECT_EQ(iris.number(), 2u);
+  tavo::checkInvariants(model);
 }
 
 TEST_F(SampleTest, QueriesAskForOwnAndInheritedFeatures) {

@@ -275,7 +275,7 @@ void* ItemList::findText(std::size_t which, std::u16string_view key) const {
   const MetaProperty& attribute = *property_->key(which);
   return search(which, indexes_[which].isBuilt() ? fold(static_cast<std::size_t>(hashText(key))) : 0,
                 [&](const ModelElement::Impl& object) {
-                  return static_cast<const String*>(object.field(attribute))->view() == key && !object.isProxy();
+                  return *static_cast<const String*>(object.field(attribute)) == key && !object.isProxy();
                 });
 }
 

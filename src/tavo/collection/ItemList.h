@@ -11,23 +11,6 @@
 
 namespace tavo {
 
-/// A reference: known at both ends. The source's feature holds it; the target finds it through its twin (when the
-/// feature has an opposite) or through its chain of incoming links (when not).
-struct Link {
-  ModelElement::Impl* source = nullptr;
-  ModelElement::Impl* target = nullptr;
-  Link* twinOrPrevious = nullptr;
-  Link* next = nullptr;
-  std::uint32_t slot = 0;
-  PropertyIndex property = 0;
-  bool paired = false;
-  bool linked = false;
-
-  const MetaProperty& feature() const { return source->objectClass().at(property); }
-  Link* twin() const { return paired ? twinOrPrevious : nullptr; }
-};
-static_assert(sizeof(Link) == 40);
-
 /// A hash index from keys to slots. It owns no keys: the caller hashes, and compares through the slot. Erasing and
 /// inserting as many entries as there have been allocates nothing, so undo may do both.
 class KeyIndex {

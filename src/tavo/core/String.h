@@ -19,6 +19,11 @@ namespace tavo {
 
 class String;
 
+/// Whether two texts have the same code units. The standard library compares these one by one.
+inline bool sameText(std::u16string_view a, std::u16string_view b) noexcept {
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0);
+}
+
 /// What can be compared and joined with a String without making one.
 template <class T>
 concept TextLike = std::convertible_to<const T&, std::u16string_view>;
@@ -92,13 +97,13 @@ public:
     // Text in place has its unused units zero, and short text is always in place.
     if (std::memcmp(a.units_, b.units_, sizeof a.units_) == 0)
       return true;
-    return a.isShared() && b.isShared() && a.view() == b.view();
+    return a.isShared() && b.isShared() && sameText(a.view(), b.view());
   }
   friend std::strong_ordering operator<=>(const String& a, const String& b) noexcept { return a.view() <=> b.view(); }
 
   template <TextLike T>
   requires(!std::same_as<T, String>) friend bool operator==(const String& a, const T& b) noexcept {
-    return a.view() == std::u16string_view(b);
+    return sameText(a.view(), b);
   }
   template <TextLike T>
   requires(!std::same_as<T, String>) friend std::strong_ordering operator<=>(const String& a, const T& b) noexcept {
@@ -164,7 +169,7 @@ struct TextHash {
 };
 struct TextEqual {
   using is_transparent = void;
-  bool operator()(std::u16string_view a, std::u16string_view b) const noexcept { return a == b; }
+  bool operator()(std::u16string_view a, std::u16string_view b) const noexcept { return sameText(a, b); }
 };
 
 } // namespace tavo

@@ -54,7 +54,8 @@ ModelElement ModelElement::Impl::BuilderImpl::create(const Model& model, bool wi
   if (!model)
     raise(FrameworkError::CannotCreateWithoutModel, class_->name());
   Transaction transaction(model);
-  ModelElement made = model.create(*class_, uuid);
+  const auto values = [this](Impl& object) { writeValues(object); };
+  ModelElement made = model.create(*class_, uuid, values);
   applyTo(made.object());
   if (withContents)
     made.object().cascadeCreation(*this);
@@ -62,17 +63,21 @@ ModelElement ModelElement::Impl::BuilderImpl::create(const Model& model, bool wi
   return made;
 }
 
+void ModelElement::Impl::BuilderImpl::writeValues(Impl& object) const {
+  for (const auto& [property, value] : values_)
+    if (property->datatype()) { // also one that is read-only once it has been set here
+      Value copy = value;
+      property->datatype()->swap(object.field(*property), copy.data());
+    }
+}
+
 void ModelElement::Impl::BuilderImpl::applyTo(Impl& object) const {
   const FrameworkUpdate guard(object.model());
   for (const auto& [property, value] : values_)
-    if (property->isMany()) {
+    if (property->isMany())
       object.add(*property, value.as<ModelElement>().get());
-    } else if (property->kind() == FeatureKind::attribute) { // also one that is read-only once it has been set here
-      Value copy = value;
-      object.writeAttribute(*property, copy.data());
-    } else {
+    else if (!property->datatype())
       object.setPropertyValue(*property, value);
-    }
 }
 
 void ModelElement::Impl::BuilderImpl::createContents(Impl& object) const {

@@ -26,7 +26,9 @@ public:
 
   /// Creates a top-level object in `model`, with everything that was set and, with `withContents`, the children.
   ModelElement create(const Model& model, bool withContents, const tavo::Uuid& uuid) const;
-  /// Writes the values, and the references, into an object; the children are ModelElement::Impl::cascadeCreation's.
+  /// Writes the values into an object that is being born; see Birth.
+  void writeValues(Impl& object) const;
+  /// Makes the references of an object; the children are ModelElement::Impl::cascadeCreation's.
   void applyTo(Impl& object) const;
   void createContents(Impl& object) const;
 

@@ -35,6 +35,10 @@ Place placeOf(const Impl& object, bool alive) {
   return {object.container(), property ? property->index() : PropertyIndex(0), alive};
 }
 
+bool hasOwnValue(const Impl& object, const MetaProperty& property) {
+  return property.kind() == FeatureKind::attribute && object.isA(property.owner()) && object.hasPropertyValue(property);
+}
+
 const MetaProperty* propertyOf(Impl* container, PropertyIndex index) {
   return container ? &container->objectClass().at(index) : nullptr;
 }
@@ -77,7 +81,8 @@ bool ChangeSet::touches(const MetaProperty& property) const {
       break;
     case Record::Kind::placement:
       touched = propertyOf(record.place.container, record.place.property) == &property ||
-                (record.object->isAlive() && record.object->containingProperty() == &property);
+                (record.object->isAlive() && record.object->containingProperty() == &property) ||
+                (record.changesLife && record.otherAlive == undone_ && hasOwnValue(*record.object, property));
       break;
     case Record::Kind::link:
       touched =

@@ -26,34 +26,32 @@ void ListenerToken::reset() noexcept {
 
 Model::Model(ModelData* data) noexcept : data_(data) {
   if (data_)
-    data_->addRef();
+    ++data_->handles;
 }
 
-Model::~Model() {
-  if (data_)
-    data_->removeRef();
-}
+ModelData* Model::get() const noexcept { return static_cast<ModelData*>(data_); }
+void Model::dropLast() noexcept { get()->dropLastHandle(); }
 
 Model Model::create() { return create(Constellation::process()); }
 Model Model::create(Constellation& constellation) { return Model(new ModelData(&constellation)); }
 
-Model::operator bool() const noexcept { return data_ && data_->isOpen(); }
+Model::operator bool() const noexcept { return data_ && get()->isOpen(); }
 
 void Model::destroy() const noexcept {
   if (data_)
-    data_->close();
+    get()->close();
 }
 
 ModelData& Model::data() const {
-  if (!data_ || !data_->isOpen())
+  if (!*this)
     raise(FrameworkError::CannotCreateWithoutModel, "ModelElement");
-  return *data_;
+  return *get();
 }
 
-ModelElement Model::create(const MetaClass& metaClass, const Uuid& uuid) const {
+ModelElement Model::create(const MetaClass& metaClass, const Uuid& uuid, const Birth& birth) const {
   if (!*this)
     raise(FrameworkError::CannotCreateWithoutModel, metaClass.name());
-  return ModelElement(data_->create(metaClass, uuid, nullptr, nullptr));
+  return ModelElement(get()->create(metaClass, uuid, nullptr, nullptr, false, birth));
 }
 
 ModelElement Model::createProxy(const MetaClass& metaClass, const Uuid& uuid) const {
@@ -74,38 +72,12 @@ std::vector<ModelElement> Model::topLevel() const {
   return objects;
 }
 
-ModelElement::Impl* Model::findTopLevel(const MetaClass& metaClass) const {
-  ItemList& list = data().topLevel();
-  const auto fits = [](const ModelElement::Impl& object) {
-    return object.isAlive() && !object.container() && !object.isProxy();
-  };
-  // Mostly a model has one object of the class that is asked for: then its pool knows it, however many others there
-  // are.
-  std::size_t ofClass = 0;
-  data().forEachExtent([&](const Extent& extent) { ofClass += extent.metaClass().isA(metaClass) ? extent.size() : 0; });
-  if (ofClass < list.size()) {
-    ModelElement::Impl* found = nullptr;
-    bool several = false;
-    data().forEachExtent([&](const Extent& extent) {
-      if (extent.metaClass().isA(metaClass))
-        extent.forEach([&](ModelElement::Impl& object) {
-          if (fits(object))
-            several = std::exchange(found, &object) != nullptr || several;
-        });
-    });
-    if (!several)
-      return found;
-  }
-  for (void* item = list.first(); item; item = list.nextOf(item))
-    if (auto* object = static_cast<ModelElement::Impl*>(item); object->isA(metaClass) && fits(*object))
-      return object;
-  return nullptr;
-}
+ModelElement::Impl* Model::findTopLevel(const MetaClass& metaClass) const { return data().findTopLevel(metaClass); }
 
 std::size_t Model::objectCount() const { return data().objectCount(); }
 void Model::moveContentsTo(const Model& target) const { target.data().adoptContents(data()); }
 
-bool Model::isOpenForWriting() const { return *this && data_->isOpenForWriting(); }
+bool Model::isOpenForWriting() const { return *this && get()->isOpenForWriting(); }
 void Model::setFrozen(bool frozen) const { data().setFrozen(frozen); }
 unsigned Model::frameworkUpdateDepth() const { return data().frameworkUpdateDepth(); }
 
@@ -130,11 +102,11 @@ std::uint64_t Model::undoSerial() const { return canUndo() ? data().log().lastDo
 std::uint64_t Model::redoSerial() const { return canRedo() ? data().log().firstUndone()->serial : 0; }
 void Model::setUndoDepth(std::size_t steps) const {
   data().requireStillHistory();
-  data_->log().setDepth(steps);
+  get()->log().setDepth(steps);
 }
 void Model::clearHistory() const {
   data().requireStillHistory();
-  data_->log().clear();
+  get()->log().clear();
 }
 std::uint64_t Model::recordsWritten() const { return data().log().recordsWritten; }
 

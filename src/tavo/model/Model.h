@@ -34,6 +34,11 @@ private:
   std::shared_ptr<Entry> entry_;
 };
 
+/// Internal. What handles share with the model that they hold.
+struct ModelHandles {
+  std::size_t handles = 0;
+};
+
 /// A counted handle to a model. The model ends when it is destroyed or when its last Model handle is dropped; the
 /// handles of its objects are false from then on. A model and everything in it belong to one thread.
 class TAVO_EXPORT Model {
@@ -41,13 +46,21 @@ public:
   /// An empty handle; tests false, like the handle of a model that has been destroyed.
   Model() noexcept = default;
   explicit Model(ModelData* data) noexcept;
-  Model(const Model& other) noexcept : Model(other.data_) {}
+  Model(const Model& other) noexcept : data_(other.data_) {
+    if (data_)
+      ++data_->handles;
+  }
   Model(Model&& other) noexcept : data_(std::exchange(other.data_, nullptr)) {}
   Model& operator=(Model other) noexcept {
     std::swap(data_, other.data_);
     return *this;
   }
-  ~Model();
+  ~Model() {
+    if (data_ && data_->handles > 1)
+      --data_->handles;
+    else if (data_)
+      dropLast();
+  }
 
   /// A new, empty model in the process's constellation.
   static Model create();
@@ -61,7 +74,7 @@ public:
 
   /// Creates a top-level object; a nil identity asks for a random one. Raises CannotCreateWithoutModel for an empty
   /// handle, NoSuchType for an abstract class, DuplicateIdentity when a live object has the identity.
-  ModelElement create(const MetaClass& metaClass, const Uuid& uuid = {}) const;
+  ModelElement create(const MetaClass& metaClass, const Uuid& uuid = {}, const Birth& birth = {}) const;
   template <class Facade>
   Facade create(const Uuid& uuid = {}) const {
     return create(Facade::metaClass(), uuid).template as<Facade>();
@@ -133,12 +146,13 @@ public:
 
   /// The model behind the handle; raises CannotCreateWithoutModel when there is none.
   ModelData& data() const;
-  ModelData* get() const noexcept { return data_; }
+  ModelData* get() const noexcept;
 
 private:
   ModelElement::Impl* findTopLevel(const MetaClass& metaClass) const;
+  void dropLast() noexcept;
 
-  ModelData* data_ = nullptr;
+  ModelHandles* data_ = nullptr;
 };
 
 /// The models among which proxies are resolved: one for the process by default. It knows its models, and does not keep

@@ -68,8 +68,18 @@ Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool pr
   return object;
 }
 
+/// What is made next, and the children that get their identity from this object, will look for their places.
+void ModelData::foreseeIdentities(const Impl& object) const {
+  constexpr std::size_t objectsAhead = 2;
+  if (const auto next = foreseenUuid(objectsAhead))
+    identities_.foresee(*next);
+  for (const MetaProperty* property : object.objectClass().containments())
+    if (!property->isMany() && property->givesIdentityTo(*property->target()))
+      identities_.foresee(property->derivedIdentity(object.uuid(), {}, 0));
+}
+
 Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* container, const MetaProperty* property,
-                        bool proxy) {
+                        bool proxy, const Birth& birth) {
   requireChangeable();
   const Uuid uuid = wanted.is_nil() ? randomUuid() : wanted;
   Impl* standIn = wanted.is_nil() ? nullptr : identities_.find(uuid);
@@ -81,9 +91,14 @@ Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* co
   reserveRecord();
   Impl& object = construct(metaClass, uuid, proxy);
 
+  foreseeIdentities(object);
+
   Record record(Record::Kind::placement, &object);
   record.changesLife = true;
   keep(record);
+  birth(object);
+  if (container && property->isMany())
+    requireFree(*listField(*container, *property).list, object);
   place(object, last);
   if (standIn)
     giveWay(*standIn, object);

@@ -13,10 +13,9 @@ using Impl = ModelElement::Impl;
 
 ModelData::ModelData(Constellation* home) : constellation_(home) { home->models_.push_back(this); }
 
-void ModelData::removeRef() noexcept {
-  if (handles_ == 1)
-    close();
-  if (--handles_ == 0)
+void ModelData::dropLastHandle() noexcept {
+  close();
+  if (--handles == 0)
     delete this;
 }
 
@@ -43,6 +42,7 @@ void ModelData::dropContents() noexcept {
   forEachExtent([this](const Extent& extent) { extent.forEach([this](Impl& object) { setAlive(object, false); }); });
   identities_.clear();
   topLevel_.clear();
+  found_.clear();
   lastExtent_ = nullptr;
   const LinkPool links = std::exchange(links_, {});
   for (auto& [metaClass, extent] : std::exchange(extents_, {}))
@@ -70,6 +70,42 @@ Extent& ModelData::extentFor(const MetaClass& metaClass) {
   return *(lastExtent_ = extents_.emplace(&metaClass, std::move(extent)).first->second.get());
 }
 
+Impl* ModelData::findTopLevel(const MetaClass& metaClass) {
+  for (const auto& [known, object] : found_)
+    if (known == &metaClass)
+      return object;
+  Impl* object = searchTopLevel(metaClass);
+  if (found_.size() == found_.capacity())
+    found_.clear();
+  found_.push_back({&metaClass, object});
+  return object;
+}
+
+Impl* ModelData::searchTopLevel(const MetaClass& metaClass) {
+  const auto fits = [](const Impl& object) { return object.isAlive() && !object.container() && !object.isProxy(); };
+  // Mostly a model has one object of the class that is asked for: then its pool knows it, however many others there
+  // are.
+  std::size_t ofClass = 0;
+  forEachExtent([&](const Extent& extent) { ofClass += extent.metaClass().isA(metaClass) ? extent.size() : 0; });
+  if (ofClass < topLevel_.size()) {
+    Impl* found = nullptr;
+    bool several = false;
+    forEachExtent([&](const Extent& extent) {
+      if (extent.metaClass().isA(metaClass))
+        extent.forEach([&](Impl& object) {
+          if (fits(object))
+            several = std::exchange(found, &object) != nullptr || several;
+        });
+    });
+    if (!several)
+      return found;
+  }
+  for (void* item = topLevel_.first(); item; item = topLevel_.nextOf(item))
+    if (auto* object = static_cast<Impl*>(item); object->isA(metaClass) && fits(*object))
+      return object;
+  return nullptr;
+}
+
 void ModelData::reserveIdentities(std::size_t more) {
   identities_.reserve(identities_.size() + more,
                       [this](const auto& insert) { forEachExtent([&](const Extent& each) { each.forEach(insert); }); });
@@ -86,6 +122,7 @@ Placement ModelData::detach(Impl& object) noexcept {
   object.container_ = nullptr;
   if (!container) {
     place.previous = static_cast<Impl*>(topLevel_.take(&object));
+    topLevelChanged(object);
     return place;
   }
   const MetaProperty& property = container->objectClass().at(object.containing_);
@@ -104,6 +141,7 @@ void ModelData::place(Impl& object, const Placement& place) noexcept {
   object.containing_ = place.property;
   if (!place.container) {
     topLevel_.insertAfter(&object, place.previous);
+    topLevelChanged(object);
     return;
   }
   const MetaProperty& property = place.container->objectClass().at(place.property);

@@ -8,6 +8,9 @@
 #include "tavo/model/Transaction.h"
 #include "tavo/model/UndoLog.h"
 
+#include <boost/container/static_vector.hpp>
+
+#include <algorithm>
 #include <cassert>
 #include <thread>
 
@@ -35,12 +38,11 @@ enum class Recording : std::uint8_t {
 
 /// Internal. One model. Everything that changes it is a member here or of UndoLog; every change is: reserve what may
 /// fail, record, apply.
-class ModelData {
+class ModelData : public ModelHandles {
 public:
   explicit ModelData(Constellation* constellation);
 
-  void addRef() noexcept { ++handles_; }
-  void removeRef() noexcept;
+  void dropLastHandle() noexcept;
   bool isOpen() const { return open_; }
   /// Ends the model: handles of it and of its objects become false.
   void close() noexcept;
@@ -62,7 +64,7 @@ public:
   // Objects
 
   ModelElement::Impl* create(const MetaClass& metaClass, const Uuid& uuid, ModelElement::Impl* container,
-                             const MetaProperty* property, bool proxy = false);
+                             const MetaProperty* property, bool proxy = false, const Birth& birth = {});
   ModelElement::Impl* find(const Uuid& uuid) const { return identities_.find(uuid); }
   Extent* extentOf(const MetaClass& metaClass) const;
   template <class Visit>
@@ -71,6 +73,8 @@ public:
       visit(*extent);
   }
   ItemList& topLevel() { return topLevel_; }
+  /// The first top-level object that has the class, or null; stand-ins do not count.
+  ModelElement::Impl* findTopLevel(const MetaClass& metaClass);
   std::size_t objectCount() const { return alive_; }
   std::uint64_t identityProbes() const { return identities_.probes; }
   void adoptContents(ModelData& other);
@@ -141,10 +145,20 @@ private:
     ModelElement::Impl* standIn;
     ModelElement::Impl* object;
   };
+  struct Found {
+    const MetaClass* metaClass;
+    ModelElement::Impl* object;
+  };
 
   friend void checkInvariants(const Model& model);
 
   Extent& extentFor(const MetaClass& metaClass);
+  ModelElement::Impl* searchTopLevel(const MetaClass& metaClass);
+  /// An object has come to the top level or gone from it.
+  void topLevelChanged(const ModelElement::Impl& object) noexcept {
+    const auto isOne = [&](const Found& each) { return object.isA(*each.metaClass); };
+    found_.erase(std::remove_if(found_.begin(), found_.end(), isOne), found_.end());
+  }
   void reserveIdentities(std::size_t more);
   ItemList& listFor(ModelElement::Impl& owner, const MetaProperty& property);
   /// The last place in a feature, or among the top-level objects; there is room for one more from then on.
@@ -153,6 +167,7 @@ private:
   template <class Visit>
   static void forEachKeyedHolder(ModelElement::Impl& object, const MetaProperty& key, const Visit& visit);
   ModelElement::Impl& construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
+  void foreseeIdentities(const ModelElement::Impl& object) const;
   /// Lets the object take over every reference to its stand-in, which is destroyed.
   void giveWay(ModelElement::Impl& standIn, ModelElement::Impl& object);
   /// The stand-ins on either side that have to give way when the contents of `other` come here.
@@ -175,7 +190,6 @@ private:
   /// Adds a record for which there is room; null when changes are not recorded.
   Record* keep(const Record& record) noexcept;
 
-  std::size_t handles_ = 0;
   bool open_ = true;
   bool frozen_ = false;
   bool announcingHistory_ = false; ///< which must not move under the listeners
@@ -189,6 +203,7 @@ private:
   IdentityIndex identities_;
   std::size_t alive_ = 0;
   ItemList topLevel_{nullptr};
+  boost::container::static_vector<Found, 8> found_; ///< in the top level as it is now: the same few, again and again
   LinkPool links_;
   UndoLog log_{*this};
   std::vector<std::function<void()>> deferred_; ///< wait for the outermost commit

@@ -296,9 +296,11 @@ void ModelElement::Impl::setOne(const MetaProperty& property, Impl* target) {
       remove(property, present);
     return;
   default: {
+    Link* former = *static_cast<LinkField*>(field(property));
+    if (!former)
+      return data().link(*this, property, *target, ModelData::atTheEnd);
     Transaction transaction(model());
-    if (Link* link = *static_cast<LinkField*>(field(property)))
-      data().unlink(*link);
+    data().unlink(*former);
     if (target)
       data().link(*this, property, *target, ModelData::atTheEnd);
     transaction.commit();
@@ -373,31 +375,31 @@ void ModelElement::Impl::replace(const MetaProperty& property, Impl* child) {
 
 ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const BuilderImpl& builder,
                                                    const tavo::Uuid& uuid) {
+  Transaction transaction(model());
+  const auto values = [&](Impl& object) { builder.writeValues(object); };
+  const ModelElement made(createInto(property, builder.metaClass(), values, uuid));
+  builder.applyTo(made.object());
+  made.object().cascadeCreation(builder);
+  transaction.commit();
+  return &made.object(); // a listener may have destroyed what has just been made
+}
+
+ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const MetaClass& metaClass,
+                                                   const Birth& birth, const tavo::Uuid& uuid) {
   requireWritable(property);
-  const MetaClass& metaClass = builder.metaClass();
   if (!metaClass.isA(*property.target()))
     raise(FrameworkError::CannotAddIncompatibleTypes, metaClass.name(), property.name(), property.target()->name());
   if (property.kind() == FeatureKind::containsOne && one(property))
     raise(FrameworkError::CannotAddSecondObject, property.name(), metaClass.name());
-  Transaction transaction(model());
-  // A child of a map needs its key before it comes in.
-  const bool keyed = property.key(0) != nullptr;
   tavo::Uuid identity = uuid;
-  // The key of a child is in the builder, so whoever wants the identity that follows from it gives it.
-  if (identity.is_nil() && !keyed && property.givesIdentityTo(metaClass)) {
+  // A child gets its key at birth, so whoever wants the identity that follows from it gives it.
+  if (identity.is_nil() && !property.key(0) && property.givesIdentityTo(metaClass)) {
     const ItemList* siblings = property.isMany() ? items(property) : nullptr;
     identity = property.derivedIdentity(uuid_, {}, siblings ? siblings->size() : 0);
     if (data().find(identity)) // a former child, which has been taken out or has moved up
       identity = {};
   }
-  Impl* made = data().create(metaClass, identity, keyed ? nullptr : this, keyed ? nullptr : &property);
-  builder.applyTo(*made);
-  if (keyed)
-    add(property, made);
-  made->cascadeCreation(builder);
-  const ModelElement handle(made); // a listener may destroy what has just been made
-  transaction.commit();
-  return &handle.object();
+  return data().create(metaClass, identity, this, &property, false, birth);
 }
 
 void ModelElement::Impl::doDestroy(bool withHooks, bool withContents) {

@@ -47,6 +47,11 @@ struct ElementProxy {
   explicit operator bool() const { return metaClass != nullptr; }
 };
 
+/// What gives a new object the values that it is born with: attributes only, written straight into its storage before
+/// it has its place in the model, so they are no changes that anybody hears of or that the history keeps. It refers to
+/// a function that has to outlive it, and may be empty.
+class Birth;
+
 /// A counted handle to one model object; every facade derives from it and adds nothing but operations.
 ///
 /// A handle may be empty. It is false when it is empty and when its object has been destroyed; any other use of such a
@@ -255,6 +260,9 @@ public:
   /// Creates an object directly in a containment of this one, with the features that the builder holds. A nil identity
   /// asks for the derived one of a class that has such, else for a random one.
   Impl* createInto(const MetaProperty& property, const BuilderImpl& builder, const tavo::Uuid& uuid = {});
+  /// The same with what an object of that class is born with.
+  Impl* createInto(const MetaProperty& property, const MetaClass& metaClass, const Birth& birth,
+                   const tavo::Uuid& uuid = {});
 
   void addRef() noexcept { ++handles_; }
   void removeRef() noexcept {
@@ -291,6 +299,24 @@ private:
 };
 static_assert(sizeof(ModelElement::Impl) <= 64);
 
+class Birth {
+public:
+  Birth() = default;
+  template <class Function>
+  Birth(const Function& function)
+      : function_(&function),
+        call_([](const void* f, ModelElement::Impl& object) { (*static_cast<const Function*>(f))(object); }) {}
+
+  void operator()(ModelElement::Impl& object) const {
+    if (call_)
+      call_(function_, object);
+  }
+
+private:
+  const void* function_ = nullptr;
+  void (*call_)(const void* function, ModelElement::Impl& object) = nullptr;
+};
+
 inline ModelElement::ModelElement(Impl* object) noexcept : object_(object) {
   if (object_)
     object_->addRef();
@@ -305,6 +331,23 @@ inline ModelElement::operator bool() const noexcept { return object_ && object_-
 inline const tavo::Uuid& ModelElement::Uuid() const { return object().uuid(); }
 inline bool ModelElement::isProxy() const { return object().isProxy(); }
 
+/// A reference: known at both ends. The source's feature holds it; the target finds it through its twin (when the
+/// feature has an opposite) or through its chain of incoming links (when not).
+struct Link {
+  ModelElement::Impl* source = nullptr;
+  ModelElement::Impl* target = nullptr;
+  Link* twinOrPrevious = nullptr;
+  Link* next = nullptr;
+  std::uint32_t slot = 0;
+  PropertyIndex property = 0;
+  bool paired = false;
+  bool linked = false;
+
+  const MetaProperty& feature() const;
+  Link* twin() const { return paired ? twinOrPrevious : nullptr; }
+};
+static_assert(sizeof(Link) == 40);
+
 /// The features of a class as generated storages hold them.
 struct TAVO_EXPORT ListField {
   ItemList* list = nullptr;
@@ -316,5 +359,8 @@ struct TAVO_EXPORT ListField {
 };
 using ChildField = ModelElement::Impl*;
 using LinkField = Link*;
+
+/// What a reference to one object leads to, or null.
+inline ModelElement::Impl* targetOf(const Link* link) { return link ? link->target : nullptr; }
 
 } // namespace tavo

@@ -160,6 +160,8 @@ void ModelData::adoptContents(ModelData& other) {
     topLevel_.append(item);
     item = next;
   }
+  found_.clear();
+  other.found_.clear();
   other.identities_.clear();
   for (const auto& [standIn, object] : replacements)
     giveWay(*standIn, *object);

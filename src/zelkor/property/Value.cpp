@@ -6,6 +6,7 @@
 #include "zelkor/property/Enumeration.h"
 #include "zelkor/property/TypeLookup.h"
 #include "zelkor/property/UnitQueryClientWrapper.h"
+#include "zelkor/property/ValueCopies.h"
 #include "zelkor/property/ValueType.h"
 #include "zelkor/services/Proxies.h"
 
@@ -28,6 +29,42 @@ bool isStillValid(const kavra::HostArray& array, const ValueType& type) {
     // The text decides, with its own error.
     return false;
   }
+}
+
+/// A copy of a value in the model `home`, where `create` makes an object that is born with what it is given.
+template <class Create>
+Value copyOf(const Value::Impl& source, const tavo::Model& home, const Create& create) {
+  tavo::Transaction transaction(home); // a copy that fails leaves nothing behind
+  const auto type = source.getType();
+  // Without its type a text cannot be checked, and is no reason to lose it; with an array that is still good, it need
+  // not be evaluated again.
+  const bool asItIs = !type || isStillValid(source.getCachedValue(), type);
+  const auto textAndArray = [&](tavo::ModelElement::Impl& object) {
+    if (!asItIs)
+      return;
+    auto& storage = object.storageAs<Value::Impl::Storage>();
+    storage.cachedValue = source.getCachedValue();
+    storage.storedExpression = source.getStoredExpression();
+  };
+  const Value copy(create(textAndArray));
+  proxy::referAs(copy, source.objectClass().at(Value::Impl::Index::valueTypeProxy), source.getValueTypeProxy());
+  if (!asItIs)
+    try {
+      copy.setExpression(source.getStoredExpression());
+    } catch (const tavo::Error& error) {
+      // A literal that has left its enumeration must not fail the copy of a whole model.
+      if (error.id() != PropertyError::InvalidEnumPropValue)
+        throw;
+      copy.setExpression(type.makeDefaultExpression());
+    }
+  if (type) {
+    copy.setUnits(source.getUnits());
+  } else {
+    const tavo::FrameworkUpdate unchecked(home);
+    copy.setUnits(source.getUnits());
+  }
+  transaction.commit();
+  return copy;
 }
 
 } // namespace
@@ -146,38 +183,15 @@ void Value::Impl::aboutToSetUnits(const tavo::String& units) {
     checker.checkCompatible(units, numeric.units());
 }
 
-Value Value::Impl::clone(const tavo::Model& target) const { return cloneAs(target, {}); }
+Value Value::Impl::clone(const tavo::Model& target) const {
+  return copyOf(*this, target,
+                [&](const tavo::Birth& birth) { return target.create(Value::metaClass(), {}, birth).get(); });
+}
 
-Value Value::Impl::cloneAs(const tavo::Model& target, const tavo::Uuid& identity) const {
-  tavo::Transaction transaction(target); // a copy that fails leaves nothing behind
-  auto copy = Value::create(target, identity);
-  auto& object = static_cast<Impl&>(copy.object());
-  proxy::referAs(copy, at(Index::valueTypeProxy), getValueTypeProxy());
-
-  const auto type = getType();
-  if (!type || isStillValid(getCachedValue(), type)) {
-    // Without its type a text cannot be checked, and is no reason to lose it; with an array that is still good, it
-    // need not be evaluated again.
-    object.setCachedValue(getCachedValue());
-    object.setStoredExpression(getStoredExpression());
-  } else {
-    try {
-      copy.setExpression(getStoredExpression());
-    } catch (const tavo::Error& error) {
-      // A literal that has left its enumeration must not fail the copy of a whole model.
-      if (error.id() != PropertyError::InvalidEnumPropValue)
-        throw;
-      copy.setExpression(type.makeDefaultExpression());
-    }
-  }
-  if (type) {
-    copy.setUnits(getUnits());
-  } else {
-    const tavo::FrameworkUpdate unchecked(target);
-    copy.setUnits(getUnits());
-  }
-  transaction.commit();
-  return copy;
+Value cloneInto(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const Value& value) {
+  return copyOf(static_cast<Value::Impl&>(value.object()), owner.model(), [&](const tavo::Birth& birth) {
+    return owner.object().createInto(feature, Value::metaClass(), birth);
+  });
 }
 
 } // namespace zelkor::property

@@ -3,7 +3,8 @@
 #include "tavo/model/Transaction.h"
 #include "zelkor/parameter/ParameterUsage.h"
 #include "zelkor/property/PropertyUsage.h"
-#include "zelkor/property/Value.impl.h"
+#include "zelkor/property/Value.h"
+#include "zelkor/property/ValueCopies.h"
 #include "zelkor/property/ValueTableEntry.impl.h"
 
 namespace zelkor::property {
@@ -19,33 +20,27 @@ Value presentValue(const ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
   return {};
 }
 
-/// The identities of an entry and its value, which follow from table and element; nil where another object has them.
-struct EntryIdentities {
-  EntryIdentities(const ValueTable::Impl& table, const tavo::Uuid& elemUUID)
-      : entry(table.objectClass().at(ValueTable::Impl::Index::p_Entries).derivedIdentity(table.uuid(), elemUUID, 0)),
-        value(ValueTableEntry::metaClass().at(ValueTableEntry::Impl::Index::p_Value).derivedIdentity(entry, {}, 0)) {
-    if (table.model().find(entry))
-      entry = {};
-    if (table.model().find(value))
-      value = {};
-  }
-
-  tavo::Uuid entry;
-  tavo::Uuid value;
-};
-
-ValueTableEntry makeEntry(const tavo::Model& model, const tavo::Uuid& identity, const tavo::Uuid& elemUUID,
-                          const Value& value) {
-  tavo::Transaction transaction(model);
-  auto entry = ValueTableEntry::create(model, identity);
-  auto& object = static_cast<ValueTableEntry::Impl&>(entry.object());
-  object.setP_ElemUUID(elemUUID);
-  object.getP_ValueMutable().add(value);
-  transaction.commit();
-  return entry;
+/// The feature of an entry that holds its value.
+const tavo::MetaProperty& valueOfEntry() {
+  return ValueTableEntry::metaClass().at(ValueTableEntry::Impl::Index::p_Value);
 }
 
-const Value::Impl& objectOf(const Value& value) { return static_cast<const Value::Impl&>(value.object()); }
+/// What gives an entry its key.
+auto keyOf(const tavo::Uuid& elemUUID) {
+  return [&elemUUID](tavo::ModelElement::Impl& entry) {
+    entry.storageAs<ValueTableEntry::Impl::Storage>().p_ElemUUID = elemUUID;
+  };
+}
+
+/// An entry in its table, under the identity that follows from table and element unless another object has that.
+ValueTableEntry addEntryFor(ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
+  const auto& entries = table.objectClass().at(ValueTable::Impl::Index::p_Entries);
+  auto identity = entries.derivedIdentity(table.uuid(), elemUUID, 0);
+  if (table.model().find(identity))
+    identity = {};
+  const auto key = keyOf(elemUUID);
+  return ValueTableEntry(table.createInto(entries, ValueTableEntry::metaClass(), key, identity));
+}
 
 } // namespace
 
@@ -59,21 +54,18 @@ Value ValueTable::Impl::getValue(const tavo::Uuid& elemUUID) const {
 void ValueTable::Impl::addEntry(const tavo::Uuid& elemUUID, const tavo::String& expression, const tavo::String& unit) {
   tavo::Transaction transaction(model());
   const auto present = presentValue(*this, elemUUID);
-  const EntryIdentities identities(*this, elemUUID);
-  const auto value =
-      present ? objectOf(present).cloneAs(model(), identities.value) : Value::create(model(), identities.value);
+  const auto entry = addEntryFor(*this, elemUUID);
+  const Value value = present ? cloneInto(entry, valueOfEntry(), present)
+                              : Value(entry.object().createInto(valueOfEntry(), Value::metaClass(), tavo::Birth()));
   value.setExpression(expression);
   if (unit != u"*")
     value.setUnit(unit);
-  getP_EntriesMutable().add(makeEntry(model(), identities.entry, elemUUID, value));
   transaction.commit();
 }
 
 void ValueTable::Impl::addCopy(const tavo::Uuid& elemUUID, const Value& value) {
   tavo::Transaction transaction(model());
-  const EntryIdentities identities(*this, elemUUID);
-  const auto copy = objectOf(value).cloneAs(model(), identities.value);
-  getP_EntriesMutable().add(makeEntry(model(), identities.entry, elemUUID, copy));
+  cloneInto(addEntryFor(*this, elemUUID), valueOfEntry(), value);
   transaction.commit();
 }
 
@@ -98,7 +90,12 @@ void ValueTable::Impl::aboutToDestroy() {
 // Entries
 
 ValueTableEntry ValueTableEntry::make(const tavo::Model& model, const tavo::Uuid& elemUUID, const Value& value) {
-  return makeEntry(model, {}, elemUUID, value);
+  tavo::Transaction transaction(model);
+  const auto key = keyOf(elemUUID);
+  ValueTableEntry entry(model.create(ValueTableEntry::metaClass(), {}, key).get());
+  static_cast<Impl&>(entry.object()).getP_ValueMutable().add(value);
+  transaction.commit();
+  return entry;
 }
 
 tavo::ModelElement ValueTableEntry::Impl::getP_Element() const { return model().find(getP_ElemUUID()); }

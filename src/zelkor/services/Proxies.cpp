@@ -53,8 +53,7 @@ ProxySource sourceIn(const tavo::ModelElement& owner, const tavo::MetaProperty& 
 }
 
 void createSource(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const ProxyTarget& target) {
-  const tavo::ModelElement::Impl::BuilderImpl plain(ProxySource::metaClass());
-  auto* source = owner.object().createInto(feature, plain);
+  auto* source = owner.object().createInto(feature, ProxySource::metaClass(), tavo::Birth());
   static_cast<ProxySource::Impl&>(*source).setTarget(target);
 }
 

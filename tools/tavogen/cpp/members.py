@@ -124,8 +124,11 @@ def _many_members(feature: Feature, getter: Signature, spell: Speller) -> list[I
 def _one_members(feature: Feature, getter: Signature, spell: Speller) -> list[ImplMember]:
     names = names_of(feature)
     target = spell.class_name(feature.type.entity)
-    members = [ImplMember(getter, (f"return {target}(one({_at(feature)}));",)),
-               ImplMember(Signature("bool", names.has, is_const=True), (f"return one({_at(feature)}) != nullptr;",))]
+    # Children and references stand in the storage; a container is told from others by the feature that holds the object.
+    one = {Kind.CONTAINS: f"storage().{field_name(feature)}",
+           Kind.REFERS: f"tavo::targetOf(storage().{field_name(feature)})"}.get(feature.kind, f"one({_at(feature)})")
+    members = [ImplMember(getter, (f"return {target}({one});",)),
+               ImplMember(Signature("bool", names.has, is_const=True), (f"return {one} != nullptr;",))]
     setter = setter_signature(feature, spell)
     set_one = (f"setOne({_at(feature)}, value.get());",)
     if feature.kind is Kind.REFERS:

@@ -175,15 +175,15 @@ sample::tools::Tool Bed::Impl::createIntoSpades(const tavo::ModelElement::Impl::
                                                 const tavo::Uuid& uuid) {
   return sample::tools::Tool(createInto(at(Index::spades), builder, uuid));
 }
-Stone Bed::Impl::getGnome() const { return Stone(one(at(Index::gnome))); }
-bool Bed::Impl::hasGnome() const { return one(at(Index::gnome)) != nullptr; }
+Stone Bed::Impl::getGnome() const { return Stone(storage().gnome); }
+bool Bed::Impl::hasGnome() const { return storage().gnome != nullptr; }
 void Bed::Impl::setGnome(const Stone& value) { setOne(at(Index::gnome), value.get()); }
 tavo::MutableChild<Stone> Bed::Impl::getGnomeMutable() { return {handle(), at(Index::gnome)}; }
 Stone Bed::Impl::createIntoGnome(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid) {
   return Stone(createInto(at(Index::gnome), builder, uuid));
 }
-Stone Bed::Impl::getMark() const { return Stone(one(at(Index::mark))); }
-bool Bed::Impl::hasMark() const { return one(at(Index::mark)) != nullptr; }
+Stone Bed::Impl::getMark() const { return Stone(storage().mark); }
+bool Bed::Impl::hasMark() const { return storage().mark != nullptr; }
 void Bed::Impl::setMark(const Stone& value) { setOne(at(Index::mark), value.get()); }
 tavo::MutableChild<Stone> Bed::Impl::getMarkMutable() { return {handle(), at(Index::mark)}; }
 Stone Bed::Impl::createIntoMark(const tavo::ModelElement::Impl::BuilderImpl& builder, const tavo::Uuid& uuid) {
@@ -197,8 +197,8 @@ bool Bed::Impl::hasByNumber() const { return !getByNumber().empty(); }
 tavo::View<Plant> Bed::Impl::getFavorites() const { return {handle(), at(Index::favorites)}; }
 tavo::Mutable<tavo::View<Plant>> Bed::Impl::getFavoritesMutable() { return {handle(), at(Index::favorites)}; }
 bool Bed::Impl::hasFavorites() const { return !getFavorites().empty(); }
-tavo::ModelElement Bed::Impl::getAnything() const { return tavo::ModelElement(one(at(Index::anything))); }
-bool Bed::Impl::hasAnything() const { return one(at(Index::anything)) != nullptr; }
+tavo::ModelElement Bed::Impl::getAnything() const { return tavo::ModelElement(tavo::targetOf(storage().anything)); }
+bool Bed::Impl::hasAnything() const { return tavo::targetOf(storage().anything) != nullptr; }
 void Bed::Impl::setAnything(const tavo::ModelElement& value) { basicSetAnything(value); }
 void Bed::Impl::basicSetAnything(const tavo::ModelElement& value) { setOne(at(Index::anything), value.get()); }
 

@@ -88,8 +88,8 @@ double Bee::dance(const Plant& around) const { return impl<Impl>().dance(around)
 tavo::View<Plant> Bee::Impl::getVisited() const { return {handle(), at(Index::visited)}; }
 tavo::Mutable<tavo::View<Plant>> Bee::Impl::getVisitedMutable() { return {handle(), at(Index::visited)}; }
 bool Bee::Impl::hasVisited() const { return !getVisited().empty(); }
-Bed Bee::Impl::getHome() const { return Bed(one(at(Index::home))); }
-bool Bee::Impl::hasHome() const { return one(at(Index::home)) != nullptr; }
+Bed Bee::Impl::getHome() const { return Bed(tavo::targetOf(storage().home)); }
+bool Bee::Impl::hasHome() const { return tavo::targetOf(storage().home) != nullptr; }
 void Bee::Impl::setHome(const Bed& value) { basicSetHome(value); }
 void Bee::Impl::basicSetHome(const Bed& value) { setOne(at(Index::home), value.get()); }
 

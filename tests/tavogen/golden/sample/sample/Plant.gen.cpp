@@ -462,8 +462,8 @@ void Plant::Impl::setLastSeen(const sample::Clock& value) {
   storage().lastSeen = value;
 }
 void Plant::Impl::setVisits(std::uint32_t value) { storage().visits = value; }
-Plant Plant::Impl::getNeighbour() const { return Plant(one(at(Index::neighbour))); }
-bool Plant::Impl::hasNeighbour() const { return one(at(Index::neighbour)) != nullptr; }
+Plant Plant::Impl::getNeighbour() const { return Plant(tavo::targetOf(storage().neighbour)); }
+bool Plant::Impl::hasNeighbour() const { return tavo::targetOf(storage().neighbour) != nullptr; }
 void Plant::Impl::setNeighbour(const Plant& value) { basicSetNeighbour(value); }
 void Plant::Impl::basicSetNeighbour(const Plant& value) { setOne(at(Index::neighbour), value.get()); }
 tavo::View<Bee> Plant::Impl::getFeeds() const { return {handle(), at(Index::feeds)}; }

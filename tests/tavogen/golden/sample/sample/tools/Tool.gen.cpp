@@ -72,8 +72,8 @@ sample::Plant Tool::user() const { return impl<Impl>().getUser(); }
 
 // The object
 
-sample::Plant Tool::Impl::getUser() const { return sample::Plant(one(at(Index::user))); }
-bool Tool::Impl::hasUser() const { return one(at(Index::user)) != nullptr; }
+sample::Plant Tool::Impl::getUser() const { return sample::Plant(tavo::targetOf(storage().user)); }
+bool Tool::Impl::hasUser() const { return tavo::targetOf(storage().user) != nullptr; }
 void Tool::Impl::setUser(const sample::Plant& value) { basicSetUser(value); }
 void Tool::Impl::basicSetUser(const sample::Plant& value) { setOne(at(Index::user), value.get()); }
 
