@@ -2,6 +2,7 @@
 
 #include "arch/Connector.impl.h"
 #include "arch/Port.impl.h"
+#include "tavo/core/Errors.h"
 #include "tavo/model/Transaction.h"
 
 namespace zelkor {
@@ -10,6 +11,7 @@ Component Component::Impl::addComponent(const tavo::String& name) {
   tavo::Transaction transaction(model());
   auto component = Component::create(model());
   component.setName(name);
+  checkName(name, component);
   getComponentsMutable().add(component);
   transaction.commit();
   return component;
@@ -19,6 +21,7 @@ Port Component::Impl::addPort(const tavo::String& name, PortDirection direction)
   tavo::Transaction transaction(model());
   auto port = Port::create(model());
   port.setName(name);
+  checkName(name, port);
   port.setDirection(direction);
   getPortsMutable().add(port);
   transaction.commit();
@@ -29,10 +32,24 @@ Connector Component::Impl::addConnector(const tavo::String& name, const Port& so
   tavo::Transaction transaction(model());
   auto connector = Connector::create(model());
   connector.setName(name);
+  checkName(name, connector);
   getConnectorsMutable().add(connector);
   connector.connect(source, target);
   transaction.commit();
   return connector;
+}
+
+Element Component::Impl::findChild(const tavo::String& name) const {
+  if (auto part = getComponents().find(name))
+    return part;
+  if (auto port = getPorts().find(name))
+    return port;
+  return getConnectors().find(name);
+}
+
+void Component::Impl::checkName(const tavo::String& name, const Element& element) const {
+  if (const auto present = findChild(name); present && present != element)
+    tavo::raise(tavo::FrameworkError::UniquenessConstraint, present.object().containingProperty()->name(), name);
 }
 
 Element Component::Impl::findElement(const tavo::String& path) const {
@@ -42,13 +59,7 @@ Element Component::Impl::findElement(const tavo::String& path) const {
     const auto name = rest.substr(0, slash);
     rest = slash == rest.npos ? std::u16string_view() : rest.substr(slash + 1);
     const auto owner = found.as<Component>();
-    if (!owner)
-      return {};
-    found = owner.components().find(name);
-    if (!found)
-      found = owner.ports().find(name);
-    if (!found)
-      found = owner.connectors().find(name);
+    found = owner ? static_cast<Impl&>(owner.object()).findChild(name) : Element();
   }
   return found;
 }

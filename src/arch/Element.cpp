@@ -39,6 +39,8 @@ bool isDangling(const Connector& connector) { return !connector.source() || !con
 void Element::Impl::setName(const tavo::String& name) {
   if (!isValidName(name))
     tavo::raise(ElementError::InvalidElementName, name);
+  if (const auto owner = getOwner())
+    static_cast<Component::Impl&>(owner.object()).checkName(name, This());
   setP_Name(name);
 }
 
@@ -53,6 +55,8 @@ tavo::String Element::Impl::getPath() const {
 }
 
 NamedElement Element::Impl::clone(const tavo::Model& target, const CloneContext& context) const {
+  if (const auto known = context ? target.find<NamedElement>(context.getTargetUUID(uuid())) : NamedElement())
+    return known; // copied with what contains it
   // The copies have to know each other, whether or not the caller wants to know them.
   const auto scratch = context ? tavo::Model() : tavo::Model::create();
   const auto known = context ? context : CloneContext::create(scratch);
@@ -81,6 +85,7 @@ void Element::Impl::reparent(const tavo::ModelElement& newOwner) {
                                                                     : "components";
   if (!owner)
     tavo::raise(ElementError::NotAComponent, getPath(), newOwner ? newOwner.objectClass().name() : "");
+  static_cast<Component::Impl&>(owner.object()).checkName(getP_Name(), This());
   tavo::Transaction transaction(model());
   if (auto* present = container())
     present->remove(*containingProperty(), this);

@@ -78,6 +78,9 @@ TEST_F(ElementsTest, PathsAndNamesFollowTheTree) {
   EXPECT_FALSE(factory.findElement(u"Hall//inlet"));
 
   EXPECT_ERROR_UNCHANGED(model(), hall.addComponent(u"Main"), "tavo:messages:UniquenessConstraint");
+  EXPECT_ERROR_UNCHANGED(model(), hall.addPort(u"Main", PortDirection::INPUT), "tavo:messages:UniquenessConstraint");
+  EXPECT_ERROR_UNCHANGED(model(), pipe.setName(u"Main"), "tavo:messages:UniquenessConstraint");
+  EXPECT_ERROR_UNCHANGED(model(), hall.reparent(pump), "tavo:messages:ContainmentCycle");
   EXPECT_ERROR_UNCHANGED(model(), hall.addComponent(u"a/b"), "Velmora:Architecture:InvalidElementName", u"a/b");
   EXPECT_ERROR_UNCHANGED(model(), pump.addConnector(u"pipe", outlet, inlet),
                          "Velmora:Architecture:ConnectorEndOutside");
@@ -110,8 +113,11 @@ TEST_F(ElementsTest, ACopyHasStereotypesAndValuesAndConnectsItself) {
   checkInvariants(model());
 
   auto other = ModelFile::create(u"other");
-  const auto elsewhere = hall.clone(other.model(), {}).cast<Component>();
+  const auto context = internal::clone::CloneContext::create(other.model());
+  const auto elsewhere = hall.clone(other.model(), context).cast<Component>();
+  EXPECT_EQ(pump.clone(other.model(), context), elsewhere.components().find(u"Main")) << "each once";
   EXPECT_EQ(valueOf(elsewhere.components().find(u"Main"), u"Plant.Pump.flow"), "0.125 m^3/s");
+  EXPECT_ERROR_UNCHANGED(model(), hall.reparent(elsewhere), "tavo:messages:CannotCreateCrossModelAssociation");
   EXPECT_EQ(other.profiles().getPrototypeNames().size(), 2u) << "the profile has come along";
   checkInvariants(other.model());
 }

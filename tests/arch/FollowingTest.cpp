@@ -1,7 +1,9 @@
 // Models that follow their profiles.
 #include "tests/arch/ModelFixture.h"
 
+#include "zelkor/clone/CloneContext.h"
 #include "zelkor/profile/ProfileUseChecker.h"
+#include "zelkor/property/ValueType.h"
 
 namespace zelkor {
 namespace {
@@ -97,6 +99,15 @@ TEST_F(FollowingTest, ValuesThatNoLongerFitAreKeptAndReported) {
   EXPECT_EQ(reported(), std::vector<std::string>{"Velmora:Property:ValuesNoLongerFit"});
   EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W");
   EXPECT_ERROR(pump.setPropVal(u"Plant.Machine.power", u"5", u"*"), "Velmora:Property:ErrorSettingPropertyValue");
+  EXPECT_EQ(valueOf(pump.clone(model(), {}).cast<Component>(), u"Plant.Machine.power"), "5 W");
+
+  const auto flow = stereotype(u"Pump").getPropertySet().getPropertyByName(u"flow");
+  flow.setDefaultPropertyValue(u"1", u"*");
+  flow.defaultValue().setUnits({});
+  flow.setType(stereotype(u"Machine").getPropertySet().getPropertyByName(u"slots").getType());
+  modelFile.synchronize();
+  EXPECT_EQ(reported(), std::vector<std::string>{"Velmora:Property:ValuesNoLongerFit"}) << "for its units";
+  EXPECT_EQ(valueOf(pump, u"Plant.Pump.flow"), "2 m^3/s");
 }
 
 TEST_F(FollowingTest, OnlyWhatIsInUseIsRenamedOrTakenOver) {

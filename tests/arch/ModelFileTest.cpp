@@ -125,6 +125,14 @@ TEST_F(ModelFileTest, AMissingProfileCostsNothing) {
     copy.setName(u"Spare");
     copy.reparent(Architecture::getArchitecture(again.model()));
     again.save();
+
+    auto other = ModelFile::create(u"other");
+    const auto elsewhere = element.clone(other.model(), {}).cast<Component>();
+    elsewhere.reparent(Architecture::createArchitecture(other.model(), u"Other"));
+    other.synchronize();
+    EXPECT_EQ(valueOf(elsewhere, u"Plant.Pump.flow"), "2 m^3/s");
+    EXPECT_EQ(elsewhere.getMissingPrototypeNames(), std::vector<tavo::String>{u"Plant.Pump"});
+    other.saveAs(file("other.xml"));
   }
   std::filesystem::rename(file("away.xml"), file("Plant.xml"));
   const auto again = ModelFile::open(file("plant.xml"));
@@ -134,6 +142,13 @@ TEST_F(ModelFileTest, AMissingProfileCostsNothing) {
     EXPECT_TRUE(element.hasPrototype(u"Plant.Machine"));
   }
   EXPECT_FALSE(again.differences().hasDifferences());
+
+  auto other = ModelFile::open(file("other.xml"));
+  other.profiles().addProfile(u"Plant", false);
+  const auto elsewhere = Architecture::getArchitecture(other.model()).findElement(u"Main").cast<Component>();
+  EXPECT_TRUE(elsewhere.hasPrototype(u"Plant.Machine"));
+  EXPECT_EQ(valueOf(elsewhere, u"Plant.Pump.flow"), "2 m^3/s");
+  EXPECT_FALSE(other.checkProfiles().hasDifferences());
 }
 
 TEST_F(ModelFileTest, WhatOthersWroteIsNotOverwritten) {

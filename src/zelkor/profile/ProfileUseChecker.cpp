@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <set>
 
 namespace zelkor::profile {
 
@@ -59,15 +60,17 @@ private:
       missingProfiles.push_back(source.getResolver() ? source.getResolver().uRI() : source.getTargetName());
       return;
     }
+    present_.insert(source.getResolver().uRI());
     for (const auto& prototype : profile.prototypes())
       if (const auto set = prototype.getPropertySet())
         prototypes_.emplace(set.Uuid(), prototype);
   }
 
+  /// Of one that is not at hand, or that the model does not import: an element that was copied here has brought it.
   bool isOfMissingProfile(const PropertySetUsage& usage) const {
     const auto source = usage.propertySetProxy();
     const auto resolver = source ? source.getResolver() : services::proxy::Resolver();
-    return !resolver || std::ranges::find(missingProfiles, resolver.uRI()) != missingProfiles.end();
+    return !resolver || !present_.contains(resolver.uRI());
   }
 
   void compare(const PropertySetUsage& usage) {
@@ -118,6 +121,7 @@ private:
   }
 
   ProfileNamespace namespace_;
+  std::set<tavo::String> present_;                                                 ///< names of the profiles at hand
   boost::unordered_flat_map<tavo::Uuid, Prototype, tavo::UuidHash> prototypes_;    ///< by their property sets
   boost::unordered_flat_map<tavo::Uuid, PropertySetUsage, tavo::UuidHash> usages_; ///< likewise
 };

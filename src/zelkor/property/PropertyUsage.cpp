@@ -16,6 +16,7 @@
 #include "zelkor/services/Proxies.h"
 
 #include <algorithm>
+#include <map>
 
 namespace zelkor::property {
 
@@ -37,6 +38,27 @@ void takeDefault(const Value& initial, const Value& from, const ValueType& type)
   initial.setType(type);
   initial.setExpression(from.storedExpression());
   initial.setUnits(from.units());
+}
+
+/// Whether `action` can be done, as far as the library has a say in it.
+template <class Action>
+bool succeeds(Action action) {
+  try {
+    action();
+    return true;
+  } catch (const tavo::Error&) {
+    return false;
+  }
+}
+
+/// A copy of a value that no longer fits its type, which nobody may have a new value without having asked for it.
+Value asItStands(const Value& value, const tavo::Model& target) {
+  const tavo::FrameworkUpdate unchecked(target);
+  auto copy = Value::create(target);
+  proxy::referAs(copy, copy.objectClass().at(Value::Impl::Index::valueTypeProxy), value.valueTypeProxy());
+  static_cast<Value::Impl&>(copy.object()).setStoredExpression(value.storedExpression());
+  copy.setUnits(value.units());
+  return copy;
 }
 
 } // namespace
@@ -144,7 +166,8 @@ bool PropertyUsage::Impl::isInSyncWithPropDef() const {
   if (!initial || !given)
     return static_cast<bool>(initial) == static_cast<bool>(given);
   const auto type = definition.getType();
-  return (!type || initial.valueTypeProxy().pointsTo(type)) && initial.storedExpression() == given.storedExpression();
+  return (!type || proxy::targetIdOf(initial.valueTypeProxy()) == type.Uuid()) &&
+         initial.storedExpression() == given.storedExpression();
 }
 
 void PropertyUsage::Impl::updateDefaultValue() {
@@ -157,10 +180,15 @@ void PropertyUsage::Impl::updateDefaultValue() {
 
   tavo::Transaction transaction(model());
   const auto type = definition.getType();
-  if (given)
-    takeDefault(initial, given, type);
-  else
-    initial.initFromType(type);
+  try {
+    if (given)
+      takeDefault(initial, given, type);
+    else
+      initial.initFromType(type);
+  } catch (const tavo::Error& error) {
+    raiseBecause(error, PropertyError::InvalidDefaultValue, definition.getFullyQualifiedName(),
+                 given ? given.getExpression() : tavo::String());
+  }
   setLastDefVersionSynced(definition.currentVersionId());
   transaction.commit();
 }
@@ -171,16 +199,18 @@ void PropertyUsage::Impl::updateValueTypes() {
     return;
   tavo::Transaction transaction(model());
   std::size_t misfits = 0;
+  std::map<tavo::String, bool> unitsFit; // few, for many values
   for (const auto& entry : getP_ValueTable().p_Entries()) {
     const auto value = entry.getValue();
     value.setType(type);
-    try {
+    // What the user has written is not for us to change.
+    const auto [units, isNew] = unitsFit.try_emplace(value.units(), true);
+    if (isNew)
+      units->second = succeeds([&] { value.setUnits(value.units()); });
+    misfits += !units->second || !succeeds([&] {
       if (value.hasValue() && kavra::isHostAvailable())
         type.validateExpression(value.storedExpression());
-    } catch (const tavo::Error&) {
-      // What the user has written is not for us to change.
-      ++misfits;
-    }
+    });
   }
   transaction.commit();
   if (misfits != 0)
@@ -225,7 +255,8 @@ void PropertyUsage::Impl::copyValues(const std::vector<PropertyOwner>& from, con
   for (std::size_t i = 0; i < std::min(from.size(), to.size()); ++i)
     if (const auto value = getP_ValueTable().getValue(from[i].Uuid())) {
       table.removeEntry(to[i].Uuid());
-      values.addCopy(to[i].Uuid(), value);
+      if (!succeeds([&] { values.addCopy(to[i].Uuid(), value); }))
+        values.getP_EntriesMutable().add(ValueTableEntry::make(home, to[i].Uuid(), asItStands(value, home)));
     }
   transaction.commit();
 }
