@@ -177,6 +177,10 @@ TEST_F(ModelFileTest, AModelIsCalledLikeTheFileThatItIsIn) {
 
 TEST_F(ModelFileTest, OnlyModelsAreOpened) {
   EXPECT_ERROR(ModelFile::open(file("Plant.xml")), "Velmora:Architecture:NotAnArchitectureModel");
+  auto text = contentOf(file("plant.xml"));
+  const auto from = text.find("<initialValue");
+  write(file("part.xml"), text.erase(from, text.find("/>", from) + 2 - from));
+  EXPECT_ERROR(ModelFile::open(file("part.xml")), "Velmora:Architecture:IncompleteModel");
   EXPECT_ERROR(ModelFile::open(file("nowhere.xml")), "tavo:io:FileNotFound");
 }
 

@@ -79,6 +79,8 @@ struct ProfileError {
 };
 
 struct ArchitectureError {
+  /// (file, usage) A model lacks parts that belong to the usage of a property set.
+  static constexpr ErrorId IncompleteModel{"Velmora:Architecture:IncompleteModel"};
   /// (file) A file does not hold an architecture model.
   static constexpr ErrorId NotAnArchitectureModel{"Velmora:Architecture:NotAnArchitectureModel"};
   /// (profile) A profile is to be removed from a model that does not use it.

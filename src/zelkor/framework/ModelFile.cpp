@@ -5,8 +5,15 @@
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/profile/ProfileNamespace.impl.h"
+#include "zelkor/property/PropertySetUsage.h"
+#include "zelkor/property/PropertyUsage.h"
 #include "zelkor/property/TypeCatalog.h"
+#include "zelkor/property/Value.h"
+#include "zelkor/property/ValueTable.h"
 #include "zelkor/services/ModelIdentifier.impl.h"
+#include "zelkor/services/ProxySource.h"
+
+#include <algorithm>
 
 namespace zelkor {
 
@@ -20,6 +27,16 @@ namespace fs = std::filesystem;
 
 /// The name by which others refer to a model: that of its file.
 tavo::String nameOf(const fs::path& path) { return tavo::String::fromUtf8(path.stem().native()); }
+
+/// Usages are never made without these parts. Where one is missing, nobody knows what the file should have said.
+void requireWholeUsages(const ProfileNamespace& profiles, const fs::path& path) {
+  const auto isWhole = [](const property::PropertyUsage& usage) {
+    return usage.propertyDefProxy() && usage.initialValue() && usage.p_ValueTable();
+  };
+  for (const auto& usage : profiles.p_PropertySets())
+    if (!usage.propertySetProxy() || !std::ranges::all_of(usage.properties().toVector(), isWhole))
+      raise(ArchitectureError::IncompleteModel, path.native(), usage.p_Name());
+}
 
 void identify(const tavo::Model& model, const tavo::String& name) {
   const auto identifier = ModelIdentifier::createModelIdentifier(model, u"architecture", name);
@@ -79,6 +96,7 @@ ModelFile ModelFile::open(const fs::path& path) {
   const auto seen = tavo::loadModel(path, state.model);
   if (!state.profiles())
     raise(ArchitectureError::NotAnArchitectureModel, path.native());
+  requireWholeUsages(state.profiles(), path);
   identify(state.model, nameOf(path));
   state.model.setName(nameOf(path));
   state.profiles().initializePostLoad();

@@ -51,7 +51,7 @@ bool succeeds(Action action) {
   }
 }
 
-/// A copy of a value that no longer fits its type, which nobody may have a new value without having asked for it.
+/// A copy of a value that no longer fits its type: whoever copies an element does not want another value.
 Value asItStands(const Value& value, const tavo::Model& target) {
   const tavo::FrameworkUpdate unchecked(target);
   auto copy = Value::create(target);
