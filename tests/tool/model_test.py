@@ -101,7 +101,7 @@ class ModelTest(unittest.TestCase):
             (["set", "m.xml", "Hall/Main", "power", "1", "--units", "kg"], "ErrorSettingPropertyValue", "converted"),
             (["set", "m.xml", "Hall/Main", "power", "1", "--units", "Wt"], "ErrorSettingPropertyValue", "Because: unit"),
             (["set", "m.xml", "Hall/Main", "power", "1", "--units", "W/"], "ErrorSettingPropertyValue", "of the units"),
-            (["set", "m.xml", "Hall/Main", "label", "hello"], "ErrorSettingPropertyValue", "single quotes"),
+            (["set", "m.xml", "Hall/Main", "label", "hello"], "ErrorSettingPropertyValue", "use --text"),
             (["set", "m.xml", "Hall/Main", "pwer", "1"], "zelkor:model:UnknownProperty", 'did you mean "power"?'),
             (["set", "m.xml", "Hall/Mian", "power", "1"], "zelkor:model:UnknownElement", 'did you mean "Hall/Main"?'),
             (["set", "m.xml", "", "power", "1"], "zelkor:model:UnknownElement", 'element ""'),
@@ -205,6 +205,40 @@ class ModelTest(unittest.TestCase):
         os.rename(self.folder / "away.xml", self.folder / "Plant.xml")
         self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "power"), "7 W\n")
         self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")
+
+    def test_what_is_missing_goes_only_when_that_is_said(self):
+        self.make_model()
+        self.run_well("apply", "m.xml", "Hall", "Machine")
+        for element in ["Hall", "Hall/Main"]:
+            self.run_well("set", "m.xml", element, "power", "7")
+        (self.folder / "Other.toml").write_text("[[stereotype]]\nname = 'Tag'\n[[stereotype.property]]\nname = 'note'\n"
+                                                "type = 'string'\n")
+        self.run_well("compile", "Other.toml")
+        self.run_well("import", "m.xml", "Other")
+        self.run_well("apply", "m.xml", "Hall/Main", "Tag")
+        self.run_well("set", "m.xml", "Hall/Main", "note", "mine", "--text")
+        for name in ["Plant", "Other"]:
+            os.rename(self.folder / f"{name}.xml", self.folder / f"{name}.away")
+        before = self.content()
+        for arguments, identifier in [(["unapply", "m.xml", "Hall", "Machine"], "MissingStereotype"),
+                                      (["remove", "m.xml", "Plant"], "MissingProfile")]:
+            done = self.run_command(*arguments)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn("zelkor:model:" + identifier, done.stderr)
+            self.assertIn("--missing", done.stderr)
+            self.assertEqual(self.content(), before)
+        self.assertEqual(self.run_command("unapply", "m.xml", "Hall", "Machine", "--missing").returncode, 0)
+        self.assertEqual(self.run_command("values", "m.xml").stdout,
+                         "m/Hall/Main\n  * Other.Tag.note       'mine'\n    Plant.Machine.label  'none'\n"
+                         "  * Plant.Machine.power  7 W\n")
+        done = self.run_command("remove", "m.xml", "Plant", "--missing")
+        self.assertEqual(done.returncode, 0)
+        self.assertIn('Values of "Plant.Machine.power" that are dropped', done.stderr)
+        os.rename(self.folder / "Other.away", self.folder / "Other.xml")
+        self.assertEqual(self.run_well("values", "m.xml"), "m/Hall/Main\n  * Other.Tag.note  'mine'\n")
+        os.rename(self.folder / "Plant.away", self.folder / "Plant.xml")
+        self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")
+        self.run_well("import", "m.xml", "Plant")
 
     def test_the_example_fits_the_example_profiles(self):
         for name in ["AvionicsHardware", "TimingScheduling", "FlightControl"]:

@@ -160,6 +160,20 @@ std::vector<tavo::String> Prototypable::Impl::getMissingPrototypeNames() const {
   return names;
 }
 
+void Prototypable::Impl::removeMissingPrototype(const tavo::String& fullyQualifiedName) {
+  tavo::Transaction transaction(model());
+  for (const auto& source : getPrototypeProxy().toVector()) {
+    if (source.getTargetName() != fullyQualifiedName || findTarget(source))
+      continue;
+    source.destroy();
+    const auto profiles = getProfileNamespace();
+    const auto usage = profiles ? profiles.getPropertySet(fullyQualifiedName) : PropertySetUsage();
+    if (usage && !needsPropertySet(usage))
+      removePropertySet(usage, true);
+  }
+  transaction.commit();
+}
+
 //----------------------------------------------------------------------------------------------------------------------
 // Copies
 

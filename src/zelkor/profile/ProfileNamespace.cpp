@@ -493,4 +493,40 @@ void ProfileNamespace::Impl::followProperties(const ProfileUseChecker& checker) 
   }
 }
 
+//----------------------------------------------------------------------------------------------------------------------
+// Giving up what is missing
+
+void ProfileNamespace::Impl::forgetProfile(const tavo::String& name) {
+  const auto direct = sourceIn(getProfileProxy(), name);
+  const auto source = direct ? direct : sourceIn(getP_DependentProfileProxy(), name);
+  if (!source || findTarget(source))
+    return removeProfile(name);
+
+  const auto isOfProfile = [&](const PropertySetUsage& usage) {
+    const auto set = usage.propertySetProxy();
+    return set && set.getResolver() && set.getResolver().uRI() == name;
+  };
+  std::vector<tavo::String> lost;
+  bool isNeeded = false;
+  for (const auto& usage : getP_PropertySets())
+    if (isOfProfile(usage))
+      lost.push_back(usage.p_Name());
+    else
+      isNeeded = isNeeded || std::ranges::any_of(usage.getLineage(), isOfProfile);
+
+  tavo::Transaction transaction(model());
+  if (isNeeded) {
+    if (direct) {
+      getProfileProxyMutable().remove(direct);
+      getP_DependentProfileProxyMutable().add(direct);
+    }
+    return transaction.commit();
+  }
+  dropLostPrototypes(lost);
+  source.destroy();
+  if (const auto resolver = ProfileResolver::findModelResolver(model(), name))
+    resolver.destroy();
+  transaction.commit();
+}
+
 } // namespace zelkor::profile

@@ -3,6 +3,7 @@
 #include "tools/zelkor/command/Commands.h"
 
 #include "kavra/Error.h"
+#include "zelkor/framework/Errors.h"
 
 #include <nlohmann/json.hpp>
 
@@ -51,11 +52,14 @@ void printJson(const nlohmann::ordered_json& json) {
   std::cout << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
 }
 
-void addCurrent(text::Findings& findings, text::Place place, const std::string& element) {
+void addCurrent(text::Findings& findings, text::Place place, const std::string& element,
+                const std::string& hintOnExpressions) {
   try {
     throw;
   } catch (const tavo::Error& error) {
-    findings.add(place, element, error);
+    const auto* cause = error.cause().get();
+    const bool isOnExpression = cause && cause->id() == PropertyError::CannotEvalExpression;
+    findings.add(place, element, error, isOnExpression ? hintOnExpressions : "");
   } catch (const kavra::Error& error) {
     findings.add({findings.file(), place, element, error.id(), error.what()});
   } catch (const std::exception& error) {

@@ -25,8 +25,10 @@ int report(const text::Findings& found, bool asJson);
 /// Prints to the standard output, indented; what UTF-8 cannot hold becomes U+FFFD.
 void printJson(const nlohmann::ordered_json& json);
 
-/// Adds whatever has been thrown, and is being handled, to the findings.
-void addCurrent(text::Findings& findings, text::Place place = {}, const std::string& element = {});
+/// Adds whatever has been thrown, and is being handled, to the findings; with a hint when it is about an expression
+/// that means nothing.
+void addCurrent(text::Findings& findings, text::Place place = {}, const std::string& element = {},
+                const std::string& hintOnExpressions = {});
 
 /// Says on a terminal what long work is at, until this ends. Work that is done soon is not mentioned.
 class Progress {

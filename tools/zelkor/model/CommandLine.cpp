@@ -12,7 +12,7 @@ struct Words {
   std::string model{}, name{}, profile{}, element{}, stereotype{}, property{}, value{}, units{}, table{}, source{},
       target{};
   std::string kind = "component";
-  bool json = false, csv = false, isText = false, dryRun = false;
+  bool json = false, csv = false, isText = false, dryRun = false, missing = false;
 };
 
 /// A subcommand with its arguments in the order in which they are added.
@@ -76,7 +76,8 @@ void addModelCommands(CLI::App& app, int& status) {
   Command(app, "remove", "Remove a profile from a model, with all values that it brought")
       .argument("MODEL", w.model, modelDoc)
       .argument("PROFILE", w.profile, "The profile, by name")
-      .calls(status, [words] { return removeProfile(words->model, words->profile); });
+      .flag("--missing", w.missing, "Also one that cannot be had; the values that it brought are gone then")
+      .calls(status, [words] { return removeProfile(words->model, words->profile, words->missing); });
 
   Command(app, "apply", "Apply a stereotype to an element")
       .argument("MODEL", w.model, modelDoc)
@@ -87,7 +88,9 @@ void addModelCommands(CLI::App& app, int& status) {
       .argument("MODEL", w.model, modelDoc)
       .argument("ELEMENT", w.element, elementDoc)
       .argument("STEREOTYPE", w.stereotype, "The stereotype")
-      .calls(status, [words] { return unapplyStereotype(words->model, words->element, words->stereotype); });
+      .flag("--missing", w.missing, "Also one that cannot be had; the values that it brought are gone then")
+      .calls(status,
+             [words] { return unapplyStereotype(words->model, words->element, words->stereotype, words->missing); });
 
   auto set = Command(app, "set", "Give elements values of their own");
   set.argument("MODEL", w.model, modelDoc);

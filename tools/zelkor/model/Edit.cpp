@@ -13,6 +13,8 @@
 #include "kavra/Rendering.h"
 #include "zelkor/framework/HostNames.h"
 
+#include <algorithm>
+
 namespace zelkor::command {
 namespace {
 
@@ -22,14 +24,15 @@ tavo::String utf16(const std::string& text) { return tavo::String::fromUtf8(text
 
 /// Opens a model, lets `change` work on it, and saves it; what goes wrong is a finding.
 template <class Change>
-int edit(const fs::path& model, const std::string& element, Change change) {
-  return reporting(model, element, false, [&] {
+int edit(const fs::path& model, const std::string& element, Change change, const std::string& hintOnExpressions = {}) {
+  const auto action = [&] {
     OpenModel open(model);
     open.tellOfChanges();
     change(open);
     open.save();
     open.tellReports();
-  });
+  };
+  return reporting(model, element, false, action, hintOnExpressions);
 }
 
 } // namespace
@@ -72,8 +75,18 @@ int importProfile(const fs::path& model, const std::string& profile) {
   return edit(model, {}, [&](OpenModel& open) { open.profiles().addProfile(utf16(profile), false); });
 }
 
-int removeProfile(const fs::path& model, const std::string& profile) {
-  return edit(model, {}, [&](OpenModel& open) { open.profiles().removeProfile(utf16(profile)); });
+int removeProfile(const fs::path& model, const std::string& profile, bool missing) {
+  return edit(model, {}, [&](OpenModel& open) {
+    const auto name = utf16(profile);
+    if (!missing && std::ranges::find(open.missingProfiles(), name) != open.missingProfiles().end())
+      tavo::raise(ModelCommandError::MissingProfile, profile);
+    if (missing)
+      open.profiles().forgetProfile(name);
+    else
+      open.profiles().removeProfile(name);
+    if (open.uses(name))
+      open.warn("the profile \"" + profile + "\" stays, because another one needs it");
+  });
 }
 
 int applyStereotype(const fs::path& model, const std::string& element, const std::string& stereotype) {
@@ -81,19 +94,31 @@ int applyStereotype(const fs::path& model, const std::string& element, const std
               [&](OpenModel& open) { open.element(element).applyPrototype(open.stereotype(stereotype)); });
 }
 
-int unapplyStereotype(const fs::path& model, const std::string& element, const std::string& stereotype) {
-  return edit(model, element,
-              [&](OpenModel& open) { open.element(element).removePrototype(open.stereotype(stereotype)); });
+int unapplyStereotype(const fs::path& model, const std::string& element, const std::string& stereotype, bool missing) {
+  return edit(model, element, [&](OpenModel& open) {
+    const auto found = open.element(element);
+    const auto lost = OpenModel::missingStereotype(found, stereotype);
+    if (missing && !lost.empty())
+      return found.removeMissingPrototype(lost);
+    try {
+      found.removePrototype(open.stereotype(stereotype));
+    } catch (const tavo::Error& error) {
+      if (error.id() != ModelCommandError::UnknownStereotype || lost.empty())
+        throw;
+      tavo::raise(ModelCommandError::MissingStereotype, lost);
+    }
+  });
 }
 
 int setValue(const fs::path& model, const std::string& element, const std::string& property, const std::string& value,
              const std::optional<std::string>& units, bool isText) {
-  return edit(model, element, [&](OpenModel& open) {
+  const auto change = [&](OpenModel& open) {
     const auto found = open.element(element);
     const auto expression =
         isText ? tavo::String(*kavra::expressionText(kavra::HostArray::chars(utf16(value)))) : utf16(value);
     found.setPropVal(OpenModel::property(found, property), expression, units ? utf16(*units) : u"*");
-  });
+  };
+  return edit(model, element, change, "A shell takes quotes away, so use --text, or double quotes around them.");
 }
 
 int clearValue(const fs::path& model, const std::string& element, const std::string& property) {

@@ -22,6 +22,10 @@ struct ModelCommandError {
   static constexpr ErrorId FileExists{"zelkor:model:FileExists"};
   /// (column) A table lacks a column.
   static constexpr ErrorId MissingColumn{"zelkor:model:MissingColumn"};
+  /// (profile) A profile that cannot be had is to be removed.
+  static constexpr ErrorId MissingProfile{"zelkor:model:MissingProfile"};
+  /// (stereotype) A stereotype that cannot be had is to be taken off.
+  static constexpr ErrorId MissingStereotype{"zelkor:model:MissingStereotype"};
   /// (name) A file is called what an architecture cannot be called.
   static constexpr ErrorId NameOfFile{"zelkor:model:NameOfFile"};
   /// (file) A model has no architecture, so it has no elements.

@@ -16,9 +16,12 @@ int newModel(const std::filesystem::path& model, const std::string& name);
 int addElement(const std::filesystem::path& model, const std::string& path, const std::string& kind,
                const std::string& source, const std::string& target);
 int importProfile(const std::filesystem::path& model, const std::string& profile);
-int removeProfile(const std::filesystem::path& model, const std::string& profile);
+/// `missing` allows for one that cannot be had; what it brought goes with it.
+int removeProfile(const std::filesystem::path& model, const std::string& profile, bool missing);
 int applyStereotype(const std::filesystem::path& model, const std::string& element, const std::string& stereotype);
-int unapplyStereotype(const std::filesystem::path& model, const std::string& element, const std::string& stereotype);
+/// `missing` allows for one whose profile cannot be had.
+int unapplyStereotype(const std::filesystem::path& model, const std::string& element, const std::string& stereotype,
+                      bool missing);
 /// With `isText` the value is a text and not an expression. Without units, they stay as they are.
 int setValue(const std::filesystem::path& model, const std::string& element, const std::string& property,
              const std::string& value, const std::optional<std::string>& units, bool isText);

@@ -8,6 +8,8 @@
 #include "zelkor/profile/Profile.h"
 #include "zelkor/profile/ProfileCatalog.h"
 #include "zelkor/property/QualifiedNames.h"
+#include "zelkor/services/ProxySource.h"
+#include "zelkor/services/Resolver.h"
 
 #include <algorithm>
 #include <iostream>
@@ -106,6 +108,14 @@ std::vector<Element> OpenModel::elements() const {
   return all;
 }
 
+bool OpenModel::uses(const tavo::String& profile) const {
+  const auto leadsThere = [&](const services::proxy::ProxySource& source) {
+    return source.getResolver() && source.getResolver().uRI() == profile;
+  };
+  return std::ranges::any_of(profiles().profileProxy().toVector(), leadsThere) ||
+         std::ranges::any_of(profiles().p_DependentProfileProxy().toVector(), leadsThere);
+}
+
 Architecture OpenModel::architecture() const {
   auto architecture = Architecture::getArchitecture(model());
   if (!architecture)
@@ -147,6 +157,13 @@ profile::Prototype OpenModel::stereotype(const std::string& name) const {
     tavo::raise(ModelCommandError::UnknownStereotype, name, text::suggestion(name, known));
   });
   return profiles().getPrototype(tavo::String::fromUtf8(found));
+}
+
+tavo::String OpenModel::missingStereotype(const Element& element, const std::string& name) {
+  for (auto& each : element.getMissingPrototypeNames())
+    if (const auto known = toUtf8(each); known == name || known.ends_with("." + name))
+      return each;
+  return {};
 }
 
 tavo::String OpenModel::property(const Element& element, const std::string& name) {

@@ -32,6 +32,8 @@ public:
   const tavo::Model& model() const { return file_.model(); }
   profile::ProfileNamespace profiles() const { return file_.profiles(); }
   const std::vector<tavo::String>& missingProfiles() const { return missing_; }
+  /// Whether the model has a profile of that name, be it missing.
+  bool uses(const tavo::String& profile) const;
 
   /// Raises NoArchitecture.
   Architecture architecture() const;
@@ -51,6 +53,9 @@ public:
   /// By fully qualified name, or by its own where only one profile in use has it. Raises UnknownStereotype or
   /// AmbiguousName.
   profile::Prototype stereotype(const std::string& name) const;
+  /// The fully qualified name of a stereotype that the element carries and that cannot be had, given likewise; empty
+  /// when there is none.
+  static tavo::String missingStereotype(const Element& element, const std::string& name);
   /// The qualified name of an element's property, which may be given short where only one set has it. Raises
   /// UnknownProperty or AmbiguousName.
   static tavo::String property(const Element& element, const std::string& name);
@@ -59,10 +64,10 @@ public:
   void save();
   /// Prints what the library has reported since the last call.
   void tellReports();
-
-private:
+  /// Prints something about the model to the standard error.
   void warn(const std::string& text) const;
 
+private:
   std::string name_;
   Surroundings surroundings_;
   ModelFile file_;
