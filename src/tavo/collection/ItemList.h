@@ -43,20 +43,25 @@ private:
   std::size_t mask_ = 0;
 };
 
-/// An item is a child (containment, or the top-level list of a model) or a link (reference). Items keep their slot
-/// while they are in the list.
+/// An item is a child (containment, or the top-level list of a model) or a link (reference).
 ///
 /// Adding, finding and removing cost the same at any size. Removal remembers the item's predecessor, so that putting it
-/// back restores the order exactly; putting back what was there before allocates nothing and does not raise. Iteration
-/// goes through an order that is made when it is first asked for after a change: by key for maps, as linked for the
-/// others.
+/// back restores the order exactly; putting back what was there before allocates nothing and does not raise.
+///
+/// Most lists of a model hold few items: up to three are in place, up to eight in an array. Longer lists are an array
+/// too, in which each item knows its slot, for as long as they grow and shrink at their end; a change in the middle
+/// gives the slots neighbours. The order of a map, which is that of its keys, is made when it is first asked for after
+/// a change; a map of few items is kept in it.
 ///
 /// A stand-in has no values, so it has no keys either: a map of references holds it, ahead of what has keys, and finds
 /// it by what it is.
 class ItemList {
 public:
   /// `property` is null for the top-level objects of a model.
-  explicit ItemList(const MetaProperty* property);
+  explicit ItemList(const MetaProperty* property) : property_(property) {}
+  ItemList(const ItemList&) = delete;
+  ItemList& operator=(const ItemList&) = delete;
+  ~ItemList() { clear(); }
 
   std::size_t size() const { return count_; }
   /// Changes with every change of the list.
@@ -66,11 +71,21 @@ public:
   /// Room for one more; may raise std::bad_alloc. Every insert on the way forward is preceded by it.
   void reserveOne() { reserve(count_ + 1); }
   void reserve(std::size_t count);
+  /// What taking the item out, or putting another behind it, needs so that its cost does not grow with the list. Null
+  /// stands for the beginning.
+  void reserveChangeAt(void* item) {
+    if (item != last())
+      reserveChanges();
+  }
+  /// The same for all items, those too that are to come.
+  void reserveChanges();
+  /// What `find` would make when it is first called.
+  void reserveSearch() const;
   /// Puts an item behind `previous` (null: first).
   void insertAfter(void* item, void* previous) noexcept;
-  void append(void* item) noexcept { insertAfter(item, tail_ == none ? nullptr : nodes_[tail_].item); }
-  /// Forgets all items at once; they keep their slots.
-  void clear() noexcept { *this = ItemList(property_); }
+  void append(void* item) noexcept { insertAfter(item, last()); }
+  /// Forgets all items at once.
+  void clear() noexcept;
   /// Takes an item out and returns its predecessor.
   void* take(void* item) noexcept;
 
@@ -80,13 +95,13 @@ public:
   /// Lets the processor fetch what a walk over the order, now at `position`, comes to soon: in the order of keys, items
   /// lie scattered in memory.
   void foresee(std::size_t position) const;
-  void* first() const { return head_ == none ? nullptr : nodes_[head_].item; }
-  void* last() const { return tail_ == none ? nullptr : nodes_[tail_].item; }
-  /// The item linked behind `item`, or null.
+  void* first() const;
+  void* last() const;
+  /// The item behind `item`, or null; in the order in which items came, but for maps of few items.
   void* nextOf(void* item) const;
   void* previousOf(void* item) const;
 
-  /// The item whose object is `object`, or null.
+  /// The item whose object is `object`, or null. May raise std::bad_alloc.
   void* find(const ModelElement::Impl& object) const;
   /// The item whose object has the key at `key` in index `which`.
   void* findKey(std::size_t which, const void* key) const;
@@ -99,7 +114,7 @@ public:
   void reindex(std::size_t which, void* item) noexcept;
 
   ModelElement::Impl* objectOf(void* item) const {
-    return links_ ? static_cast<Link*>(item)->target : static_cast<ModelElement::Impl*>(item);
+    return holdsLinks() ? static_cast<Link*>(item)->target : static_cast<ModelElement::Impl*>(item);
   }
 
   /// For checkInvariants: raises std::logic_error with a description.
@@ -107,32 +122,57 @@ public:
 
 private:
   static constexpr std::uint32_t none = 0xffffffffu;
-  static constexpr std::size_t indexedFrom = 9; ///< shorter lists are searched through
+  static constexpr std::uint32_t fewest = 3; ///< items that are in place
+  static constexpr std::uint32_t few = 8;    ///< items of an array; longer lists are searched through an index
 
-  struct Node {
-    void* item;
+  enum class Form : std::uint32_t { inPlace, array, many };
+  struct Neighbours {
     std::uint32_t previous, next;
   };
+  struct Many {
+    std::vector<void*> items;           ///< by slot; null in a free one
+    std::vector<Neighbours> neighbours; ///< by slot; none while the slots are in order, without a free one
+    std::uint32_t head = none, tail = none, free = none;
+    bool ordered = false;
+    std::vector<std::uint32_t> order;
+    KeyIndex indexes[2];
+  };
+
+  bool holdsLinks() const { return property_ && property_->isReference(); }
+  bool isMap() const { return property_ && property_->key(0); }
+  bool isIdentityIndexed() const { return holdsLinks() && !isMap(); }
+  bool isMany() const { return form_ == Form::many; }
+  bool isInOrder() const { return many_->neighbours.empty(); }
+  void** fewItems() { return form_ == Form::inPlace ? inPlace_ : array_; }
+  void* const* fewItems() const { return form_ == Form::inPlace ? inPlace_ : array_; }
+  std::uint32_t fewPositionOf(const void* item) const;
+  bool isBefore(void* a, void* b) const;
 
   std::uint32_t& slotOf(void* item) const;
-  bool isIdentityIndexed() const { return links_ && !keyed_; }
   std::uint32_t hashOf(std::size_t which, const ModelElement::Impl& object) const;
+  template <class Visit>
+  void forEachIndex(const Visit& visit) const;
+  void enter(void* item, std::uint32_t slot) const noexcept;
+  void move(std::uint32_t from, std::uint32_t to) noexcept;
+  void giveNeighbours() noexcept;
+  void growToMany(std::size_t count);
   template <class Matches>
   void* search(std::size_t which, std::uint32_t hash, const Matches& matches) const;
+  void* findThroughOpposite(const ModelElement::Impl& object) const;
   std::size_t indexCount() const;
   void makeOrder();
   void sortByKey();
 
   const MetaProperty* property_;
-  std::vector<Node> nodes_;
-  std::uint32_t head_ = none, tail_ = none, free_ = none;
-  std::uint32_t count_ = 0;
   std::uint32_t version_ = 0;
-  bool links_;
-  bool keyed_;
-  bool ordered_ = false;
-  KeyIndex indexes_[2];
-  std::vector<std::uint32_t> order_;
+  std::uint32_t count_ : 30 = 0;
+  Form form_ : 2 = Form::inPlace;
+  union {
+    void* inPlace_[fewest];
+    void** array_;
+    Many* many_;
+  };
 };
+static_assert(sizeof(ItemList) == 40);
 
 } // namespace tavo

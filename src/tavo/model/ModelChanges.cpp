@@ -56,6 +56,22 @@ Placement ModelData::makeRoom(Impl* container, const MetaProperty* property) {
   return place;
 }
 
+void ModelData::prepareDetach(Impl& object) {
+  if (!object.isPlaced_)
+    return;
+  if (!object.container_)
+    topLevel_.reserveChangeAt(&object);
+  else if (const MetaProperty& property = *object.containingProperty(); property.isMany())
+    listField(*object.container_, property).list->reserveChangeAt(&object);
+}
+
+void ModelData::prepareUnlink(const Link& link) {
+  if (const MetaProperty& feature = link.feature(); feature.isMany())
+    listField(*link.source, feature).list->reserveChangeAt(const_cast<Link*>(&link));
+  if (Link* twin = link.twin(); twin && twin->feature().isMany())
+    listField(*twin->source, twin->feature()).list->reserveChangeAt(twin);
+}
+
 // Objects
 
 Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
@@ -192,6 +208,9 @@ void ModelData::attach(Impl& child, Impl* container, const MetaProperty* propert
   place.previous = previous;
   if (container && property->isMany())
     requireFree(*listField(*container, *property).list, child);
+  prepareDetach(child);
+  if (!container || property->isMany())
+    (container ? *listField(*container, *property).list : topLevel_).reserveChangeAt(previous);
   reserveRecord();
 
   Record record(Record::Kind::placement, &child);
@@ -223,6 +242,9 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
     }
   ItemList* list = prepare(source, property, target);
   ItemList* opposed = opposite ? prepare(target, *opposite, source) : nullptr;
+  void* behind = previous == atTheEnd ? (list ? list->last() : nullptr) : previous;
+  if (list)
+    list->reserveChangeAt(behind);
   reserveRecord();
   Link* made = links_.create();
   if (opposite) {
@@ -242,7 +264,6 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
   made->property = property.index();
 
   keep(Record(made));
-  void* behind = previous == atTheEnd ? (list ? list->last() : nullptr) : previous;
   void* twinBehind = opposed ? opposed->last() : nullptr;
   toggle(*made, behind, twinBehind);
   change.commit();
@@ -251,12 +272,14 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
 void ModelData::unlink(Link& link) {
   requireChangeable();
   if (!isRecording()) {
+    prepareUnlink(link);
     void* ignored = nullptr;
     toggle(link, ignored, ignored);
     release(link);
     return;
   }
   OneChange change(*this);
+  prepareUnlink(link);
   reserveRecord();
   Record record(&link);
   record.otherAlive = true;
@@ -313,6 +336,7 @@ void ModelData::destroyTree(Impl& root, bool withHooks, bool withContents) {
 }
 
 void ModelData::bury(Impl& object) {
+  prepareDetach(object);
   reserveRecord();
   Record record(Record::Kind::placement, &object);
   record.otherAlive = true;

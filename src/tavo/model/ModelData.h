@@ -163,6 +163,9 @@ private:
   ItemList& listFor(ModelElement::Impl& owner, const MetaProperty& property);
   /// The last place in a feature, or among the top-level objects; there is room for one more from then on.
   Placement makeRoom(ModelElement::Impl* container, const MetaProperty* property);
+  /// Room for taking an object, or a link, out of the middle of its list.
+  void prepareDetach(ModelElement::Impl& object);
+  static void prepareUnlink(const Link& link);
   /// Calls `visit(list, which, item)` for each map that has the object under that key.
   template <class Visit>
   static void forEachKeyedHolder(ModelElement::Impl& object, const MetaProperty& key, const Visit& visit);

@@ -105,8 +105,15 @@ void ModelData::reserveArrival(ModelData& other, const std::vector<Replacement>&
       requireFree(*each->list, *each->object);
     requireDifferentKeys({from, to});
     from->list->reserve(from->list->size() + static_cast<std::size_t>(to - from));
+    from->list->reserveSearch();
     from = to;
   }
+  for (const auto& [standIn, object] : replacements)
+    forEachLinkTo(*standIn, standIn->incoming_, [](Link& link) {
+      for (const Link* end : {&link, link.twin()})
+        if (end && end->feature().isMany())
+          listField(*end->source, end->feature()).list->reserveChanges();
+    });
 
   const std::size_t arriving = other.identities_.size();
   reserveIdentities(arriving);
@@ -116,6 +123,7 @@ void ModelData::reserveArrival(ModelData& other, const std::vector<Replacement>&
     links_.reserve(2 * links);
   links_.reserveAdoption(other.links_);
   topLevel_.reserve(topLevel_.size() + other.topLevel_.size());
+  topLevel_.reserveChanges(); // undo takes them out in the order of memory
   // A link that is led elsewhere takes two records, and a third where it takes the place of another.
   if (isRecording())
     log_.open().reserveRecords(arriving + 3 * links + replacements.size());
@@ -155,11 +163,11 @@ void ModelData::adoptContents(ModelData& other) {
   alive_ += std::exchange(other.alive_, 0);
   links_.adopt(other.links_);
   for (void* item = other.topLevel_.first(); item;) {
-    void* next = other.topLevel_.nextOf(item);
-    other.topLevel_.take(item);
+    void* next = other.topLevel_.nextOf(item); // while the item has its place there
     topLevel_.append(item);
     item = next;
   }
+  other.topLevel_.clear();
   found_.clear();
   other.found_.clear();
   other.identities_.clear();
