@@ -101,8 +101,9 @@ TEST_F(UnitsTest, SaysWhatIsWrongAndWhere) {
       {u"m(s)", "at position 2 of the units: an operator is missing"},
       {u"J/kg K", "at position 6 of the units: a blank after '/' can be read in two ways; use '*' or parentheses"},
       {u"m\u00a0s", "at position 2 of the units: character U+00A0 is found where an operator or the end should stand"},
-      {u"m/2.5", "at position 3 of the units: the only number that is a unit is 1; numbers belong in the value, and powers are "
-                 "written with '^'"},
+      {u"m/2.5",
+       "at position 3 of the units: the only number that is a unit is 1; numbers belong in the value, and powers are "
+       "written with '^'"},
   };
   for (auto& [text, expected] : rows)
     EXPECT_EQ(complaint(text), expected);

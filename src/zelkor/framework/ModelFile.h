@@ -20,7 +20,8 @@ public:
   /// A new model without a file, with what every model has: an identifier, a namespace of profiles, the built-in types.
   static ModelFile create(const tavo::String& name);
   /// Raises FileNotFound and what else reading raises (see tavo/xml/ModelXml.h), NotAnArchitectureModel for a file that
-  /// holds something else, IncompleteModel for one in which something is missing. Content that this build does not know is refused, so it cannot be lost by saving.
+  /// holds something else, IncompleteModel for one in which something is missing. Content that this build does not know
+  /// is refused, so it cannot be lost by saving.
   static ModelFile open(const std::filesystem::path& path);
 
   ModelFile(ModelFile&& other) noexcept;
