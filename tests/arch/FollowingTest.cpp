@@ -2,11 +2,16 @@
 #include "tests/arch/ModelFixture.h"
 
 #include "zelkor/clone/CloneContext.h"
+#include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/profile/ProfileUseChecker.h"
 #include "zelkor/property/ValueType.h"
 
 namespace zelkor {
 namespace {
+
+using profile::text;
+using namespace std::string_literals;
+namespace fs = std::filesystem;
 
 using Names = std::vector<tavo::String>;
 
@@ -50,6 +55,73 @@ TEST_F(FollowingTest, NamesAreFollowedByIdentity) {
   checkInvariants(model());
 }
 
+TEST_F(FollowingTest, ANameThatIsFreeGoesToWhatIsNew) {
+  stereotype(u"Pump").setName(u"FluidPump");
+  define(add(plant, u"Pump"), u"flow", u"double", u"7", u"l/s");
+  stereotype(u"Machine").getPropertySet().renameProperty(u"power", u"rating");
+  define(stereotype(u"Machine"), u"power", u"double", u"8", u"kW");
+  modelFile.synchronize();
+  EXPECT_EQ(valueOf(pump, u"Plant.FluidPump.flow"), "2 m^3/s");
+  EXPECT_EQ(valueOf(pump, u"Plant.Machine.rating"), "5 W");
+  EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "8 kW");
+  EXPECT_FALSE(pump.hasPropVal(u"Plant.Pump.flow"));
+  EXPECT_FALSE(modelFile.differences().hasDifferences());
+  checkInvariants(model());
+}
+
+TEST_F(FollowingTest, ANewNameOfAProfileIsFollowedAtOnce) {
+  modelFile.saveAs(file("plant.xml"));
+  auto second = ModelFile::open(file("plant.xml"));
+  plant.setName(u"Works");
+  EXPECT_TRUE(modelFile.isDirty());
+  EXPECT_TRUE(second.isDirty());
+  for (const auto& profilesThere : {profiles(), second.profiles()}) {
+    EXPECT_TRUE(profilesThere.p_IsProfileOutdated());
+    EXPECT_TRUE(profile::ProfileResolver::findModelResolver(profilesThere.model(), u"Works"));
+  }
+  // Names in the model wait for the synchronisation; what is asked for by a stereotype is found meanwhile.
+  hall.applyPrototype(stereotype(u"Pump"));
+  EXPECT_EQ(profiles().p_PrototypeToPrototypableCache().getElementsWithPrototype(u"Works.Machine", true).size(), 2u);
+  hall.removePrototype(stereotype(u"Pump"));
+  EXPECT_EQ(hall.getPropertySetNames(), Names());
+
+  EXPECT_TRUE(plant.model().undo());
+  EXPECT_FALSE(second.isDirty());
+  EXPECT_FALSE(second.checkProfiles().hasDifferences());
+  EXPECT_TRUE(plant.model().redo());
+  save(plant);
+  fs::remove(file("Plant.xml"));
+  modelFile.save();
+  catalog().unloadAllProfiles();
+  auto again = ModelFile::open(file("plant.xml"));
+  EXPECT_EQ(again.differences().p_MissingProfiles(), Names());
+  again.synchronize();
+  EXPECT_FALSE(again.differences().hasDifferences());
+  const auto element = again.model().find<Component>(pump.Uuid());
+  EXPECT_EQ(valueOf(element, u"Works.Machine.power"), "5 W");
+  EXPECT_EQ(element.getPropertySetNames(), (Names{u"Works.Machine", u"Works.Pump"}));
+  checkInvariants(again.model());
+}
+
+TEST_F(FollowingTest, AProfileThatIsLoadedAgainIsListenedTo) {
+  profiles().synchronizePostLoad({});
+  catalog().unloadProfile(u"Plant");
+  plant = profile::Profile::loadFromFile(u"Plant");
+  EXPECT_TRUE(profiles().p_IsProfileOutdated()) << "it may be another one";
+  EXPECT_FALSE(modelFile.checkProfiles().hasDifferences());
+  EXPECT_FALSE(profiles().p_IsProfileOutdated());
+  modelFile.synchronize();
+  stereotype(u"Machine").getPropertySet().getPropertyByName(u"slots").setDefaultPropertyValue(u"9", u"*");
+  EXPECT_TRUE(profiles().p_IsProfileOutdated());
+  profiles().synchronizePostLoad({});
+  EXPECT_EQ(valueOf(pump, u"Plant.Machine.slots"), "9");
+  for (const bool isOn : {false, true}) {
+    profiles().toggleListener(u"Plant", isOn);
+    add(plant, isOn ? u"Heard" : u"Unheard");
+    EXPECT_EQ(profiles().p_IsProfileOutdated(), isOn);
+  }
+}
+
 TEST_F(FollowingTest, WhatIsGoneGoesAndWhatIsNewComes) {
   const auto machine = stereotype(u"Machine");
   machine.getPropertySet().removeProperty(u"power");
@@ -68,27 +140,6 @@ TEST_F(FollowingTest, WhatIsGoneGoesAndWhatIsNewComes) {
   EXPECT_TRUE(model().undo());
   EXPECT_TRUE(model().undo());
   EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W") << "a synchronisation is one step";
-  checkInvariants(model());
-}
-
-TEST_F(FollowingTest, AnotherParentBringsOtherSets) {
-  define(add(plant, u"Device"), u"voltage", u"double", u"12", u"V");
-  stereotype(u"Pump").setParent(stereotype(u"Device"));
-  EXPECT_EQ(modelFile.checkProfiles().p_PrototypeParentChanged(), Names{u"Plant.Pump"});
-  modelFile.synchronize();
-  EXPECT_EQ(valueOf(pump, u"Plant.Device.voltage"), "12 V");
-  EXPECT_FALSE(pump.hasPropVal(u"Plant.Machine.power"));
-  EXPECT_FALSE(modelFile.differences().hasDifferences());
-}
-
-TEST_F(FollowingTest, AStereotypeThatIsGoneLeavesItsElements) {
-  stereotype(u"Pump").setParent({});
-  stereotype(u"Machine").destroy();
-  EXPECT_EQ(modelFile.checkProfiles().p_DeletedPrototypes(), Names{u"Plant.Machine"});
-  modelFile.synchronize();
-  EXPECT_EQ(pump.getPropertySetNames(), Names{u"Plant.Pump"});
-  EXPECT_EQ(valueOf(pump, u"Plant.Pump.flow"), "2 m^3/s");
-  EXPECT_FALSE(modelFile.differences().hasDifferences());
   checkInvariants(model());
 }
 
@@ -130,7 +181,90 @@ TEST_F(FollowingTest, RemovingAProfileTakesItsStereotypesOff) {
   EXPECT_ERROR(profiles().removeProfile(u"Plant"), "Velmora:Architecture:ProfileNotAttached", u"Plant");
   EXPECT_TRUE(model().undo());
   EXPECT_EQ(valueOf(pump, u"Plant.Pump.flow"), "2 m^3/s");
+  profiles().setP_IsProfileOutdated(false);
+  add(plant, u"Thing");
+  EXPECT_TRUE(profiles().p_IsProfileOutdated()) << "it is listened to, as before";
   checkInvariants(model());
+}
+
+/// The profiles "Parent", and "Child" with a stereotype below that of "Parent"; the pump carries it.
+class FollowingSeveralTest : public FollowingTest {
+protected:
+  FollowingSeveralTest() {
+    const auto parent = profile::Profile::newProfile(u"Parent"), child = profile::Profile::newProfile(u"Child");
+    define(add(parent, u"Base"), u"weight", u"double", u"3", u"kg");
+    define(add(child, u"Derived", u"Parent.Base"), u"colour", u"string", u"'red'");
+    save(parent);
+    save(child);
+    profiles().addProfile(u"Parent", false);
+    profiles().addProfile(u"Child", false);
+    pump.applyPrototype(child.prototypes().find(u"Derived"));
+    pump.setPropVal(u"Parent.Base.weight", u"4", u"*");
+    pump.setPropVal(u"Child.Derived.colour", u"'blue'", u"*");
+  }
+  void take(const char* profile) {
+    catalog().unloadProfile(text(profile));
+    fs::rename(file(profile + ".xml"s), file("away.xml"));
+  }
+  void putBack(const char* profile) { fs::rename(file("away.xml"), file(profile + ".xml"s)); }
+  void expectEverythingBack() {
+    EXPECT_FALSE(modelFile.checkProfiles().hasDifferences());
+    EXPECT_EQ(valueOf(pump, u"Parent.Base.weight"), "4 kg");
+    EXPECT_EQ(valueOf(pump, u"Child.Derived.colour"), "'blue'");
+    EXPECT_TRUE(pump.hasPrototype(u"Parent.Base"));
+    checkInvariants(model());
+  }
+};
+
+TEST_F(FollowingSeveralTest, WhatAMissingProfileNeedsStays) {
+  take("Child");
+  profiles().removeProfile(u"Parent");
+  putBack("Child");
+  expectEverythingBack();
+  EXPECT_TRUE(profiles().isDependentProfile(u"Parent"));
+}
+
+TEST_F(FollowingSeveralTest, AnotherProfilesDeletionsDoNotTouchWhatIsMissing) {
+  take("Child");
+  stereotype(u"Pump").destroy();
+  modelFile.synchronize();
+  EXPECT_EQ(pump.getPrototypeNames(), Names{u"Child.Derived"});
+  putBack("Child");
+  expectEverythingBack();
+}
+
+TEST_F(FollowingSeveralTest, AMissingParentKeepsItsPlace) {
+  take("Parent");
+  const auto child = profile::Profile::findLoadedProfile(u"Child");
+  child.prototypes().find(u"Derived").setName(u"Heir");
+  modelFile.synchronize();
+  EXPECT_EQ(valueOf(pump, u"Parent.Base.weight"), "4 kg");
+  putBack("Parent");
+  child.prototypes().find(u"Heir").setName(u"Derived");
+  modelFile.synchronize();
+  expectEverythingBack();
+}
+
+TEST_F(FollowingSeveralTest, AParentMayBeInAProfileThatTheModelDoesNotUse) {
+  const auto other = profile::Profile::newProfile(u"Other");
+  define(add(other, u"Thing"), u"size", u"double", u"1");
+  const auto child = profile::Profile::findLoadedProfile(u"Child");
+  child.prototypes().find(u"Derived").setParent(other.prototypes().find(u"Thing"));
+  add(child, u"Second", u"Other.Thing");
+  modelFile.synchronize();
+  EXPECT_FALSE(modelFile.differences().hasDifferences());
+  EXPECT_TRUE(profiles().isDependentProfile(u"Other"));
+  EXPECT_EQ(valueOf(pump, u"Other.Thing.size"), "1");
+  EXPECT_FALSE(pump.hasPropVal(u"Parent.Base.weight"));
+  hall.applyPrototype(child.prototypes().find(u"Second"));
+  EXPECT_EQ(valueOf(hall, u"Other.Thing.size"), "1");
+
+  child.prototypes().find(u"Second").destroy();
+  child.prototypes()
+      .find(u"Derived")
+      .setParent(profile::Profile::findLoadedProfile(u"Parent").prototypes().find(u"Base"));
+  modelFile.synchronize();
+  expectEverythingBack();
 }
 
 } // namespace

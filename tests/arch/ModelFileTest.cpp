@@ -151,6 +151,81 @@ TEST_F(ModelFileTest, AMissingProfileCostsNothing) {
   EXPECT_FALSE(other.checkProfiles().hasDifferences());
 }
 
+TEST_F(ModelFileTest, AProfileThatWasRenamedOnDiskIsFoundByItsNewName) {
+  catalog().unloadAllProfiles();
+  std::filesystem::rename(file("Plant.xml"), file("Works.xml"));
+  {
+    auto again = ModelFile::open(file("plant.xml"));
+    EXPECT_EQ(again.differences().p_MissingProfiles(), std::vector<tavo::String>{u"Plant"});
+    again.profiles().addProfile(u"Works", false);
+    EXPECT_EQ(again.profiles().getProfiles().size(), 1u);
+    EXPECT_EQ(again.profiles().p_PropertySets().size(), 2u) << "those that there were";
+    again.synchronize();
+    EXPECT_FALSE(again.differences().hasDifferences());
+    EXPECT_EQ(valueOf(pumpIn(again), u"Works.Pump.flow"), "2 m^3/s");
+    EXPECT_EQ(pumpIn(again).getPrototypeNames(), std::vector<tavo::String>{u"Works.Pump"});
+    EXPECT_TRUE(again.model().undo());
+    EXPECT_TRUE(again.model().undo());
+    checkInvariants(again.model());
+  }
+  // The same when the profile is at hand under its new name already.
+  auto again = ModelFile::open(file("plant.xml"));
+  EXPECT_TRUE(again.differences().p_MissingProfiles().empty());
+  again.synchronize();
+  again.save();
+  catalog().unloadAllProfiles();
+  again = ModelFile::open(file("plant.xml"));
+  EXPECT_FALSE(again.differences().hasDifferences());
+  EXPECT_EQ(valueOf(pumpIn(again), u"Works.Pump.flow"), "2 m^3/s");
+}
+
+TEST_F(ModelFileTest, AProfileThatWasGivenUpIsFoundAgain) {
+  catalog().unloadAllProfiles();
+  std::filesystem::rename(file("Plant.xml"), file("away.xml"));
+  auto again = ModelFile::open(file("plant.xml"));
+  again.profiles().synchronizePostLoad(again.differences());
+  std::filesystem::rename(file("away.xml"), file("Plant.xml"));
+  again.profiles().addProfile(u"Plant", false);
+  EXPECT_FALSE(again.checkProfiles().hasDifferences());
+  EXPECT_TRUE(pumpIn(again).hasPrototype(u"Plant.Machine"));
+  EXPECT_EQ(valueOf(pumpIn(again), u"Plant.Pump.flow"), "2 m^3/s");
+  pumpIn(again).setPropVal(u"Plant.Pump.flow", u"3", u"*");
+  again.profiles().removeProfile(u"Plant");
+  EXPECT_TRUE(pumpIn(again).getPropertySetNames().empty());
+  checkInvariants(again.model());
+}
+
+TEST_F(ModelFileTest, AnotherProfileOfTheNameTakesOverWhenItIsImported) {
+  catalog().unloadAllProfiles();
+  std::filesystem::rename(file("Plant.xml"), file("away.xml"));
+  plant = profile::Profile::newProfile(u"Plant");
+  define(add(plant, u"Pump"), u"flow", u"double", u"7", u"l/s");
+  save(plant);
+  {
+    auto again = ModelFile::open(file("plant.xml"));
+    EXPECT_EQ(again.differences().p_MissingProfiles(), std::vector<tavo::String>{u"Plant"});
+    EXPECT_EQ(valueOf(pumpIn(again), u"Plant.Pump.flow"), "2 m^3/s");
+    plant.setName(u"Other"); // is nothing to a model that means another one
+    plant.setName(u"Plant");
+    pumpIn(again).setName(u"Main2");
+    again.save();
+
+    again.profiles().addProfile(u"Plant", false);
+    const auto main = Architecture::getArchitecture(again.model()).findElement(u"Hall/Main2");
+    EXPECT_EQ(main.getPrototypes(), std::vector{stereotype(u"Pump")});
+    EXPECT_EQ(valueOf(main, u"Plant.Pump.flow"), "2 m^3/s");
+    EXPECT_EQ(main.getPropertySetNames(), std::vector<tavo::String>{u"Plant.Pump"});
+    checkInvariants(again.model());
+  }
+  catalog().unloadAllProfiles();
+  std::filesystem::rename(file("away.xml"), file("Plant.xml"));
+  auto again = ModelFile::open(file("plant.xml"));
+  EXPECT_FALSE(again.differences().hasDifferences());
+  const auto main = Architecture::getArchitecture(again.model()).findElement(u"Hall/Main2");
+  EXPECT_EQ(valueOf(main, u"Plant.Pump.flow"), "2 m^3/s");
+  EXPECT_TRUE(main.hasPrototype(u"Plant.Machine"));
+}
+
 TEST_F(ModelFileTest, WhatOthersWroteIsNotOverwritten) {
   auto first = ModelFile::open(file("plant.xml"));
   auto second = ModelFile::open(file("plant.xml"));

@@ -4,13 +4,16 @@
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/framework/Errors.h"
+#include "zelkor/profile/ProfileCatalog.h"
 #include "zelkor/profile/ProfileNamespace.impl.h"
+#include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/property/PropertySetUsage.h"
 #include "zelkor/property/PropertyUsage.h"
 #include "zelkor/property/TypeCatalog.h"
 #include "zelkor/property/Value.h"
 #include "zelkor/property/ValueTable.h"
 #include "zelkor/services/ModelIdentifier.impl.h"
+#include "zelkor/services/ModelResolvers.h"
 #include "zelkor/services/ProxySource.h"
 
 #include <algorithm>
@@ -51,6 +54,7 @@ struct ModelFile::State {
   ProfileUseChecker differences{};
   KnownFile file{};
   bool dirty = false;
+  std::vector<tavo::String> profileNames{}; ///< as the file has them
   tavo::ListenerToken listener{};
 
   ~State() {
@@ -61,14 +65,25 @@ struct ModelFile::State {
 
   ProfileNamespace profiles() const { return ProfileNamespace::getProfileNamespace(model); }
   void compare() {
-    if (differences)
-      differences.destroy();
-    differences = ProfileUseChecker::analyze(scratch, profiles());
+    const auto former = std::exchange(differences, ProfileUseChecker::analyze(scratch, profiles()));
+    if (former)
+      former.destroy();
     profiles().setP_IsProfileOutdated(differences.hasDifferences());
+  }
+  /// The names of the profiles that the model refers to. They follow those of the profiles without a step.
+  std::vector<tavo::String> presentProfileNames() const {
+    std::vector<tavo::String> names;
+    for (const auto& resolver : services::proxy::resolversOf<profile::ProfileResolver>(model))
+      names.push_back(resolver.uRI());
+    return names;
+  }
+  void nowIsInFile() {
+    dirty = false;
+    profileNames = presentProfileNames();
   }
   void begin() {
     model.clearHistory();
-    dirty = false;
+    nowIsInFile();
     listener = model.addShallowListener([this] { dirty = true; });
   }
 };
@@ -123,18 +138,19 @@ void ModelFile::synchronize() {
 }
 
 const fs::path& ModelFile::path() const { return state_->file.path(); }
-bool ModelFile::isDirty() const { return state_->dirty; }
+bool ModelFile::isDirty() const { return state_->dirty || state_->presentProfileNames() != state_->profileNames; }
 
 void ModelFile::save() { saveAs(path().empty() ? tavo::toPath(tavo::concat(model().name(), u".xml")) : path()); }
 
 void ModelFile::saveAs(const fs::path& path) {
   const auto target = fs::absolute(path);
   auto& file = state_->file;
+  profile::ProfileCatalog::nameResolversAfterProfiles(model());
   tavo::Transaction transaction(state_->model); // a model that could not be saved keeps its name
   const auto nowIsInFile = [&] {
     transaction.commit();
     state_->model.setName(nameOf(target));
-    state_->dirty = false;
+    state_->nowIsInFile();
   };
   if (nameOf(target) != model().name())
     identify(state_->model, nameOf(target));

@@ -25,7 +25,13 @@ using services::proxy::ProxySource;
 namespace {
 
 PropertySetUsage usageOf(const ProfileNamespace& profiles, const Prototype& prototype) {
-  return profiles ? profiles.getPropertySet(prototype.getFullyQualifiedName()) : PropertySetUsage();
+  return profiles ? profiles.findUsage(prototype) : PropertySetUsage();
+}
+
+/// Takes the properties off an element that a stereotype has brought which it no longer carries.
+void letGoOf(Prototypable::Impl& element, const PropertySetUsage& usage) {
+  if (usage && !element.needsPropertySet(usage))
+    element.removePropertySet(usage, true);
 }
 
 ProxySource sourceOf(const Prototypable::Impl& element, const Prototype& prototype) {
@@ -78,6 +84,9 @@ void Prototypable::Impl::applyPrototype(const Prototype& prototype) {
   const auto usage = usageOf(profiles, prototype);
   const auto resolver = usage.propertySetProxy().getResolver();
   services::proxy::addReference(This(), at(Index::prototypeProxy), prototype, resolver);
+  // What the usage is called is what the stereotype is known by when it is gone, also before a new name is followed.
+  if (const auto target = resolver.findProxyTarget(prototype.Uuid()); target.targetName() != usage.p_Name())
+    target.setTargetName(usage.p_Name());
   applyPropertySet(usage);
   transaction.commit();
 }
@@ -87,11 +96,9 @@ void Prototypable::Impl::removePrototype(const Prototype& prototype) {
   if (!source)
     return;
   tavo::Transaction transaction(model());
-  const auto profiles = getProfileNamespace();
-  const auto usage = usageOf(profiles, prototype);
-  (source).destroy();
-  if (usage && !needsPropertySet(usage))
-    removePropertySet(usage, true);
+  const auto usage = usageOf(getProfileNamespace(), prototype);
+  source.destroy();
+  letGoOf(*this, usage);
   transaction.commit();
 }
 
@@ -105,18 +112,23 @@ void Prototypable::Impl::removeAllPrototypes() {
 
 void Prototypable::Impl::clearMissingPrototypeProxies() {
   tavo::Transaction transaction(model());
-  for (const auto& source : getPrototypeProxy().toVector())
-    if (!findTarget(source))
-      (source).destroy();
+  for (const auto& name : getMissingPrototypeNames())
+    removeMissingPrototype(name);
   transaction.commit();
 }
 
 bool Prototypable::Impl::needsPropertySet(const PropertySetUsage& propSetUsage) const {
   if (Base::needsPropertySet(propSetUsage))
     return true;
-  const auto set = propSetUsage.propertySetProxy();
-  return std::ranges::any_of(
-      getPrototypes(), [&](const Prototype& prototype) { return set && set.pointsTo(prototype.getPropertySet()); });
+  const auto set = services::proxy::targetIdOf(propSetUsage.propertySetProxy());
+  for (const auto& source : getPrototypeProxy()) {
+    const auto prototype = findTarget<Prototype>(source);
+    const auto own = prototype ? prototype.getPropertySet() : property::PropertySet();
+    // One that is missing still holds what it has brought.
+    if (prototype ? own && own.Uuid() == set : source.getTargetName() == propSetUsage.p_Name())
+      return true;
+  }
+  return false;
 }
 
 //----------------------------------------------------------------------------------------------------------------------
@@ -167,9 +179,7 @@ void Prototypable::Impl::removeMissingPrototype(const tavo::String& fullyQualifi
       continue;
     source.destroy();
     const auto profiles = getProfileNamespace();
-    const auto usage = profiles ? profiles.getPropertySet(fullyQualifiedName) : PropertySetUsage();
-    if (usage && !needsPropertySet(usage))
-      removePropertySet(usage, true);
+    letGoOf(*this, profiles ? profiles.getPropertySet(fullyQualifiedName) : PropertySetUsage());
   }
   transaction.commit();
 }

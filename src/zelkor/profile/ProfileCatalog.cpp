@@ -8,6 +8,7 @@
 #include "zelkor/profile/Profile.impl.h"
 #include "zelkor/profile/ProfileListener.h"
 #include "zelkor/profile/ProfileNames.h"
+#include "zelkor/profile/ProfileNamespace.impl.h"
 #include "zelkor/property/BuiltInTypes.h"
 #include "zelkor/services/ModelEventBroadcastSystem.h"
 #include "zelkor/services/ModelIdentifier.h"
@@ -117,9 +118,12 @@ void ProfileCatalog::bindReferences(const Profile& profile) const {
     if (to && !resolver.getReferencedModel())
       resolver.setReferencedModel(to.model());
   };
-  for (const auto& referring : tavo::Constellation::process().models())
+  for (const auto& referring : tavo::Constellation::process().models()) {
     for (const auto& resolver : resolversNamed(referring, profile.getName()))
       bind(resolver, profile);
+    if (const auto profiles = ProfileNamespace::getProfileNamespace(referring))
+      static_cast<ProfileNamespace::Impl&>(profiles.object()).profileHasCome(profile);
+  }
   for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(profile.model()))
     bind(resolver, getProfile(resolver.uRI()));
 }
@@ -151,8 +155,8 @@ void ProfileCatalog::removeReferencesToProfile(const ProfileResolver& resolver) 
 }
 
 void ProfileCatalog::letGoOf(const tavo::String& name) const {
-  for (const auto& [other, referring] : loaded_)
-    for (const auto& same : resolversNamed(referring.model, name))
+  for (const auto& referring : tavo::Constellation::process().models())
+    for (const auto& same : resolversNamed(referring, name))
       same.setReferencedModel({});
 }
 
@@ -185,9 +189,13 @@ void ProfileCatalog::followName(Entry& entry) {
   }
   // What may fail comes first; the next commit then tries again.
   std::vector<ProfileResolver> following;
-  for (const auto& [other, referring] : loaded_) {
-    auto resolvers = resolversNamed(referring.model, entry.name);
-    if (resolvers.size() > 1)
+  for (const auto& referring : tavo::Constellation::process().models()) {
+    if (!referring.isOpenForWriting())
+      continue; // follows when it is saved
+    auto resolvers = resolversNamed(referring, entry.name);
+    // A model that refers to another profile of the name does not mean this one. Among profiles, what was referred to
+    // may just be gone.
+    if (resolvers.size() > 1 || !Profile::getProfile(referring))
       std::erase_if(resolvers, [&](const auto& each) { return !services::proxy::hasTargetOf(each, entry.model); });
     following.insert(following.end(), resolvers.begin(), resolvers.end());
   }

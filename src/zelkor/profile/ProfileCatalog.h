@@ -62,8 +62,14 @@ public:
   // Names
 
   /// Before a profile is renamed: raises ProfileAlreadyExists when the new name is taken. Keys and references of other
-  /// profiles follow when the name is committed.
+  /// models follow when the name is committed.
   void aboutToSetProfileName(const tavo::String& oldName, const tavo::String& newName) const;
+  /// Gives the resolvers of a model the names that their profiles have by now, also those that undo or redo has brought
+  /// back with a name of before. Leaves no step: one that could be undone would make references lead nowhere.
+  static void nameResolversAfterProfiles(const tavo::Model& model);
+  /// Leads the resolvers whose profile has no file any more to the loaded one that has what they refer to: it has got
+  /// another name since.
+  void leadResolversToRenamed(const tavo::Model& model) const;
 
   // Queries; what is not there is an empty handle.
 
@@ -118,13 +124,13 @@ private:
   /// Empty when no profile of that name is loaded.
   tavo::Model modelOf(std::u16string_view name) const;
   void enter(const tavo::String& name, const tavo::Model& model);
-  /// Unbinds what loaded profiles refer to in the profile of that name.
+  /// Unbinds what models refer to in the profile of that name.
   void letGoOf(const tavo::String& name) const;
-  /// Binds what other models refer to in a profile that has come, or come back, and what it refers to itself.
+  /// Binds what other models refer to in a profile that has come, or come back, and what it refers to itself. Models
+  /// that use it listen to it.
   void bindReferences(const Profile& profile) const;
   void followName(Entry& entry);
   void followInDefaults(const tavo::String& oldName, const tavo::String& newName);
-  void leadResolversToRenamed(const Profile& profile) const;
   void finishLoading(const tavo::Model& model);
   bool isUnhealthy(const Profile& profile, std::vector<Profile>& visited) const;
 

@@ -1,7 +1,7 @@
 #include "zelkor/profile/ProfileListener.h"
 
 #include "zelkor/profile/Profile.impl.h"
-#include "zelkor/profile/ProfileNamespace.h"
+#include "zelkor/profile/ProfileNamespace.impl.h"
 
 namespace zelkor::profile {
 
@@ -35,9 +35,12 @@ ProfileListener::ProfileListener(const ProfileNamespace& listening) : namespace_
 
 void ProfileListener::listenTo(const Profile& profile) {
   stopListeningTo(profile); // one that was unloaded has the same identity when it is back
-  profiles_.emplace_back(profile.Uuid(), profile.model().addShallowListener([this] {
-    if (namespace_)
-      ProfileNamespace(namespace_.get()).setP_IsProfileOutdated(true);
+  profiles_.emplace_back(profile.Uuid(), profile.model().addShallowListener([this, profile] {
+    if (!namespace_ || !profile)
+      return;
+    auto& profiles = static_cast<ProfileNamespace::Impl&>(namespace_.object());
+    if (profiles.uses(profile)) // it may have been removed, which can be undone
+      profiles.setP_IsProfileOutdated(true);
   }));
 }
 

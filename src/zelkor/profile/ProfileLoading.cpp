@@ -70,19 +70,6 @@ void nameAfterFile(const Profile& profile, const fs::path& path) {
   warn(ProfileError::ProfileNameDiffersFromFile, stored, name, path.native());
 }
 
-/// Gives resolvers the names that their profiles have by now. One that redo has brought back still has the name of
-/// then.
-void nameResolversAfterProfiles(const tavo::Model& model) {
-  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(model)) {
-    const auto referenced = Profile::getProfile(resolver.getReferencedModel());
-    if (!referenced || referenced.getName() == resolver.uRI() ||
-        !services::proxy::hasTargetOf(resolver, referenced.model()))
-      continue;
-    const tavo::UnloggedUpdate following(model);
-    resolver.setURI(referenced.getName());
-  }
-}
-
 } // namespace
 
 /// One call to load something, with all calls that it makes necessary inside. What has been read in one that fails goes
@@ -209,7 +196,7 @@ tavo::Model ProfileCatalog::readFile(const fs::path& path) const {
 
   const auto profile = soleProfile(model, path);
   nameAfterFile(profile, path);
-  leadResolversToRenamed(profile);
+  leadResolversToRenamed(model);
   model.clearHistory();
   profile.setFilePath(textOf(path));
   profile.setDirty(false);
@@ -217,15 +204,28 @@ tavo::Model ProfileCatalog::readFile(const fs::path& path) const {
   return model;
 }
 
-void ProfileCatalog::leadResolversToRenamed(const Profile& profile) const {
-  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(profile.model())) {
+void ProfileCatalog::nameResolversAfterProfiles(const tavo::Model& model) {
+  if (!model.isOpenForWriting())
+    return;
+  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(model)) {
+    const auto referenced = Profile::getProfile(resolver.getReferencedModel());
+    if (!referenced || referenced.getName() == resolver.uRI() ||
+        !services::proxy::hasTargetOf(resolver, referenced.model()))
+      continue;
+    const tavo::UnloggedUpdate following(model);
+    resolver.setURI(referenced.getName());
+  }
+}
+
+void ProfileCatalog::leadResolversToRenamed(const tavo::Model& model) const {
+  for (const auto& resolver : services::proxy::resolversOf<ProfileResolver>(model)) {
     const tavo::String uri = resolver.uRI();
     if (!isValidName(uri) || isProfileLoaded(uri) || lookAt(getFullPath(uri)))
       continue;
     // There is no profile of that name any more; one that holds the targets has got another since.
     for (const auto& [name, entry] : loaded_) {
       if (entry.model && services::proxy::hasTargetOf(resolver, entry.model) &&
-          !ProfileResolver::findModelResolver(profile.model(), name)) {
+          !ProfileResolver::findModelResolver(model, name)) {
         resolver.setURI(name);
         break;
       }

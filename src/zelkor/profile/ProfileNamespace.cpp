@@ -35,6 +35,7 @@ using property::splitAtLastDot;
 using services::proxy::findTarget;
 using services::proxy::nameForMessages;
 using services::proxy::ProxySource;
+using services::proxy::targetIdOf;
 
 namespace {
 
@@ -42,18 +43,21 @@ PropertySetUsage::Impl& objectOf(const PropertySetUsage& usage) {
   return static_cast<PropertySetUsage::Impl&>(usage.object());
 }
 
-/// The usage of a stereotype's set, whatever name it goes by at the moment.
-PropertySetUsage findUsage(const ProfileNamespace::Impl& profiles, const Prototype& prototype) {
-  const auto set = prototype.getPropertySet();
-  const auto isOfSet = [&](const PropertySetUsage& usage) {
-    return usage && set && usage.propertySetProxy() && usage.propertySetProxy().pointsTo(set);
-  };
-  if (auto named = profiles.getPropertySet(prototype.getFullyQualifiedName()); isOfSet(named))
-    return named;
-  for (const auto& usage : profiles.getP_PropertySets())
-    if (isOfSet(usage))
-      return usage;
-  return {};
+/// The references by which an element carries a stereotype that its profile no longer has.
+std::vector<ProxySource> sourcesToLost(const property::PropertyOwner& element, const tavo::String& name) {
+  const auto prototypable = element.as<internal::Prototypable>();
+  auto sources = prototypable ? prototypable.prototypeProxy().toVector() : std::vector<ProxySource>();
+  std::erase_if(sources, [&](const auto& source) { return source.getTargetName() != name || findTarget(source); });
+  return sources;
+}
+
+/// Lets the usage of a stereotype that can no longer be had, and the elements that carry it, go on with another one of
+/// the name.
+void adopt(const PropertySetUsage& usage, const Prototype& prototype) {
+  for (const auto& element : usage.p_AppliedElements())
+    for (const auto& source : sourcesToLost(element, usage.p_Name()))
+      services::proxy::referTo(source, prototype);
+  objectOf(usage).adoptSet(prototype.getPropertySet());
 }
 
 /// Makes a usage for each stereotype that has none, and then the links between them: a child may come before its parent
@@ -61,14 +65,27 @@ PropertySetUsage findUsage(const ProfileNamespace::Impl& profiles, const Prototy
 void useAll(ProfileNamespace::Impl& profiles, const std::vector<Prototype>& prototypes) {
   const auto cache = profiles.getP_PrototypeToPrototypableCache();
   for (const auto& prototype : prototypes) {
-    const auto usage = profiles.usePropertySet(prototype.getPropertySet(), prototype.getFullyQualifiedName());
-    objectOf(usage).adoptSet(prototype.getPropertySet());
+    const auto set = prototype.getPropertySet();
+    if (!set || profiles.findUsage(prototype))
+      continue;
+    const auto name = prototype.getFullyQualifiedName();
+    if (const auto left = profiles.getPropertySet(name); left && !findTarget(left.propertySetProxy()))
+      adopt(left, prototype);
+    else
+      profiles.getP_PropertySetsMutable().add(PropertySetUsage::make(profiles.model(), name, set));
     if (cache)
       cache.addEntry(prototype);
   }
   for (const auto& prototype : prototypes)
-    if (const auto parent = prototype.getParent())
-      findUsage(profiles, prototype).setP_Parent(findUsage(profiles, parent));
+    profiles.updateParentHierarchy(prototype);
+}
+
+/// The source in a list that leads to the profile, under whatever name.
+ProxySource sourceTo(const tavo::View<ProxySource>& list, const Profile& profile) {
+  for (const auto& source : list)
+    if (source.pointsTo(profile))
+      return source;
+  return {};
 }
 
 /// The source in a list that leads to the profile of a name, whether or not it can be had.
@@ -101,6 +118,33 @@ std::set<tavo::String> reachableFrom(std::vector<Profile> profiles) {
   return names;
 }
 
+tavo::String profileNameOf(const PropertySetUsage& usage) {
+  const auto source = usage.propertySetProxy();
+  const auto resolver = source ? source.getResolver() : services::proxy::Resolver();
+  return resolver ? resolver.uRI() : tavo::String();
+}
+
+/// The names of the usages of a profile's stereotypes.
+std::vector<tavo::String> usageNames(const ProfileNamespace::Impl& profiles, const tavo::String& profileName) {
+  std::vector<tavo::String> names;
+  for (const auto& usage : profiles.getP_PropertySets())
+    if (profileNameOf(usage) == profileName)
+      names.push_back(usage.p_Name());
+  return names;
+}
+
+/// The names of the profiles that stereotypes of missing ones derive from: these may come back, and need them.
+std::set<tavo::String> neededByMissing(const ProfileNamespace::Impl& profiles) {
+  std::set<tavo::String> present, names;
+  for (const auto& profile : profiles.getAllResolvedProfiles(false))
+    present.insert(profile.getName());
+  for (const auto& usage : profiles.getP_PropertySets())
+    if (!present.contains(profileNameOf(usage)))
+      for (const auto& each : usage.getLineage())
+        names.insert(profileNameOf(each));
+  return names;
+}
+
 PropertyUsage findProperty(const ProfileNamespace::Impl& profiles, const tavo::String& qualifiedName) {
   const auto [setName, propertyName] = splitAtLastDot(qualifiedName);
   const auto usage = profiles.getP_PropertySets().find(setName);
@@ -113,22 +157,47 @@ Prototype prototypeOf(const PropertySetUsage& usage) {
   return set ? set.prototype() : Prototype();
 }
 
-/// The values that elements have in a usage and in those that it derives from, to tell how many went.
+std::vector<Prototype> prototypesNamed(const std::vector<tavo::String>& names) {
+  std::vector<Prototype> prototypes;
+  for (const auto& name : names)
+    if (auto prototype = ProfileCatalog::instance().getPrototype(name))
+      prototypes.push_back(std::move(prototype));
+  return prototypes;
+}
+
+/// What messages call the targets of a usage: they begin with the name of the stereotype.
+void renameTargets(const PropertySetUsage& usage, const tavo::String& oldName, const tavo::String& newName) {
+  const auto source = usage.propertySetProxy();
+  const auto resolver = source ? source.getResolver() : services::proxy::Resolver();
+  if (!resolver)
+    return;
+  for (const auto& target : resolver.proxies().toVector()) {
+    const auto name = target.targetName();
+    const bool isBelow =
+        name.view().starts_with(oldName.view()) && name.view().substr(oldName.size()).starts_with(u'.');
+    if (name == oldName || isBelow)
+      target.setTargetName(tavo::concat(newName, name.view().substr(oldName.size())));
+  }
+}
+
+/// The values that elements lose with a usage, and in those that it derives from, to tell how many.
 class Losses {
 public:
-  explicit Losses(const PropertySetUsage& usage) {
+  explicit Losses(const PropertySetUsage& usage) : lost_(usage) {
     for (const auto& each : usage.getLineage())
       for (const auto& property : each.properties())
         before_.emplace_back(property, property.p_ValueTable().p_Entries().size());
   }
   void report() const {
     for (const auto& [property, count] : before_)
-      if (const auto lost = count - property.p_ValueTable().p_Entries().size(); lost != 0)
+      if (const auto lost = count - (property.propertySet() == lost_ ? 0 : property.p_ValueTable().p_Entries().size());
+          lost != 0)
         warn(PropertyError::ValuesDropped, tavo::concat(property.propertySet().p_Name(), u".", property.p_Name()),
              lost);
   }
 
 private:
+  PropertySetUsage lost_;
   std::vector<std::pair<PropertyUsage, std::size_t>> before_;
 };
 
@@ -152,6 +221,7 @@ ProfileNamespace ProfileNamespace::getProfileNamespace(const tavo::Model& model)
 }
 
 void ProfileNamespace::Impl::initializePostLoad() {
+  ProfileCatalog::instance().leadResolversToRenamed(model());
   Base::initializePostLoad();
   processPostEvolution();
   listen();
@@ -164,6 +234,20 @@ void ProfileNamespace::Impl::listen() {
   setP_Listener(listener);
   for (const auto& profile : getAllResolvedProfiles(false))
     listener->listenTo(profile);
+}
+
+bool ProfileNamespace::Impl::uses(const Profile& profile) const {
+  return sourceTo(getProfileProxy(), profile) || sourceTo(getP_DependentProfileProxy(), profile);
+}
+
+void ProfileNamespace::Impl::profileHasCome(const Profile& profile) {
+  if (!getP_Listener() || !uses(profile))
+    return;
+  getP_Listener()->listenTo(profile);
+  for (const auto& usage : getP_PropertySets())
+    if (profileNameOf(usage) == profile.getName())
+      usage.intializeListener();
+  setP_IsProfileOutdated(true); // until somebody has compared
 }
 
 void ProfileNamespace::Impl::aboutToDestroy() {
@@ -179,6 +263,9 @@ void ProfileNamespace::Impl::toggleListener(const tavo::String& name, bool on) {
     getP_Listener()->listenTo(profile);
   else
     getP_Listener()->stopListeningTo(profile);
+  for (const auto& usage : getP_PropertySets())
+    if (profileNameOf(usage) == name)
+      usage.toggleListener(on);
 }
 
 void ProfileNamespace::Impl::processPostEvolution() {}
@@ -227,6 +314,21 @@ Prototype ProfileNamespace::Impl::getPrototype(const tavo::String& fullyQualifie
   return !getProfile(profile).empty() || isDependentProfile(profile) ? prototype : Prototype();
 }
 
+PropertySetUsage ProfileNamespace::Impl::findUsage(const Prototype& prototype) const {
+  const auto set = prototype ? prototype.getPropertySet() : PropertySet();
+  if (!set)
+    return {};
+  const auto isOfSet = [id = set.Uuid()](const PropertySetUsage& usage) {
+    return usage && targetIdOf(usage.propertySetProxy()) == id;
+  };
+  if (auto named = getPropertySet(prototype.getFullyQualifiedName()); isOfSet(named))
+    return named;
+  for (const auto& usage : getP_PropertySets())
+    if (isOfSet(usage))
+      return usage;
+  return {};
+}
+
 std::vector<tavo::String> ProfileNamespace::Impl::getPrototypeNames() const {
   std::vector<tavo::String> names;
   for (const auto& profile : getProfiles())
@@ -246,38 +348,55 @@ void ProfileNamespace::Impl::addProfile(const tavo::String& name, bool asDepende
   if (!profile)
     return;
   if (catalog.getIsThisOrAnyDependentProfileUnhealthyOnLoad(profile))
-    raise(ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(), nameForMessages(model()));
-  const auto direct = sourceIn(getProfileProxy(), profile.getName());
-  if (direct && direct.pointsTo(profile))
-    return;
-  const auto dependent = sourceIn(getP_DependentProfileProxy(), profile.getName());
-  if (dependent && dependent.pointsTo(profile)) {
-    if (asDependent)
-      return;
-    tavo::Transaction transaction(model());
-    getP_DependentProfileProxyMutable().remove(dependent);
-    getProfileProxyMutable().add(dependent);
-    transaction.commit();
-    return;
+    raise(ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(),
+          services::proxy::nameForMessages(model()));
+
+  ProfileCatalog::nameResolversAfterProfiles(model());
+  tavo::Transaction transaction(model());
+  const auto direct = sourceTo(getProfileProxy(), profile);
+  const auto dependent = sourceTo(getP_DependentProfileProxy(), profile);
+  if (direct || dependent) {
+    leadTo(profile, direct ? direct : dependent);
+    if (!direct && !asDependent) {
+      getP_DependentProfileProxyMutable().remove(dependent);
+      getProfileProxyMutable().add(dependent);
+    }
+    return transaction.commit();
   }
 
-  tavo::Transaction transaction(model());
   // What is left of another profile of the name; the usages stay, and with them the values.
-  for (const auto& lost : {direct, dependent})
+  const auto lostImport = sourceIn(getProfileProxy(), profile.getName());
+  const bool isImport = !asDependent || lostImport;
+  for (const auto& lost : {lostImport, sourceIn(getP_DependentProfileProxy(), profile.getName())})
     if (lost)
-      (lost).destroy();
+      lost.destroy();
   for (const auto& dependency : profile.getDependentProfiles())
     addProfile(dependency, true);
   const auto resolver = ProfileResolver::createResolver(model(), profile.getName());
   const auto source = ProxySource::createProxySource(profile, This(), resolver, true);
-  (asDependent && !direct ? getP_DependentProfileProxyMutable() : getProfileProxyMutable()).add(source);
+  (isImport ? getProfileProxyMutable() : getP_DependentProfileProxyMutable()).add(source);
   useAll(*this, profile.prototypes().toVector());
   listen();
   getP_Listener()->listenTo(profile);
   transaction.commit();
 }
 
+void ProfileNamespace::Impl::leadTo(const Profile& profile, const ProxySource& source) {
+  const auto resolver = source.getResolver().as<services::proxy::ModelResolver>();
+  if (resolver.uRI() == profile.getName() && resolver.getReferencedModel())
+    return;
+
+  tavo::Transaction transaction(model());
+  resolver.setURI(profile.getName());
+  const auto leading = ProfileResolver::createResolver(model(), profile.getName());
+  services::proxy::adoptLostTargets(leading);
+  leading.setReferencedModel(profile.model());
+  profileHasCome(profile);
+  transaction.commit();
+}
+
 void ProfileNamespace::Impl::removeProfile(const tavo::String& name) {
+  ProfileCatalog::nameResolversAfterProfiles(model());
   const auto resolver = ProfileResolver::findModelResolver(model(), name);
   if (!resolver)
     raise(ArchitectureError::ProfileNotAttached, name);
@@ -286,43 +405,44 @@ void ProfileNamespace::Impl::removeProfile(const tavo::String& name) {
   const auto direct = getProfile(name);
   const auto profile = direct.size() == 1 ? direct.front() : getDependentProfile(name);
   if (!profile) {
-    warn(FixitError::ProfileOutdated, nameForMessages(model()));
+    warn(FixitError::ProfileOutdated, services::proxy::nameForMessages(model()));
     raise(ProfileError::RemoveProfileFailed, name);
   }
   auto remaining = getProfiles();
   std::erase(remaining, profile);
-  if (reachableFrom(remaining).contains(name)) {
+  auto needed = reachableFrom(remaining);
+  needed.merge(neededByMissing(*this));
+  if (needed.contains(name)) {
     if (const auto source = sourceIn(getProfileProxy(), name)) {
       getProfileProxyMutable().remove(source);
       getP_DependentProfileProxyMutable().add(source);
     }
-    transaction.commit();
-    return;
+    return transaction.commit();
   }
 
   const auto dependencies = profile.getDependentProfiles();
   for (const auto& prototype : profile.prototypes())
     discardPrototype(prototype);
+  dropLostPrototypes(usageNames(*this, name)); // of those that the profile has lost before
   const auto source = sourceIn(getProfileProxy(), name);
   (source ? source : sourceIn(getP_DependentProfileProxy(), name)).destroy();
-  const auto needed = reachableFrom(remaining);
   for (const auto& dependency : dependencies)
     if (isDependentProfile(dependency) && !needed.contains(dependency))
       removeProfile(dependency);
-  if (const auto& listener = getP_Listener())
-    listener->stopListeningTo(profile);
   resolver.destroy();
   transaction.commit();
 }
 
 void ProfileNamespace::Impl::discardPrototype(const Prototype& prototype) {
-  const auto name = prototype.getFullyQualifiedName();
-  if (const auto cache = getP_PrototypeToPrototypableCache()) {
-    for (const auto& element : cache.getElementsWithPrototype(name, false))
-      element.removePrototype(prototype);
-    cache.removeEntry(name);
-  }
-  discardPropertySet(name);
+  const auto usage = findUsage(prototype);
+  if (!usage)
+    return;
+  for (const auto& element : usage.p_AppliedElements().toVector())
+    if (const auto prototypable = element.as<internal::Prototypable>())
+      prototypable.removePrototype(prototype);
+  if (const auto cache = getP_PrototypeToPrototypableCache())
+    cache.removeEntry(usage.p_Name());
+  usage.destroy();
 }
 
 //----------------------------------------------------------------------------------------------------------------------
@@ -339,14 +459,26 @@ void ProfileNamespace::Impl::renameProfile(const Profile& profile, const tavo::S
   tavo::Transaction transaction(model());
   resolver.setURI(newName);
   for (const auto& prototype : profile.prototypes())
-    if (const auto usage = findUsage(*this, prototype))
+    if (const auto usage = findUsage(prototype))
       renameUsage(usage, tavo::concat(newName, u".", prototype.getName()));
   transaction.commit();
 }
 
 void ProfileNamespace::Impl::renamePropertySetUsage(const Prototype& prototype) {
-  if (const auto usage = findUsage(*this, prototype))
+  if (const auto usage = findUsage(prototype))
     renameUsage(usage, prototype.getFullyQualifiedName());
+}
+
+void ProfileNamespace::Impl::followNames(const std::vector<Prototype>& prototypes) {
+  tavo::Transaction transaction(model());
+  // Names are keys, and may have been swapped: all give up theirs before the first takes another.
+  if (prototypes.size() > 1)
+    for (const auto& prototype : prototypes)
+      if (const auto usage = findUsage(prototype))
+        renameUsage(usage, usage.getQKIdentifier());
+  for (const auto& prototype : prototypes)
+    renamePropertySetUsage(prototype);
+  transaction.commit();
 }
 
 void ProfileNamespace::Impl::renameUsage(const PropertySetUsage& usage, const tavo::String& newName) {
@@ -355,27 +487,26 @@ void ProfileNamespace::Impl::renameUsage(const PropertySetUsage& usage, const ta
     return;
   tavo::Transaction transaction(model());
   objectOf(usage).setP_Name(newName);
+  renameTargets(usage, oldName, newName);
   if (const auto cache = getP_PrototypeToPrototypableCache())
     cache.renameEntry(oldName, newName);
   transaction.commit();
 }
 
 void ProfileNamespace::Impl::updateParentHierarchy(const Prototype& prototype) {
-  const auto usage = findUsage(*this, prototype);
-  if (!usage)
+  const auto usage = findUsage(prototype);
+  const auto parent = prototype.getParent();
+  if (!usage || (!parent && prototype.hasParent())) // a parent that is missing may come back
     return;
 
   tavo::Transaction transaction(model());
   const auto former = usage.p_Parent() ? usage.p_Parent().getLineage() : std::vector<PropertySetUsage>();
-  const auto parent = prototype.getParent();
-  if (parent && !findUsage(*this, parent))
+  if (parent && !findUsage(parent))
     addProfile(parent.getProfile().getName(), true);
-  usage.setP_Parent(parent ? findUsage(*this, parent) : PropertySetUsage());
+  usage.setP_Parent(findUsage(parent));
 
-  const auto cache = getP_PrototypeToPrototypableCache();
-  const auto elements =
-      cache ? cache.getElementsWithPrototype(usage.p_Name(), true) : std::vector<internal::Prototypable>();
-  for (const auto& element : elements) {
+  // Those that carry a stereotype below this one included.
+  for (const auto& element : usage.p_AppliedElements().toVector()) {
     for (const auto& ancestor : former)
       if (!element.needsPropertySet(ancestor))
         element.removePropertySet(ancestor, false);
@@ -390,6 +521,7 @@ void ProfileNamespace::Impl::updateParentHierarchy(const Prototype& prototype) {
 void ProfileNamespace::Impl::synchronizePostLoad(const ProfileUseChecker& checker) {
   const auto scratch = checker ? tavo::Model() : tavo::Model::create();
   const auto found = checker ? checker : ProfileUseChecker::analyze(scratch, This());
+  ProfileCatalog::nameResolversAfterProfiles(model());
 
   tavo::Transaction transaction(model());
   const auto step = [&](const auto& action) {
@@ -406,39 +538,27 @@ void ProfileNamespace::Impl::synchronizePostLoad(const ProfileUseChecker& checke
       throw;
     }
   };
+  // Before names change.
+  const auto added = prototypesNamed(found.p_AddedPrototypes());
+  const auto renamed = prototypesNamed(found.p_RenamedPrototypes());
+  auto reparented = renamed;
+  for (const auto& name : found.p_PrototypeParentChanged())
+    if (const auto prototype = prototypeOf(getPropertySet(name)))
+      reparented.push_back(prototype);
+  std::vector<PropertySetUsage> withRenamed;
+  for (const auto& name : found.p_RenamedProperties())
+    withRenamed.push_back(getPropertySet(splitAtLastDot(name).first));
+
+  step([&] { moveProperties(found.p_MovedProperties()); });
   step([&] { dropLostPrototypes(found.p_DeletedPrototypes()); });
   step([&] { followProperties(found); });
+  step([&] { followNames(renamed); });
+  step([&] { useAll(*this, added); });
+  step([&] { std::ranges::for_each(reparented, [&](const Prototype& each) { updateParentHierarchy(each); }); });
   step([&] {
-    std::vector<Prototype> added;
-    for (const auto& name : found.p_AddedPrototypes())
-      if (const auto prototype = ProfileCatalog::instance().getPrototype(name))
-        added.push_back(prototype);
-    useAll(*this, added);
-  });
-  step([&] {
-    for (const auto& name : found.p_PrototypeParentChanged())
-      if (const auto prototype = prototypeOf(getPropertySet(name)))
-        updateParentHierarchy(prototype);
-  });
-  step([&] {
-    for (const auto& name : found.p_RenamedProperties())
-      if (const auto usage = findProperty(*this, name))
-        objectOf(usage.propertySet()).followNames();
-  });
-  step([&] {
-    std::vector<Prototype> renamed;
-    for (const auto& name : found.p_RenamedPrototypes())
-      if (const auto prototype = ProfileCatalog::instance().getPrototype(name))
-        renamed.push_back(prototype);
-    // Names are keys, and may have been swapped: all give up theirs before the first takes another.
-    if (renamed.size() > 1)
-      for (const auto& prototype : renamed)
-        if (const auto usage = findUsage(*this, prototype))
-          renameUsage(usage, usage.getQKIdentifier());
-    for (const auto& prototype : renamed) {
-      renamePropertySetUsage(prototype);
-      updateParentHierarchy(prototype);
-    }
+    for (const auto& usage : withRenamed)
+      if (usage)
+        objectOf(usage).followNames();
   });
   step([&] {
     for (const auto& usage : getP_PropertySets().toVector())
@@ -454,6 +574,30 @@ void ProfileNamespace::Impl::synchronizePostLoad(const ProfileUseChecker& checke
   transaction.commit();
 }
 
+void ProfileNamespace::Impl::moveProperties(const std::vector<tavo::String>& names) {
+  for (const auto& name : names) {
+    const auto property = findProperty(*this, name);
+    const auto definition = property ? findTarget<property::PropertyDefinition>(property.propertyDefProxy())
+                                     : property::PropertyDefinition();
+    const auto set = definition ? definition.propertySet() : PropertySet();
+    const auto prototype = set ? set.prototype() : Prototype();
+    if (!prototype || property.propertySet() == findUsage(prototype))
+      continue;
+    if (!findUsage(prototype) && !getPropertySet(prototype.getFullyQualifiedName()))
+      useAll(*this, {prototype});
+    const auto usage = findUsage(prototype);
+    if (!usage)
+      continue; // its name is still that of another; then the property goes like one that is deleted
+    for (const auto& made : usage.properties().toVector())
+      if (targetIdOf(made.propertyDefProxy()) == definition.Uuid())
+        made.destroy();
+    if (usage.properties().has(property.p_Name()))
+      continue; // likewise
+    objectOf(property.propertySet()).getPropertiesMutable().remove(property);
+    objectOf(usage).getPropertiesMutable().add(property);
+  }
+}
+
 void ProfileNamespace::Impl::dropLostPrototypes(const std::vector<tavo::String>& names) {
   const auto cache = getP_PrototypeToPrototypableCache();
   for (const auto& name : names) {
@@ -463,8 +607,8 @@ void ProfileNamespace::Impl::dropLostPrototypes(const std::vector<tavo::String>&
     const Losses losses(usage);
     for (const auto& element : usage.p_AppliedElements().toVector()) {
       element.removePropertySet(usage, true);
-      if (const auto prototypable = element.as<internal::Prototypable>())
-        prototypable.clearMissingPrototypeProxies();
+      for (const auto& source : sourcesToLost(element, name))
+        source.destroy();
     }
     losses.report();
     for (const auto& derived : usage.p_DerivedUsages().toVector())
@@ -502,17 +646,10 @@ void ProfileNamespace::Impl::forgetProfile(const tavo::String& name) {
   if (!source || findTarget(source))
     return removeProfile(name);
 
-  const auto isOfProfile = [&](const PropertySetUsage& usage) {
-    const auto set = usage.propertySetProxy();
-    return set && set.getResolver() && set.getResolver().uRI() == name;
-  };
-  std::vector<tavo::String> lost;
+  const auto isOfProfile = [&](const PropertySetUsage& usage) { return profileNameOf(usage) == name; };
   bool isNeeded = false;
   for (const auto& usage : getP_PropertySets())
-    if (isOfProfile(usage))
-      lost.push_back(usage.p_Name());
-    else
-      isNeeded = isNeeded || std::ranges::any_of(usage.getLineage(), isOfProfile);
+    isNeeded = isNeeded || (!isOfProfile(usage) && std::ranges::any_of(usage.getLineage(), isOfProfile));
 
   tavo::Transaction transaction(model());
   if (isNeeded) {
@@ -522,7 +659,7 @@ void ProfileNamespace::Impl::forgetProfile(const tavo::String& name) {
     }
     return transaction.commit();
   }
-  dropLostPrototypes(lost);
+  dropLostPrototypes(usageNames(*this, name));
   source.destroy();
   if (const auto resolver = ProfileResolver::findModelResolver(model(), name))
     resolver.destroy();

@@ -48,10 +48,13 @@ public:
       if (!usages_.contains(set))
         addedPrototypes.push_back(prototype.getFullyQualifiedName());
     std::ranges::sort(addedPrototypes);
+    for (const auto& [definition, name] : added_)
+      if (!moved_.contains(definition))
+        addedProperties.push_back(name);
   }
 
   Names deletedPrototypes, deletedProperties, addedProperties, addedPrototypes, parentChanged, renamedProperties,
-      renamedPrototypes, missingProfiles, changedProperties;
+      renamedPrototypes, missingProfiles, movedProperties, changedProperties;
 
 private:
   void take(const ProxySource& source) {
@@ -77,8 +80,11 @@ private:
     const auto found = prototypes_.find(targetIdOf(usage.propertySetProxy()));
     if (found == prototypes_.end()) {
       // What cannot be looked at has not been deleted.
-      if (!isOfMissingProfile(usage))
-        deletedPrototypes.push_back(usage.p_Name());
+      if (isOfMissingProfile(usage))
+        return;
+      deletedPrototypes.push_back(usage.p_Name());
+      for (const auto& property : usage.properties())
+        noteIfMoved(usage, property);
       return;
     }
     const auto& prototype = found->second;
@@ -106,7 +112,8 @@ private:
     for (const auto& property : usage.properties()) {
       const auto definition = definitions.find(targetIdOf(property.propertyDefProxy()));
       if (definition == definitions.end()) {
-        deletedProperties.push_back(qualified(property.p_Name()));
+        if (!noteIfMoved(usage, property))
+          deletedProperties.push_back(qualified(property.p_Name()));
         continue;
       }
       if (definition->second.p_Name() != property.p_Name())
@@ -117,13 +124,25 @@ private:
     }
     for (const auto& definition : set.properties())
       if (definitions.contains(definition.Uuid()))
-        addedProperties.push_back(qualified(definition.p_Name()));
+        added_.emplace_back(definition.Uuid(), qualified(definition.p_Name()));
+  }
+
+  /// A property that its stereotype no longer has may be one of another by now.
+  bool noteIfMoved(const PropertySetUsage& usage, const PropertyUsage& property) {
+    const auto definition = services::proxy::findTarget<PropertyDefinition>(property.propertyDefProxy());
+    if (!definition || !definition.propertySet() || !prototypes_.contains(definition.propertySet().Uuid()))
+      return false;
+    moved_.insert(definition.Uuid());
+    movedProperties.push_back(tavo::concat(usage.p_Name(), u".", property.p_Name()));
+    return true;
   }
 
   ProfileNamespace namespace_;
   std::set<tavo::String> present_;                                                 ///< names of the profiles at hand
   boost::unordered_flat_map<tavo::Uuid, Prototype, tavo::UuidHash> prototypes_;    ///< by their property sets
   boost::unordered_flat_map<tavo::Uuid, PropertySetUsage, tavo::UuidHash> usages_; ///< likewise
+  std::vector<std::pair<tavo::Uuid, tavo::String>> added_;                         ///< definitions without a usage here
+  std::set<tavo::Uuid> moved_;                                                     ///< those that have one elsewhere
 };
 
 } // namespace
@@ -142,6 +161,7 @@ ProfileUseChecker ProfileUseChecker::analyze(const tavo::Model& model, const Pro
   checker.setP_RenamedProperties(found.renamedProperties);
   checker.setP_RenamedPrototypes(found.renamedPrototypes);
   checker.setP_MissingProfiles(found.missingProfiles);
+  checker.setP_MovedProperties(found.movedProperties);
   checker.setP_ChangedProperties(found.changedProperties);
   transaction.commit();
   return checker;
@@ -149,9 +169,9 @@ ProfileUseChecker ProfileUseChecker::analyze(const tavo::Model& model, const Pro
 
 bool ProfileUseChecker::Impl::hasDifferences() const {
   const std::initializer_list<const std::vector<tavo::String>*> lists = {
-      &getP_DeletedPrototypes(), &getP_DeletedProperties(),      &getP_AddedProperties(),
-      &getP_AddedPrototypes(),   &getP_PrototypeParentChanged(), &getP_RenamedProperties(),
-      &getP_RenamedPrototypes(), &getP_MissingProfiles(),        &getP_ChangedProperties()};
+      &getP_DeletedPrototypes(),      &getP_DeletedProperties(), &getP_AddedProperties(),   &getP_AddedPrototypes(),
+      &getP_PrototypeParentChanged(), &getP_RenamedProperties(), &getP_RenamedPrototypes(), &getP_MissingProfiles(),
+      &getP_MovedProperties(),        &getP_ChangedProperties()};
   return std::ranges::any_of(lists, [](const auto* list) { return !list->empty(); });
 }
 

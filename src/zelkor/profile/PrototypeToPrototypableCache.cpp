@@ -3,10 +3,13 @@
 #include "tavo/model/Transaction.h"
 #include "zelkor/framework/Prototypable.impl.h"
 #include "zelkor/profile/ProfileCatalog.h"
-#include "zelkor/profile/ProfileNames.h"
+#include "zelkor/profile/ProfileNamespace.h"
 #include "zelkor/profile/Prototype.h"
 #include "zelkor/profile/PrototypeToPrototypableCacheEntry.impl.h"
+#include "zelkor/property/PropertySet.h"
+#include "zelkor/property/PropertySetUsage.h"
 #include "zelkor/services/ModelResolvers.h"
+#include "zelkor/services/Proxies.h"
 #include "zelkor/services/ProxySource.impl.h"
 #include "zelkor/services/ProxyTarget.h"
 
@@ -24,20 +27,24 @@ PrototypeToPrototypableCacheEntry::Impl& objectOf(const PrototypeToPrototypableC
   return static_cast<PrototypeToPrototypableCacheEntry::Impl&>(entry.object());
 }
 
-/// What the references of the model to the stereotype of that name share; several while a profile has been replaced by
-/// another one of its name.
+/// What the references of the model to the stereotype that goes by that name share; several while a profile has been
+/// replaced by another one of its name.
 std::vector<ProxyTarget> targetsOf(const tavo::Model& model, const tavo::String& name) {
-  const auto prototype = ProfileCatalog::instance().getPrototype(name);
+  const auto profiles = ProfileNamespace::getProfileNamespace(model);
+  const auto usage = profiles ? profiles.getPropertySet(name) : property::PropertySetUsage();
+  const auto source = usage ? usage.propertySetProxy() : ProxySource();
+  const auto set = services::proxy::findTarget<property::PropertySet>(source);
+  const auto prototype = set ? set.prototype() : Prototype();
   const auto isMeant = [&](const ProxyTarget& target) {
     if (prototype && target.targetId() == prototype.Uuid())
       return true;
     return target.targetName() == name && target.targetClassId() == Prototype::metaClass().id() &&
            !target.findElement();
   };
-  const auto profileName = splitQualifiedName(name).first;
+  const auto profile = source ? source.getResolver() : services::proxy::Resolver();
   std::vector<ProxyTarget> found;
   for (const auto& resolver : services::proxy::resolversOf<services::proxy::Resolver>(model))
-    if (resolver.uRI().view() == profileName)
+    if (profile && resolver.uRI() == profile.uRI())
       for (const auto& target : resolver.proxies())
         if (isMeant(target))
           found.push_back(target);
@@ -78,10 +85,17 @@ PrototypeToPrototypableCache::Impl::getElementsWithPrototype(const tavo::String&
         if (seen.insert(element.get()).second)
           elements.push_back(element);
   };
-  take(fullyQualifiedName);
+  const auto& catalog = ProfileCatalog::instance();
+  const auto profiles = ProfileNamespace::getProfileNamespace(model());
+  // Until the model has followed a new name, its usages have the former.
+  const auto keyOf = [&](const Prototype& prototype, const tavo::String& name) {
+    const auto usage = profiles ? profiles.findUsage(prototype) : property::PropertySetUsage();
+    return usage ? usage.p_Name() : name;
+  };
+  take(keyOf(catalog.getPrototype(fullyQualifiedName), fullyQualifiedName));
   if (includeDerived)
-    for (const auto& derived : ProfileCatalog::instance().getDerivedPrototypes(fullyQualifiedName))
-      take(derived.getFullyQualifiedName());
+    for (const auto& derived : catalog.getDerivedPrototypes(fullyQualifiedName))
+      take(keyOf(derived, derived.getFullyQualifiedName()));
   return elements;
 }
 

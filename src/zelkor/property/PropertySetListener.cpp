@@ -1,17 +1,21 @@
 #include "zelkor/property/PropertySetListener.h"
 
+#include "zelkor/profile/ProfileNamespace.h"
+#include "zelkor/property/PropertySet.h"
+#include "zelkor/property/PropertySetUsage.h"
+
 namespace zelkor::property {
 
-std::shared_ptr<PropertySetListener> PropertySetListener::install(const tavo::Model& modelOfSet) {
-  auto listener = std::make_shared<PropertySetListener>();
-  // The usage owns the listener; the token ends with it.
-  listener->token_ = modelOfSet.addShallowListener([self = listener.get()] { self->changed_ = true; });
-  return listener;
-}
-
-void PropertySetListener::setEnabled(bool enabled) {
-  enabled_ = enabled;
-  changed_ = true;
+void PropertySetListener::listenTo(const PropertySet& set, const PropertySetUsage& usage) {
+  if (set_ == set)
+    return;
+  token_ = set.model().addShallowListener([this, usage] {
+    const auto profiles =
+        enabled_ && usage ? usage.container().as<profile::ProfileNamespace>() : profile::ProfileNamespace();
+    if (profiles)
+      profiles.setP_IsProfileOutdated(true);
+  });
+  set_ = set;
 }
 
 } // namespace zelkor::property

@@ -8,23 +8,25 @@
 
 namespace zelkor::property {
 
-/// Remembers whether the model of a property set has changed since its usage was last in step with it, so that a usage
-/// need not compare what cannot have changed.
+class PropertySet;
+class PropertySetUsage;
+
+/// Tells the model that uses a property set that the model of the set is no longer what the usage was made from.
 class ZELKOR_EXPORT PropertySetListener {
 public:
-  /// Listens from now on; nothing is known of what was before.
-  static std::shared_ptr<PropertySetListener> install(const tavo::Model& modelOfSet);
+  PropertySetListener() = default;
+  PropertySetListener(const PropertySetListener&) = delete;
+  PropertySetListener& operator=(const PropertySetListener&) = delete;
 
-  bool mayHaveChanged() const { return changed_ || !enabled_; }
-  /// The usage has just been found, or brought, in step.
-  void inStep() { changed_ = false; }
-  /// While it is paused it knows nothing.
-  void setEnabled(bool enabled);
+  /// Nothing when it listens to the set already.
+  void listenTo(const PropertySet& set, const PropertySetUsage& usage);
+  /// While it is paused it tells nothing.
+  void setEnabled(bool enabled) { enabled_ = enabled; }
 
 private:
   tavo::ListenerToken token_;
+  tavo::ModelElement set_;
   bool enabled_ = true;
-  bool changed_ = true;
 };
 
 } // namespace zelkor::property

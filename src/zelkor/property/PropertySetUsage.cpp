@@ -75,10 +75,12 @@ bool PropertySetUsage::Impl::isPropertySetApplied(const PropertyOwner& elem) con
 // Following the set
 
 void PropertySetUsage::Impl::intializeListener() {
-  if (getP_Listener())
+  const auto set = proxy::findTarget<PropertySet>(getPropertySetProxy());
+  if (!set)
     return;
-  if (const auto set = proxy::findTarget<PropertySet>(getPropertySetProxy()))
-    setP_Listener(PropertySetListener::install(set.model()));
+  if (!getP_Listener())
+    setP_Listener(std::make_shared<PropertySetListener>());
+  getP_Listener()->listenTo(set, PropertySetUsage(handle().get()));
 }
 
 void PropertySetUsage::Impl::toggleListener(bool enable) {
@@ -88,9 +90,6 @@ void PropertySetUsage::Impl::toggleListener(bool enable) {
 }
 
 bool PropertySetUsage::Impl::isInSyncWithPropSet() const {
-  const auto& listener = getP_Listener();
-  if (listener && !listener->mayHaveChanged())
-    return true;
   const auto set = getPropertySet();
   const auto inStep = [](const PropertyUsage& usage) { return usage.isInSyncWithPropDef(); };
   return set.properties().size() == getProperties().size() && std::ranges::all_of(getProperties().toVector(), inStep);
@@ -98,11 +97,8 @@ bool PropertySetUsage::Impl::isInSyncWithPropSet() const {
 
 void PropertySetUsage::Impl::synchronizePostLoad() {
   intializeListener();
-  if (isInSyncWithPropSet()) {
-    if (const auto& listener = getP_Listener())
-      listener->inStep();
+  if (isInSyncWithPropSet())
     return;
-  }
 
   tavo::Transaction transaction(model());
   const auto definitions = getPropertySet().getAllProperties();
@@ -126,8 +122,6 @@ void PropertySetUsage::Impl::synchronizePostLoad() {
     if (!getProperties().has(definition.p_Name()))
       getPropertiesMutable().add(PropertyUsage::createPropertyUsage(definition, model()));
   transaction.commit();
-  if (const auto& listener = getP_Listener())
-    listener->inStep();
 }
 
 void PropertySetUsage::Impl::followNames() {
@@ -156,7 +150,6 @@ void PropertySetUsage::Impl::adoptSet(const PropertySet& propSet) {
   for (const auto& usage : getProperties())
     if (const auto definition = propSet.getPropertyByName(usage.p_Name()))
       proxy::referTo(usage, usage.objectClass().at(PropertyUsage::Impl::Index::propertyDefProxy), definition);
-  setP_Listener({});
   synchronizePostLoad();
   transaction.commit();
 }

@@ -76,8 +76,11 @@ PropertyUsage PropertyUsage::createPropertyUsage(const PropertyDefinition& propD
   if (const auto type = initial.getType(); type && initial.hasValue())
     try {
       initial.setExpression(initial.storedExpression());
-    } catch (const tavo::Error&) {
-      // A default that its type no longer accepts must not keep a model from using everything else.
+    } catch (const tavo::Error& error) {
+      // A default that its type no longer accepts must not keep a model from using everything else. A host that fails
+      // says nothing about it.
+      if (!error.id().text().starts_with("Velmora:Property:"))
+        throw;
       initial.setExpression(type.makeDefaultExpression());
     }
   object.getInitialValueMutable().add(initial);

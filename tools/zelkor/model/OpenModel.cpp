@@ -69,7 +69,8 @@ std::string troubleWith(const tavo::String& profile) {
     return "is another one of that name; \"zelkor import\" puts it in the place of the former, whose values stay";
   } catch (const tavo::Error& error) {
     if (error.id() == ProfileError::ProfileNotFound)
-      return "cannot be found; what it brought is kept as it is";
+      return "cannot be found; what it brought is kept as it is. If its file has another name now, \"zelkor import\" "
+             "finds it by that";
     return "cannot be read; what it brought is kept as it is. " + text::inOneLine(error);
   }
 }

@@ -48,8 +48,10 @@ public:
     for (const auto& name : found.p_RenamedProperties())
       addProperty("property renamed", name, "gets its new name, values stay");
     for (const auto& name : found.p_RenamedPrototypes())
-      if (const auto usage = usageOf(profiles_.getPrototype(name)))
+      if (const auto usage = profiles_.findUsage(profiles_.getPrototype(name)))
         addSet("stereotype renamed", usage.p_Name(), "becomes " + toUtf8(name) + ", values stay");
+    for (const auto& name : found.p_MovedProperties())
+      addProperty("property moved", name, "goes to another stereotype, with its values");
     for (const auto& name : found.p_ChangedProperties())
       addProperty("property changed", name, "gets the new type, default and units; own values stay");
     for (const auto& name : open.missingProfiles())
@@ -59,12 +61,6 @@ public:
   std::vector<Difference> all;
 
 private:
-  property::PropertySetUsage usageOf(const profile::Prototype& prototype) const {
-    for (const auto& usage : profiles_.p_PropertySets())
-      if (prototype && usage.propertySetProxy().pointsTo(prototype.getPropertySet()))
-        return usage;
-    return {};
-  }
   static std::size_t valuesOf(const property::PropertyUsage& usage) {
     return usage ? usage.p_ValueTable().p_Entries().size() : 0;
   }
