@@ -122,6 +122,17 @@ TEST_F(FollowingTest, AProfileThatIsLoadedAgainIsListenedTo) {
   }
 }
 
+TEST_F(FollowingTest, StepsThatAreDoneStayWhenALaterOneFails) {
+  const auto found = modelFile.checkProfiles();
+  found.setP_DeletedProperties({u"Plant.Machine.label"});
+  found.setP_AddedProperties({u"Plant.Machine.power"});
+  EXPECT_ERROR(profiles().synchronizePostLoad(found), "tavo:messages:UniquenessConstraint");
+  EXPECT_FALSE(pump.hasPropVal(u"Plant.Machine.label"));
+  modelFile.synchronize();
+  EXPECT_TRUE(pump.hasPropVal(u"Plant.Machine.label"));
+  EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W");
+}
+
 TEST_F(FollowingTest, WhatIsGoneGoesAndWhatIsNewComes) {
   const auto machine = stereotype(u"Machine");
   machine.getPropertySet().removeProperty(u"power");

@@ -129,6 +129,8 @@ class ModelTest(unittest.TestCase):
         for arguments in [["set", "m.xml", "Hall/Main"], ["set", "m.xml", "A", "p", "1", "--from", "t.csv"], ["values"],
                           ["set", "m.xml", "--from", "t.csv", "--units", "W"], ["add", "m.xml", "x", "--source", "y"]]:
             self.assertEqual(self.run_command(*arguments).returncode, 2, arguments)
+        self.assertIn("behind --", self.run_command("set", "m.xml", "Hall/Main", "power", "-pi+9").stderr)
+        self.assertIn('did you mean "values"?', self.run_command("vlaues", "m.xml").stderr)
         for arguments in [["get", "m.xml", "Hall", "x"], ["values", "none.xml"], ["sync", "none.xml"],
                           ["explain", "m.xml", "x", "y"]]:
             done = self.run_command(*arguments, "--json")
@@ -201,6 +203,10 @@ class ModelTest(unittest.TestCase):
         self.assertEqual((done.returncode, done.stdout), (1, ""))
         self.assertIn('zelkor:model:UnhealthyProfile: The profile "Plant" has a fault', done.stderr)
         self.assertIn("Plant.Machine.power", done.stderr)
+        self.run_well("new", "n.xml")
+        done = self.run_command("import", "n.xml", "Plant")
+        self.assertIn("Velmora:Profile:CannotImportUnhealthyProfileIntoModel", done.stderr)
+        self.assertIn("Plant.Machine.power", done.stderr)
         self.assertEqual(self.content(), before)
         os.rename(self.folder / "away.xml", self.folder / "Plant.xml")
         self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "power"), "7 W\n")
@@ -235,6 +241,8 @@ class ModelTest(unittest.TestCase):
         self.assertEqual(done.returncode, 0)
         self.assertIn('Values of "Plant.Machine.power" that are dropped', done.stderr)
         os.rename(self.folder / "Other.away", self.folder / "Other.xml")
+        told = json.loads(self.run_well("values", "--json", "m.xml"))["elements"]
+        self.assertEqual([each["stereotypes"] for each in told], [[], [], ["Other.Tag"], []])
         self.assertEqual(self.run_well("values", "m.xml"), "m/Hall/Main\n  * Other.Tag.note  'mine'\n")
         os.rename(self.folder / "Plant.away", self.folder / "Plant.xml")
         self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")

@@ -145,6 +145,17 @@ std::set<tavo::String> neededByMissing(const ProfileNamespace::Impl& profiles) {
   return names;
 }
 
+/// Raises that a profile is not imported because it, or one that it depends on, has a fault, with what that is.
+[[noreturn]] void refuse(const Profile& profile, const tavo::Model& model) {
+  auto names = reachableFrom({profile});
+  names.insert(profile.getName());
+  for (const auto& name : names)
+    if (const auto each = ProfileCatalog::instance().getProfile(name); each && each.getIsUnhealthyOnLoad())
+      raiseBecause(tavo::Error(tavo::FrameworkError::ForeignException, {each.healthCheckErrorOnLoad()}),
+                   ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(), nameForMessages(model));
+  raise(ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(), nameForMessages(model));
+}
+
 PropertyUsage findProperty(const ProfileNamespace::Impl& profiles, const tavo::String& qualifiedName) {
   const auto [setName, propertyName] = splitAtLastDot(qualifiedName);
   const auto usage = profiles.getP_PropertySets().find(setName);
@@ -348,8 +359,7 @@ void ProfileNamespace::Impl::addProfile(const tavo::String& name, bool asDepende
   if (!profile)
     return;
   if (catalog.getIsThisOrAnyDependentProfileUnhealthyOnLoad(profile))
-    raise(ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(),
-          services::proxy::nameForMessages(model()));
+    refuse(profile, model());
 
   ProfileCatalog::nameResolversAfterProfiles(model());
   tavo::Transaction transaction(model());
@@ -551,7 +561,8 @@ void ProfileNamespace::Impl::synchronizePostLoad(const ProfileUseChecker& checke
 
   step([&] { moveProperties(found.p_MovedProperties()); });
   step([&] { dropLostPrototypes(found.p_DeletedPrototypes()); });
-  step([&] { followProperties(found); });
+  step([&] { dropProperties(found.p_DeletedProperties()); });
+  step([&] { addProperties(found); });
   step([&] { followNames(renamed); });
   step([&] { useAll(*this, added); });
   step([&] { std::ranges::for_each(reparented, [&](const Prototype& each) { updateParentHierarchy(each); }); });
@@ -619,12 +630,15 @@ void ProfileNamespace::Impl::dropLostPrototypes(const std::vector<tavo::String>&
   }
 }
 
-void ProfileNamespace::Impl::followProperties(const ProfileUseChecker& checker) {
-  for (const auto& name : checker.p_DeletedProperties())
+void ProfileNamespace::Impl::dropProperties(const std::vector<tavo::String>& names) {
+  for (const auto& name : names)
     if (const auto usage = findProperty(*this, name)) {
       static_cast<PropertyUsage::Impl&>(usage.object()).reportValues();
       usage.destroy();
     }
+}
+
+void ProfileNamespace::Impl::addProperties(const ProfileUseChecker& checker) {
   for (const auto& name : checker.p_AddedProperties()) {
     const auto [setName, propertyName] = splitAtLastDot(name);
     const auto usage = getP_PropertySets().find(setName);

@@ -2,6 +2,7 @@
 #include "tools/zelkor/command/Commands.h"
 #include "tools/zelkor/command/Version.h"
 #include "tools/zelkor/model/CommandLine.h"
+#include "tools/zelkor/text/Spelling.h"
 
 #include <CLI/CLI.hpp>
 
@@ -37,12 +38,29 @@ std::string completionScript(const CLI::App& app) {
   return script;
 }
 
+/// What is wrong with a command line that begins with `first`, and what may have been meant.
+std::string complaint(const CLI::App& app, const CLI::Error& error, const std::string& first) {
+  if (app.get_subcommands().empty() && !first.empty() && !first.starts_with('-')) {
+    std::vector<std::string> names;
+    for (const auto* command : app.get_subcommands({}))
+      names.push_back(command->get_name());
+    return "There is no subcommand \"" + first + "\"" + zelkor::text::suggestion(first, names) +
+           "\nRun with --help for more information.\n";
+  }
+  const bool isExtra = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+  const std::string hint = isExtra ? "What begins with a dash and is no option stands behind --.\n" : "";
+  return hint + CLI::FailureMessage::simple(&app, error);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
   CLI::App app("Works on profiles of architecture models, and on models that use them.", "zelkor");
   app.set_version_flag("--version", std::string("zelkor ") + version);
   app.require_subcommand(1);
+  app.failure_message([first = std::string(argc > 1 ? argv[1] : "")](const CLI::App* failed, const CLI::Error& error) {
+    return complaint(*failed, error, first);
+  });
   app.footer("Exit status: 0, 1 with findings, 2 for a command line that makes no sense.\n"
              "Profiles and enumerations are looked for beside the file and in the folders of ZELKOR_PATH.");
   std::string input, output;
