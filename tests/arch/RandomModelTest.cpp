@@ -135,7 +135,7 @@ protected:
       plain.discard(path, gone);
     for (const auto& id : gone)
       for (const auto& [property, unused] : old.at(id).properties)
-        std::erase_if(plain.values, [&](const auto& each) { return each.first.second == property; });
+        std::erase_if(plain.values, [&lost = property](const auto& each) { return each.first.second == lost; });
     for (auto& [id, stereotype] : plain.followed)
       while (gone.contains(stereotype.parent))
         stereotype.parent = old.at(stereotype.parent).parent;
@@ -151,7 +151,7 @@ protected:
       const auto former = plain.followed[id];
       for (const auto& [property, unused] : former.properties)
         if (!stereotype.properties.contains(property))
-          std::erase_if(plain.values, [&](const auto& each) { return each.first.second == property; });
+          std::erase_if(plain.values, [&lost = property](const auto& each) { return each.first.second == lost; });
       plain.followed[id] = stereotype;
       if (stereotype.parent == "?")
         plain.followed[id].parent = isNew ? "" : former.parent;
