@@ -240,7 +240,6 @@ void overwrite(Table& table, const Setting& setting, const Plant& plant) {
                             return sum;
                           },
                       .records = 2,
-                      .allocations = 4, // for the event that tells the application
                   });
   }
 }

@@ -29,7 +29,8 @@ function(zelkor_add_library name)
     $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/gen>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_compile_features(${name} PUBLIC cxx_std_20)
-  # Calls within the library are direct: nobody is to replace a function of ours.
+  # Calls within the library are direct, and may be inlined: nobody is to replace a function of ours.
+  target_compile_options(${name} PRIVATE -fno-semantic-interposition)
   target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})

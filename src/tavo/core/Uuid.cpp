@@ -26,11 +26,6 @@ public:
     return words_[next_++];
   }
 
-  /// The words that come after `skipped` others; null where they have not been read.
-  const result_type* peek(std::size_t skipped, std::size_t count) const {
-    return next_ + skipped + count <= size ? words_ + next_ + skipped : nullptr;
-  }
-
   /// Forgets what has been read ahead: a forked child must not repeat its parent's identities.
   void discard() { next_ = size; }
 
@@ -60,29 +55,18 @@ SystemRandom& systemRandom() {
   return source;
 }
 
-constexpr std::size_t wordsOfUuid = 4;
-
-Uuid versionFour(const std::uint32_t* words) {
-  Uuid uuid;
-  std::memcpy(uuid.data, words, sizeof uuid.data);
-  uuid.data[6] = static_cast<std::uint8_t>((uuid.data[6] & 0x0f) | 0x40);
-  uuid.data[8] = static_cast<std::uint8_t>((uuid.data[8] & 0x3f) | 0x80);
-  return uuid;
-}
-
 } // namespace
 
 Uuid randomUuid() {
-  std::uint32_t words[wordsOfUuid];
+  Uuid uuid;
   auto& source = systemRandom();
-  for (auto& word : words)
-    word = source();
-  return versionFour(words);
-}
-
-std::optional<Uuid> foreseenUuid(std::size_t others) {
-  const auto* words = systemRandom().peek(others * wordsOfUuid, wordsOfUuid);
-  return words ? std::optional(versionFour(words)) : std::nullopt;
+  for (std::size_t i = 0; i < 4; ++i) {
+    const auto word = source();
+    std::memcpy(uuid.data + 4 * i, &word, sizeof word);
+  }
+  uuid.data[6] = static_cast<std::uint8_t>((uuid.data[6] & 0x0f) | 0x40);
+  uuid.data[8] = static_cast<std::uint8_t>((uuid.data[8] & 0x3f) | 0x80);
+  return uuid;
 }
 
 Uuid nameUuid(const Uuid& space, std::string_view name) {

@@ -20,10 +20,6 @@ using Uuid = boost::uuids::uuid;
 /// Raises boost::uuids::entropy_error when the source fails for a reason other than an interrupted call.
 TAVO_EXPORT Uuid randomUuid();
 
-/// What randomUuid() is going to give after `others`, unless that has not been read yet or the process forks before.
-/// For fetching from memory what will be needed, and for nothing else.
-TAVO_EXPORT std::optional<Uuid> foreseenUuid(std::size_t others);
-
 /// The name-based (version 3) UUID of `name` (its UTF-8 bytes) in `space`, as RFC 4122 section 4.3 defines it.
 TAVO_EXPORT Uuid nameUuid(const Uuid& space, std::string_view name);
 

@@ -63,6 +63,8 @@ ModelElement Model::find(const Uuid& uuid) const {
   return ModelElement(object && !object->isProxy() ? object : nullptr);
 }
 
+void Model::foresee(const Uuid& uuid) const { data().foresee(uuid); }
+
 std::vector<ModelElement> Model::topLevel() const {
   ItemList& list = data().topLevel();
   std::vector<ModelElement> objects;
@@ -118,7 +120,7 @@ ListenerToken Model::addShallowListener(std::function<void()> listener) const {
   return addListener([listener = std::move(listener)](const ChangeSet&) { listener(); });
 }
 
-void Model::afterCommit(std::function<void()> action) const { data().afterCommit(std::move(action)); }
+void Model::afterCommit(Action action) const { data().afterCommit(std::move(action)); }
 void Model::atEnd(std::function<void()> action) const { data().atEnd(std::move(action)); }
 
 const String& Model::name() const { return data().name(); }

@@ -1,6 +1,7 @@
 // Models: containers of objects with transactions, undo and listeners.
 #pragma once
 
+#include "tavo/core/Action.h"
 #include "tavo/core/String.h"
 #include "tavo/model/ModelElement.h"
 
@@ -90,6 +91,10 @@ public:
     return find(uuid).template as<Facade>();
   }
 
+  /// Says that an object of that identity is going to be looked for, or made, soon: where there are a million of them,
+  /// its place in memory can be on its way by then.
+  void foresee(const Uuid& uuid) const;
+
   /// The top-level objects, in the model's order.
   std::vector<ModelElement> topLevel() const;
   /// The first top-level object that has the class, or an empty handle. Cheap where the class has few objects.
@@ -135,7 +140,7 @@ public:
 
   /// Runs `action` once what has been changed so far is committed for good, right after the outermost transaction (at
   /// once without one); never, when it is rolled back. An exception from it is reported like a listener's.
-  void afterCommit(std::function<void()> action) const;
+  void afterCommit(Action action) const;
   /// `action` runs when the model has ended, for what others keep beside it. It must not raise.
   void atEnd(std::function<void()> action) const;
 

@@ -84,16 +84,6 @@ Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool pr
   return object;
 }
 
-/// What is made next, and the children that get their identity from this object, will look for their places.
-void ModelData::foreseeIdentities(const Impl& object) const {
-  constexpr std::size_t objectsAhead = 2;
-  if (const auto next = foreseenUuid(objectsAhead))
-    identities_.foresee(*next);
-  for (const MetaProperty* property : object.objectClass().containments())
-    if (!property->isMany() && property->givesIdentityTo(*property->target()))
-      identities_.foresee(property->derivedIdentity(object.uuid(), {}, 0));
-}
-
 Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* container, const MetaProperty* property,
                         bool proxy, const Birth& birth) {
   requireChangeable();
@@ -106,8 +96,6 @@ Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* co
   const Placement last = makeRoom(container, property);
   reserveRecord();
   Impl& object = construct(metaClass, uuid, proxy);
-
-  foreseeIdentities(object);
 
   Record record(Record::Kind::placement, &object);
   record.changesLife = true;

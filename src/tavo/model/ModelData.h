@@ -66,6 +66,7 @@ public:
   ModelElement::Impl* create(const MetaClass& metaClass, const Uuid& uuid, ModelElement::Impl* container,
                              const MetaProperty* property, bool proxy = false, const Birth& birth = {});
   ModelElement::Impl* find(const Uuid& uuid) const { return identities_.find(uuid); }
+  void foresee(const Uuid& uuid) const noexcept { identities_.foresee(uuid); }
   Extent* extentOf(const MetaClass& metaClass) const;
   template <class Visit>
   void forEachExtent(const Visit& visit) const {
@@ -118,7 +119,7 @@ public:
   void commit();
   /// Ends the innermost transaction and takes back what was changed since it began.
   void rollback(const Savepoint& savepoint) noexcept;
-  void afterCommit(std::function<void()> action);
+  void afterCommit(Action action);
   bool inTransaction() const { return transactionDepth_ > 0; }
   UndoLog& log() { return log_; }
   void undo(bool forward);
@@ -170,7 +171,6 @@ private:
   template <class Visit>
   static void forEachKeyedHolder(ModelElement::Impl& object, const MetaProperty& key, const Visit& visit);
   ModelElement::Impl& construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
-  void foreseeIdentities(const ModelElement::Impl& object) const;
   /// Lets the object take over every reference to its stand-in, which is destroyed.
   void giveWay(ModelElement::Impl& standIn, ModelElement::Impl& object);
   /// The stand-ins on either side that have to give way when the contents of `other` come here.
@@ -209,7 +209,7 @@ private:
   boost::container::static_vector<Found, 8> found_; ///< in the top level as it is now: the same few, again and again
   LinkPool links_;
   UndoLog log_{*this};
-  std::vector<std::function<void()>> deferred_; ///< wait for the outermost commit
+  std::vector<Action> deferred_; ///< wait for the outermost commit
   std::vector<std::function<void()>> endActions_;
   std::vector<std::shared_ptr<ListenerToken::Entry>> listeners_;
   std::thread::id thread_ = std::this_thread::get_id();

@@ -29,8 +29,8 @@ void reportListenerError(const std::exception& error) noexcept {
 }
 
 /// Runs what somebody else gave: its exceptions are reported and stop nothing.
-template <class Action>
-void runReported(const Action& action) noexcept {
+template <class Function>
+void runReported(Function&& action) noexcept {
   try {
     action();
   } catch (const std::exception& error) {
@@ -67,7 +67,7 @@ void ModelData::commit() {
   if (deferred_.empty())
     return;
   auto actions = std::exchange(deferred_, {});
-  for (const auto& action : actions)
+  for (auto& action : actions)
     runReported(action);
   actions.clear();
   if (deferred_.capacity() == 0) // the room is used again, unless an action has made some
@@ -76,11 +76,12 @@ void ModelData::commit() {
 
 void ModelData::rollback(const Savepoint& savepoint) noexcept {
   log_.rollbackTo(savepoint.records);
-  deferred_.resize(std::min(savepoint.actions, deferred_.size()));
+  while (deferred_.size() > savepoint.actions)
+    deferred_.pop_back();
   --transactionDepth_;
 }
 
-void ModelData::afterCommit(std::function<void()> action) {
+void ModelData::afterCommit(Action action) {
   if (inTransaction())
     deferred_.push_back(std::move(action));
   else
@@ -126,9 +127,7 @@ std::shared_ptr<ListenerToken::Entry> ModelData::listen(std::function<void(const
 
 // Transactions
 
-Transaction::Transaction(const Model& model) : model_(model), savepoint_(model.data().begin()) {}
-
-Transaction::~Transaction() { rollback(); }
+Transaction::Transaction(Model model) : model_(std::move(model)), savepoint_(model_.data().begin()) {}
 
 void Transaction::commit() {
   if (std::exchange(open_, false))

@@ -21,10 +21,13 @@ struct Savepoint {
 class TAVO_EXPORT Transaction {
 public:
   /// Raises CannotCreateWithoutModel for an empty handle.
-  explicit Transaction(const Model& model);
+  explicit Transaction(Model model);
   Transaction(const Transaction&) = delete;
   Transaction& operator=(const Transaction&) = delete;
-  ~Transaction();
+  ~Transaction() {
+    if (open_)
+      rollback();
+  }
 
   void commit();
   /// What the destructor would do, now.

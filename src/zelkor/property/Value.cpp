@@ -188,10 +188,50 @@ Value Value::Impl::clone(const tavo::Model& target) const {
                 [&](const tavo::Birth& birth) { return target.create(Value::metaClass(), {}, birth).get(); });
 }
 
+//----------------------------------------------------------------------------------------------------------------------
+// Copies elsewhere
+
 Value cloneInto(const tavo::ModelElement& owner, const tavo::MetaProperty& feature, const Value& value) {
   return copyOf(static_cast<Value::Impl&>(value.object()), owner.model(), [&](const tavo::Birth& birth) {
     return owner.object().createInto(feature, Value::metaClass(), birth);
   });
+}
+
+ValueDraft::ValueDraft(const Value& original, const tavo::Model& home, const tavo::String& expression,
+                       const tavo::String& units)
+    : original_(original), expression_(expression), units_(units) {
+  auto& object = static_cast<Value::Impl&>(original.object());
+  const auto type = object.getType();
+  // In its own model the copy is checked as the original would be, whose text has to be good still.
+  if (!type || original.model() != home || !object.runsHooks() || !isStillValid(object.getCachedValue(), type))
+    return;
+  object.aboutToSetUnits(object.getUnits());
+  if (!expression.empty())
+    array_ = kavra::isHostAvailable() ? type.validateExpression(expression) : object.getCachedValue();
+  if (units == u"*")
+    units_ = object.getUnits();
+  else
+    object.aboutToSetUnits(units);
+  isComplete_ = true;
+}
+
+Value ValueDraft::createIn(const tavo::ModelElement& owner, const tavo::MetaProperty& feature) const {
+  if (!isComplete_) {
+    auto value = cloneInto(owner, feature, original_);
+    value.setExpression(expression_);
+    if (units_ != u"*")
+      value.setUnit(units_);
+    return value;
+  }
+  const auto content = [this](tavo::ModelElement::Impl& object) {
+    auto& storage = object.storageAs<Value::Impl::Storage>();
+    storage.cachedValue = array_;
+    storage.storedExpression = expression_;
+    storage.units = units_;
+  };
+  Value value(owner.object().createInto(feature, Value::metaClass(), content));
+  proxy::referAs(value, value.objectClass().at(Value::Impl::Index::valueTypeProxy), original_.valueTypeProxy());
+  return value;
 }
 
 } // namespace zelkor::property

@@ -3,7 +3,7 @@
 #include "tavo/model/Transaction.h"
 #include "zelkor/parameter/ParameterUsage.h"
 #include "zelkor/property/PropertyUsage.h"
-#include "zelkor/property/Value.h"
+#include "zelkor/property/Value.impl.h"
 #include "zelkor/property/ValueCopies.h"
 #include "zelkor/property/ValueTableEntry.impl.h"
 
@@ -32,6 +32,18 @@ auto keyOf(const tavo::Uuid& elemUUID) {
   };
 }
 
+/// Lets the processor fetch what making an entry is going to look for: among a million objects each of these identities
+/// has its place in memory that nothing else was near to.
+void foreseeEntry(const ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
+  const auto model = table.model();
+  const auto entry =
+      table.objectClass().at(ValueTable::Impl::Index::p_Entries).derivedIdentity(table.uuid(), elemUUID, 0);
+  const auto value = valueOfEntry().derivedIdentity(entry, {}, 0);
+  model.foresee(entry);
+  model.foresee(value);
+  model.foresee(Value::metaClass().at(Value::Impl::Index::valueTypeProxy).derivedIdentity(value, {}, 0));
+}
+
 /// An entry in its table, under the identity that follows from table and element unless another object has that.
 ValueTableEntry addEntryFor(ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
   const auto& entries = table.objectClass().at(ValueTable::Impl::Index::p_Entries);
@@ -53,13 +65,18 @@ Value ValueTable::Impl::getValue(const tavo::Uuid& elemUUID) const {
 
 void ValueTable::Impl::addEntry(const tavo::Uuid& elemUUID, const tavo::String& expression, const tavo::String& unit) {
   tavo::Transaction transaction(model());
+  foreseeEntry(*this, elemUUID);
   const auto present = presentValue(*this, elemUUID);
-  const auto entry = addEntryFor(*this, elemUUID);
-  const Value value = present ? cloneInto(entry, valueOfEntry(), present)
-                              : Value(entry.object().createInto(valueOfEntry(), Value::metaClass(), tavo::Birth()));
-  value.setExpression(expression);
-  if (unit != u"*")
-    value.setUnit(unit);
+  if (present) {
+    const ValueDraft draft(present, model(), expression, unit);
+    draft.createIn(addEntryFor(*this, elemUUID), valueOfEntry());
+  } else {
+    const Value value(
+        addEntryFor(*this, elemUUID).object().createInto(valueOfEntry(), Value::metaClass(), tavo::Birth()));
+    value.setExpression(expression);
+    if (unit != u"*")
+      value.setUnit(unit);
+  }
   transaction.commit();
 }
 
@@ -103,11 +120,12 @@ tavo::ModelElement ValueTableEntry::Impl::getP_Element() const { return model().
 Value ValueTableEntry::Impl::getValue() const { return getP_Value(); }
 
 void ValueTableEntry::Impl::setValue(const tavo::String& expression, const tavo::String& units) {
-  tavo::Transaction transaction(model());
   const auto value = getP_Value();
+  if (units == u"*")
+    return value.setExpression(expression);
+  tavo::Transaction transaction(model());
   value.setExpression(expression);
-  if (units != u"*")
-    value.setUnit(units);
+  value.setUnit(units);
   transaction.commit();
 }
 

@@ -3,7 +3,7 @@
 #include "tavo/model/Transaction.h"
 #include "zelkor/services/ProxiableElement.h"
 #include "zelkor/services/Proxies.h"
-#include "zelkor/services/ProxyTarget.h"
+#include "zelkor/services/ProxyTarget.impl.h"
 #include "zelkor/services/Resolver.h"
 
 namespace zelkor::services::proxy {
@@ -21,8 +21,12 @@ ProxySource ProxySource::createProxySource(const ProxiableElement& target, const
 }
 
 ProxiableElement ProxySource::Impl::getTargetElement() const {
-  const auto target = getTarget();
-  return target ? target.resolve() : ProxiableElement();
+  const auto* target = static_cast<ProxyTarget::Impl*>(tavo::targetOf(storage().target));
+  if (!target)
+    return {};
+  // Mostly it is bound: then no handle of the target is needed to get at it.
+  const auto& bound = target->getElement();
+  return bound ? ProxiableElement(bound.get()) : target->resolve();
 }
 
 ProxiableElement ProxySource::Impl::findTargetElement() const {
