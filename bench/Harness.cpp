@@ -18,8 +18,8 @@ namespace {
 
 /// What filling tables and histories may add to a counter.
 constexpr double slack = 0.06;
-/// The load of a table differs by a factor of two between sizes, and with it the length of searches.
-constexpr double probeSlack = 1.0;
+/// The load of a table differs by a factor of two between sizes, and with it the length of each search.
+double probeSlack(double probes) { return 1 + probes / 2; }
 
 std::string describe(const Setting& setting, const std::string& name) {
   return name + ", " + (setting.shuffled ? "shuffled" : "in order") + ", " + std::to_string(setting.textUnits) +
@@ -161,7 +161,7 @@ int Table::finish() const {
       };
       grows("allocations", small.meter.allocations(), large.meter.allocations(), slack);
       grows("records", small.meter.records(), large.meter.records(), slack);
-      grows("probes", small.meter.probes(), large.meter.probes(), probeSlack);
+      grows("probes", small.meter.probes(), large.meter.probes(), probeSlack(small.meter.probes()));
     }
   for (const std::string& fault : faults)
     std::printf("FAULT: %s\n", fault.c_str());

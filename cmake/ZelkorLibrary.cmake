@@ -29,8 +29,9 @@ function(zelkor_add_library name)
     $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/gen>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_compile_features(${name} PUBLIC cxx_std_20)
-  # Calls within the library are direct, and may be inlined: nobody is to replace a function of ours.
-  target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+  # Calls within the library are direct, and may be inlined: nobody is to replace a function of ours. Those to the
+  # libraries below go straight to their place in the table of addresses.
+  target_compile_options(${name} PRIVATE -fno-semantic-interposition -fno-plt)
   target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})

@@ -375,9 +375,14 @@ void ModelElement::Impl::replace(const MetaProperty& property, Impl* child) {
 
 ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const BuilderImpl& builder,
                                                    const tavo::Uuid& uuid) {
+  const MetaClass& metaClass = builder.metaClass();
   Transaction transaction(model());
   const auto values = [&](Impl& object) { builder.writeValues(object); };
-  const ModelElement made(createInto(property, builder.metaClass(), values, uuid));
+  // The key of a child of a map is in the builder; whoever wants the identity that follows from it gives that.
+  const bool isDerived = uuid.is_nil() && !property.key(0);
+  requireRoomFor(property, metaClass);
+  const ModelElement made(data().create(metaClass, isDerived ? freeIdentity(property, metaClass, {}) : uuid, this,
+                                        &property, false, values));
   builder.applyTo(made.object());
   made.object().cascadeCreation(builder);
   transaction.commit();
@@ -385,21 +390,27 @@ ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property,
 }
 
 ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const MetaClass& metaClass,
-                                                   const Birth& birth, const tavo::Uuid& uuid) {
+                                                   const Birth& birth, const tavo::Uuid& key) {
+  requireRoomFor(property, metaClass);
+  return data().create(metaClass, freeIdentity(property, metaClass, key), this, &property, false, birth);
+}
+
+void ModelElement::Impl::requireRoomFor(const MetaProperty& property, const MetaClass& metaClass) const {
   requireWritable(property);
   if (!metaClass.isA(*property.target()))
     raise(FrameworkError::CannotAddIncompatibleTypes, metaClass.name(), property.name(), property.target()->name());
   if (property.kind() == FeatureKind::containsOne && one(property))
     raise(FrameworkError::CannotAddSecondObject, property.name(), metaClass.name());
-  tavo::Uuid identity = uuid;
-  // A child gets its key at birth, so whoever wants the identity that follows from it gives it.
-  if (identity.is_nil() && !property.key(0) && property.givesIdentityTo(metaClass)) {
-    const ItemList* siblings = property.isMany() ? items(property) : nullptr;
-    identity = property.derivedIdentity(uuid_, {}, siblings ? siblings->size() : 0);
-    if (data().find(identity)) // a former child, which has been taken out or has moved up
-      identity = {};
-  }
-  return data().create(metaClass, identity, this, &property, false, birth);
+}
+
+Uuid ModelElement::Impl::freeIdentity(const MetaProperty& property, const MetaClass& metaClass,
+                                      const tavo::Uuid& key) const {
+  if (!property.givesIdentityTo(metaClass))
+    return {};
+  const ItemList* siblings = property.isMany() ? items(property) : nullptr;
+  const auto identity = property.derivedIdentity(uuid_, key, siblings ? siblings->size() : 0);
+  // A former child may have it, which has been taken out or has moved up.
+  return data().find(identity) ? tavo::Uuid{} : identity;
 }
 
 void ModelElement::Impl::doDestroy(bool withHooks, bool withContents) {

@@ -260,9 +260,10 @@ public:
   /// Creates an object directly in a containment of this one, with the features that the builder holds. A nil identity
   /// asks for the derived one of a class that has such, else for a random one.
   Impl* createInto(const MetaProperty& property, const BuilderImpl& builder, const tavo::Uuid& uuid = {});
-  /// The same with what an object of that class is born with.
+  /// The same with what an object of that class is born with. `key` is what it will be known by in a map that is keyed
+  /// by identities; its own identity may follow from that.
   Impl* createInto(const MetaProperty& property, const MetaClass& metaClass, const Birth& birth,
-                   const tavo::Uuid& uuid = {});
+                   const tavo::Uuid& key = {});
 
   void addRef() noexcept { ++handles_; }
   void removeRef() noexcept {
@@ -285,6 +286,10 @@ private:
   friend struct ObjectAccess;
 
   void releaseZombie() noexcept;
+  void requireRoomFor(const MetaProperty& property, const MetaClass& metaClass) const;
+  /// The identity that a child takes from its place; nil, which asks for a random one, where there is none or another
+  /// object has it.
+  tavo::Uuid freeIdentity(const MetaProperty& property, const MetaClass& metaClass, const tavo::Uuid& key) const;
 
   tavo::Uuid uuid_;
   ObjectHome* home_;

@@ -47,11 +47,8 @@ void foreseeEntry(const ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
 /// An entry in its table, under the identity that follows from table and element unless another object has that.
 ValueTableEntry addEntryFor(ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
   const auto& entries = table.objectClass().at(ValueTable::Impl::Index::p_Entries);
-  auto identity = entries.derivedIdentity(table.uuid(), elemUUID, 0);
-  if (table.model().find(identity))
-    identity = {};
   const auto key = keyOf(elemUUID);
-  return ValueTableEntry(table.createInto(entries, ValueTableEntry::metaClass(), key, identity));
+  return ValueTableEntry(table.createInto(entries, ValueTableEntry::metaClass(), key, elemUUID));
 }
 
 } // namespace
