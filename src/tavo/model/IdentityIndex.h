@@ -25,7 +25,18 @@ public:
     entries_ = std::move(grown);
     mask_ = wanted - 1;
     count_ = 0;
-    forEachObject([this](ModelElement::Impl& object) { insert(object); });
+    // Each place in the new table is somewhere else in memory; they are fetched some objects ahead.
+    constexpr std::size_t objectsAhead = 16;
+    ModelElement::Impl* waiting[objectsAhead] = {};
+    std::size_t next = 0;
+    forEachObject([&](ModelElement::Impl& object) {
+      foresee(object.uuid());
+      if (ModelElement::Impl* due = std::exchange(waiting[next++ % objectsAhead], &object))
+        insert(*due);
+    });
+    for (ModelElement::Impl* object : waiting)
+      if (object)
+        insert(*object);
   }
 
   void insert(ModelElement::Impl& object) noexcept {

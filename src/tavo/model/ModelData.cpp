@@ -43,7 +43,7 @@ void ModelData::dropContents() noexcept {
   identities_.clear();
   topLevel_.clear();
   found_.clear();
-  lastExtent_ = nullptr;
+  recentExtents_ = {};
   const LinkPool links = std::exchange(links_, {});
   for (auto& [metaClass, extent] : std::exchange(extents_, {}))
     Extent::orphan(std::move(extent));
@@ -62,12 +62,14 @@ Extent* ModelData::extentOf(const MetaClass& metaClass) const {
 }
 
 Extent& ModelData::extentFor(const MetaClass& metaClass) {
-  if (lastExtent_ && &lastExtent_->metaClass() == &metaClass)
-    return *lastExtent_;
+  Extent*& recent =
+      recentExtents_[reinterpret_cast<std::uintptr_t>(&metaClass) / alignof(std::max_align_t) % recentExtents_.size()];
+  if (recent && &recent->metaClass() == &metaClass)
+    return *recent;
   if (const auto known = extents_.find(&metaClass); known != extents_.end())
-    return *(lastExtent_ = known->second.get());
+    return *(recent = known->second.get());
   auto extent = std::make_unique<Extent>(this, metaClass);
-  return *(lastExtent_ = extents_.emplace(&metaClass, std::move(extent)).first->second.get());
+  return *(recent = extents_.emplace(&metaClass, std::move(extent)).first->second.get());
 }
 
 Impl* ModelData::findTopLevel(const MetaClass& metaClass) {

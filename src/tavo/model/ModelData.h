@@ -11,6 +11,7 @@
 #include <boost/container/static_vector.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <thread>
 
@@ -202,7 +203,7 @@ private:
   Constellation* constellation_;
   String name_;
   boost::unordered_flat_map<const MetaClass*, std::unique_ptr<Extent>> extents_;
-  Extent* lastExtent_ = nullptr; ///< creation comes in runs of one class
+  std::array<Extent*, 16> recentExtents_{}; ///< by address of the class: creation comes in runs of a few classes
   IdentityIndex identities_;
   std::size_t alive_ = 0;
   ItemList topLevel_{nullptr};
