@@ -36,7 +36,10 @@ std::uint32_t identityHash(const ModelElement::Impl& object) { return fold(reint
 
 } // namespace
 
-ListField::~ListField() { delete list; }
+ListField::~ListField() {
+  if (list) // in memory of the model
+    list->~ItemList();
+}
 
 void KeyIndex::reserve(std::size_t count) {
   const std::size_t wanted = std::bit_ceil(count * 3 / 2 + 8);
@@ -148,7 +151,7 @@ void ItemList::growToMany(std::size_t count) {
   Many& many = isNew ? *made : *many_;
   if (count > many.items.capacity()) {
     // Free slots count: there are as many slots as the list ever had items.
-    const std::size_t room = std::max<std::size_t>({2 * few, count, many.items.size() / 4 * 5});
+    const std::size_t room = std::max<std::size_t>({2 * few, count, many.items.size() / 8 * 9});
     if (many.neighbours.capacity() > 0)
       many.neighbours.reserve(room);
     many.items.reserve(room);
@@ -433,13 +436,21 @@ void ItemList::foresee(std::size_t position) const {
   constexpr std::size_t itemsAhead = 8;
   constexpr std::size_t slotsAhead = 2 * itemsAhead; // a slot has to be there before its item can be fetched
   constexpr std::size_t cacheLine = 64;
-  if (!isMany() || !(many_->ordered || isInOrder()) || position + slotsAhead >= count_)
+  if (!isMany() || !(many_->ordered || (isInOrder() && !isMap())) || position + slotsAhead >= count_)
     return;
   const auto slotAt = [&](std::size_t at) { return many_->ordered ? many_->order[at] : at; };
   __builtin_prefetch(&many_->items[slotAt(position + slotsAhead)]);
   const auto* item = static_cast<const std::byte*>(many_->items[slotAt(position + itemsAhead)]);
   __builtin_prefetch(item);
   __builtin_prefetch(item + cacheLine);
+}
+
+ModelElement::Impl* ItemList::foreseen(std::size_t position) const {
+  if (!isMany() || position >= count_)
+    return nullptr;
+  if (many_->ordered)
+    return objectOf(many_->items[many_->order[position]]);
+  return isInOrder() && !isMap() ? objectOf(many_->items[position]) : nullptr;
 }
 
 // Looking for items
@@ -472,7 +483,7 @@ void* ItemList::find(const ModelElement::Impl& object) const {
     return nullptr;
 
   // Mostly the other end has few references, so that this one needs no index.
-  const ModelElement::Impl* owner = static_cast<Link*>(first())->source;
+  const ModelElement::Impl* owner = static_cast<Link*>(first())->source();
   if (const MetaProperty* opposite = property_->opposite()) {
     if (opposite->kind() == FeatureKind::refersOne) {
       const Link* there = *static_cast<const LinkField*>(object.field(*opposite));

@@ -95,6 +95,8 @@ public:
   /// Lets the processor fetch what a walk over the order, now at `position`, comes to soon: in the order of keys, items
   /// lie scattered in memory.
   void foresee(std::size_t position) const;
+  /// The object that such a walk comes to at a position, if that can be said without making the order.
+  ModelElement::Impl* foreseen(std::size_t position) const;
   void* first() const;
   void* last() const;
   /// The item behind `item`, or null; in the order in which items came, but for maps of few items.

@@ -216,6 +216,6 @@ inline void* ModelElement::Impl::field(const MetaProperty& property) {
   return reinterpret_cast<std::byte*>(this) + sizeof(Impl) + property.offset();
 }
 
-inline const MetaProperty& Link::feature() const { return source->objectClass().at(property); }
+inline const MetaProperty& Link::feature() const { return source()->objectClass().at(property); }
 
 } // namespace tavo

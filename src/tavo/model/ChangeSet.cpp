@@ -125,7 +125,7 @@ const std::vector<Change>& ChangeSet::changes() const {
     case Record::Kind::link: {
       const auto count = [&](const Link& link) {
         Draft& draft = drafts
-                           .try_emplace({2, link.source, link.target, link.property},
+                           .try_emplace({2, link.source(), link.target, link.property},
                                         Draft{order, Draft::Kind::link, {}, &record, 0})
                            .first->second;
         draft.balance += record.otherAlive ? -1 : 1;

@@ -9,7 +9,7 @@ namespace tavo {
 namespace {
 
 constexpr std::size_t smallestChunk = 4;
-constexpr std::size_t largestChunkBytes = 256 * 1024;
+constexpr std::size_t largestChunkBytes = 64 * 1024;
 
 } // namespace
 
@@ -40,7 +40,6 @@ Extent::Extent(ModelData* model, const MetaClass& metaClass)
 void Extent::addChunk() {
   const std::size_t most = std::max(smallestChunk, largestChunkBytes / blockSize_);
   const std::size_t count = std::min(most, nextChunk_);
-  chunks_.reserve(chunks_.size() + 1);
   chunks_.push_back({std::make_unique_for_overwrite<std::byte[]>(count * blockSize_), count});
   nextChunk_ = count * 2;
   for (std::size_t i = count; i-- > 0;)

@@ -39,17 +39,17 @@ void checkInvariants(const Model& model) {
       }
       for (const MetaProperty* property : object.objectClass().references())
         forEachLink(object, *property, [&](Link& link) {
-          require(link.linked && link.source == &object && link.property == property->index(),
+          require(link.linked && link.source() == &object && link.property == property->index(),
                   "a link does not know its source");
           require(link.target->isAlive() && &link.target->data() == &data, "a reference leads out of the model");
           require(link.paired == (property->opposite() != nullptr), "a link and its feature differ about the opposite");
           require(!link.paired ||
-                      (link.twin()->twin() == &link && link.twin()->source == link.target && link.twin()->linked),
+                      (link.twin()->twin() == &link && link.twin()->source() == link.target && link.twin()->linked),
                   "the two ends of an association disagree");
         });
-      for (Link* link = object.incoming_; link; link = link->next)
-        require(link->linked && link->target == &object && link->source->isAlive() &&
-                    (!link->next || link->next->twinOrPrevious == link),
+      for (LoneLink* link = object.incoming_; link; link = link->next)
+        require(link->linked && link->target == &object && link->from->isAlive() &&
+                    (!link->next || link->next->previous == link),
                 "the chain of incoming references is broken");
       for (const MetaProperty* property : object.objectClass().properties())
         if (property->isMany())

@@ -42,7 +42,7 @@ void ModelData::requireChangeable() const {
 ItemList& ModelData::listFor(Impl& owner, const MetaProperty& property) {
   ListField& field = listField(owner, property);
   if (!field.list)
-    field.list = new ItemList(&property);
+    field.list = lists_.create(&property);
   return *field.list;
 }
 
@@ -67,9 +67,9 @@ void ModelData::prepareDetach(Impl& object) {
 
 void ModelData::prepareUnlink(const Link& link) {
   if (const MetaProperty& feature = link.feature(); feature.isMany())
-    listField(*link.source, feature).list->reserveChangeAt(const_cast<Link*>(&link));
+    listField(*link.source(), feature).list->reserveChangeAt(const_cast<Link*>(&link));
   if (Link* twin = link.twin(); twin && twin->feature().isMany())
-    listField(*twin->source, twin->feature()).list->reserveChangeAt(twin);
+    listField(*twin->source(), twin->feature()).list->reserveChangeAt(twin);
 }
 
 // Objects
@@ -139,10 +139,10 @@ void ModelData::forEachKeyedHolder(Impl& object, const MetaProperty& key, const 
   for (const MetaProperty* property : object.objectClass().references())
     if (property->opposite() && property->opposite()->key(0))
       forEachLink(object, *property,
-                  [&](Link& link) { visitIfKeyed(*property->opposite(), *link.target, link.twinOrPrevious); });
+                  [&](Link& link) { visitIfKeyed(*property->opposite(), *link.target, link.twin()); });
   if (key.keysIncoming())
-    for (Link* link = object.incoming_; link; link = link->next)
-      visitIfKeyed(link->feature(), *link->source, link);
+    for (LoneLink* link = object.incoming_; link; link = link->next)
+      visitIfKeyed(link->feature(), *link->from, link);
 }
 
 void ModelData::writeAttribute(Impl& object, const MetaProperty& property, void* value) {
@@ -234,20 +234,16 @@ void ModelData::link(Impl& source, const MetaProperty& property, Impl& target, v
   if (list)
     list->reserveChangeAt(behind);
   reserveRecord();
-  Link* made = links_.create();
+  Link* made = nullptr;
   if (opposite) {
-    Link* twin = nullptr;
-    try {
-      twin = links_.create();
-    } catch (...) {
-      links_.release(made);
-      throw;
-    }
-    *twin = Link{&target, &source, made, nullptr, 0, opposite->index(), true, false};
+    made = links_.createPair();
     made->paired = true;
-    made->twinOrPrevious = twin;
+    *made->twin() = {&source, 0, opposite->index(), true, false};
+  } else {
+    LoneLink* lone = links_.createLone();
+    lone->from = &source;
+    made = lone;
   }
-  made->source = &source;
   made->target = &target;
   made->property = property.index();
 

@@ -45,6 +45,7 @@ void ModelData::dropContents() noexcept {
   found_.clear();
   recentExtents_ = {};
   const LinkPool links = std::exchange(links_, {});
+  const RecordPool<ItemList> lists = std::exchange(lists_, {});
   for (auto& [metaClass, extent] : std::exchange(extents_, {}))
     Extent::orphan(std::move(extent));
 }
@@ -164,15 +165,15 @@ void ModelData::toggle(Link& link, void*& previous, void*& twinPrevious) noexcep
   const auto connect = [](Link& end, void* behind) {
     const MetaProperty& feature = end.feature();
     if (feature.kind() == FeatureKind::refersOne)
-      linkField(*end.source, feature) = &end;
+      linkField(*end.source(), feature) = &end;
     else
-      listField(*end.source, feature).list->insertAfter(&end, behind);
+      listField(*end.source(), feature).list->insertAfter(&end, behind);
   };
   const auto disconnect = [](Link& end) -> void* {
     const MetaProperty& feature = end.feature();
     if (feature.kind() != FeatureKind::refersOne)
-      return listField(*end.source, feature).list->take(&end);
-    linkField(*end.source, feature) = nullptr;
+      return listField(*end.source(), feature).list->take(&end);
+    linkField(*end.source(), feature) = nullptr;
     return nullptr;
   };
   Link* twin = link.twin();
@@ -184,11 +185,12 @@ void ModelData::toggle(Link& link, void*& previous, void*& twinPrevious) noexcep
     if (twin)
       connect(*twin, twinPrevious);
     else {
-      link.twinOrPrevious = nullptr;
-      link.next = link.target->incoming_;
-      if (link.next)
-        link.next->twinOrPrevious = &link;
-      link.target->incoming_ = &link;
+      auto& lone = static_cast<LoneLink&>(link);
+      lone.previous = nullptr;
+      lone.next = link.target->incoming_;
+      if (lone.next)
+        lone.next->previous = &lone;
+      link.target->incoming_ = &lone;
     }
     return;
   }
@@ -196,25 +198,33 @@ void ModelData::toggle(Link& link, void*& previous, void*& twinPrevious) noexcep
   if (twin)
     twinPrevious = disconnect(*twin);
   else {
-    (link.twinOrPrevious ? link.twinOrPrevious->next : link.target->incoming_) = link.next;
-    if (link.next)
-      link.next->twinOrPrevious = link.twinOrPrevious;
+    const auto& lone = static_cast<LoneLink&>(link);
+    (lone.previous ? lone.previous->next : link.target->incoming_) = lone.next;
+    if (lone.next)
+      lone.next->previous = lone.previous;
   }
 }
 
 void ModelData::release(Impl& object) noexcept {
   // What is destroyed has no links any more; but objects that came from another model, and whose coming is taken back,
-  // have those they came with.
+  // have those they came with. A pair goes with the second of its objects.
   for (const MetaProperty* property : object.objectClass().references())
-    forEachLink(object, *property, [this](Link& link) { links_.release(&link); });
+    forEachLink(object, *property, [this](Link& link) {
+      link.linked = false;
+      if (const Link* twin = link.twin(); !twin || !twin->linked)
+        links_.release(&link);
+    });
+  for (const auto features : {object.objectClass().containments(), object.objectClass().references()})
+    for (const MetaProperty* property : features)
+      if (property->isMany())
+        if (ItemList* list = std::exchange(listField(object, *property).list, nullptr)) {
+          list->~ItemList();
+          lists_.release(list);
+        }
   identities_.erase(object);
   Extent::of(object).release(object);
 }
 
-void ModelData::release(Link& link) noexcept {
-  if (Link* twin = link.twin())
-    links_.release(twin);
-  links_.release(&link);
-}
+void ModelData::release(Link& link) noexcept { links_.release(&link); }
 
 } // namespace tavo

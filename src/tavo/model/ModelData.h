@@ -209,6 +209,7 @@ private:
   ItemList topLevel_{nullptr};
   boost::container::static_vector<Found, 8> found_; ///< in the top level as it is now: the same few, again and again
   LinkPool links_;
+  RecordPool<ItemList> lists_;
   UndoLog log_{*this};
   std::vector<Action> deferred_; ///< wait for the outermost commit
   std::vector<std::function<void()>> endActions_;

@@ -120,9 +120,9 @@ const MetaProperty* ModelElement::Impl::containingProperty() const {
 
 std::vector<ModelElement> ModelElement::Impl::referrers(const MetaProperty& reference) const {
   std::vector<ModelElement> found;
-  for (const Link* link = incoming_; link; link = link->next)
+  for (const LoneLink* link = incoming_; link; link = link->next)
     if (&link->feature() == &reference)
-      found.emplace_back(link->source);
+      found.emplace_back(link->from);
   std::reverse(found.begin(), found.end());
   return found;
 }

@@ -18,6 +18,7 @@ struct ClassDecl;
 class Extent;
 class ItemList;
 struct Link;
+struct LoneLink;
 class MetaClass;
 class MetaProperty;
 class Model;
@@ -294,8 +295,8 @@ private:
   tavo::Uuid uuid_;
   ObjectHome* home_;
   Impl* container_ = nullptr;
-  Link* incoming_ = nullptr; ///< references to this object whose feature has no opposite
-  std::uint32_t slot_ = 0;   ///< where the container's list (or the model's list of top-level objects) holds it
+  LoneLink* incoming_ = nullptr; ///< references to this object whose feature has no opposite
+  std::uint32_t slot_ = 0;       ///< where the container's list (or the model's list of top-level objects) holds it
   std::uint32_t handles_ = 0;
   PropertyIndex containing_ = 0; ///< index of the containing feature in the container's class
   ObjectState state_ = ObjectState::alive;
@@ -337,21 +338,37 @@ inline const tavo::Uuid& ModelElement::Uuid() const { return object().uuid(); }
 inline bool ModelElement::isProxy() const { return object().isProxy(); }
 
 /// A reference: known at both ends. The source's feature holds it; the target finds it through its twin (when the
-/// feature has an opposite) or through its chain of incoming links (when not).
+/// feature has an opposite) or through its chain of incoming links (when not). Twins lie side by side, and what one
+/// leads from the other one leads to.
 struct Link {
-  ModelElement::Impl* source = nullptr;
   ModelElement::Impl* target = nullptr;
-  Link* twinOrPrevious = nullptr;
-  Link* next = nullptr;
   std::uint32_t slot = 0;
   PropertyIndex property = 0;
   bool paired = false;
   bool linked = false;
 
   const MetaProperty& feature() const;
-  Link* twin() const { return paired ? twinOrPrevious : nullptr; }
+  ModelElement::Impl* source() const;
+  Link* twin() const {
+    return paired ? reinterpret_cast<Link*>(reinterpret_cast<std::uintptr_t>(this) ^ sizeof(Link)) : nullptr;
+  }
 };
-static_assert(sizeof(Link) == 40);
+
+struct alignas(2 * sizeof(Link)) LinkPair {
+  Link ends[2];
+};
+
+/// A reference without an opposite, in the chain of those that lead to its target.
+struct LoneLink : Link {
+  ModelElement::Impl* from = nullptr;
+  LoneLink* previous = nullptr;
+  LoneLink* next = nullptr;
+};
+static_assert(sizeof(LinkPair) == 32 && sizeof(LoneLink) == 40);
+
+inline ModelElement::Impl* Link::source() const {
+  return paired ? twin()->target : static_cast<const LoneLink*>(this)->from;
+}
 
 /// The features of a class as generated storages hold them.
 struct TAVO_EXPORT ListField {

@@ -15,9 +15,9 @@ namespace {
 /// Calls `visit(link)` for each link that leads to a stand-in, which has none of its own; they may be unlinked
 /// meanwhile.
 template <class Visit>
-void forEachLinkTo(Impl& standIn, Link* incoming, const Visit& visit) {
+void forEachLinkTo(Impl& standIn, LoneLink* incoming, const Visit& visit) {
   while (incoming) {
-    Link& link = *incoming;
+    LoneLink& link = *incoming;
     incoming = link.next;
     visit(link);
   }
@@ -57,7 +57,7 @@ void requireDifferentKeys(std::span<const Newcomer> newcomers) {
 void ModelData::giveWay(Impl& standIn, Impl& object) {
   // The standing-in end of each link is replaced; the other end keeps its place in its list.
   forEachLinkTo(standIn, standIn.incoming_, [&](Link& link) {
-    Impl& source = *link.source;
+    Impl& source = *link.source();
     const MetaProperty& feature = link.feature();
     void* previous = feature.isMany() ? listField(source, feature).list->previousOf(&link) : nullptr;
     unlink(link);
@@ -93,9 +93,9 @@ void ModelData::reserveArrival(ModelData& other, const std::vector<Replacement>&
     forEachLinkTo(*standIn, standIn->incoming_, [&, object = object](Link& link) {
       ++links;
       if (const MetaProperty& feature = link.feature(); feature.isMany())
-        newcomers.push_back({listField(*link.source, feature).list, object});
+        newcomers.push_back({listField(*link.source(), feature).list, object});
       if (const MetaProperty* opposite = link.feature().opposite(); opposite && opposite->isMany())
-        newcomers.push_back({&listFor(*object, *opposite), link.source});
+        newcomers.push_back({&listFor(*object, *opposite), link.source()});
     });
   std::sort(newcomers.begin(), newcomers.end(),
             [](const Newcomer& a, const Newcomer& b) { return std::less<>()(a.list, b.list); });
@@ -112,7 +112,7 @@ void ModelData::reserveArrival(ModelData& other, const std::vector<Replacement>&
     forEachLinkTo(*standIn, standIn->incoming_, [](Link& link) {
       for (const Link* end : {&link, link.twin()})
         if (end && end->feature().isMany())
-          listField(*end->source, end->feature()).list->reserveChanges();
+          listField(*end->source(), end->feature()).list->reserveChanges();
     });
 
   const std::size_t arriving = other.identities_.size();
@@ -122,6 +122,7 @@ void ModelData::reserveArrival(ModelData& other, const std::vector<Replacement>&
   if (links > 0)
     links_.reserve(2 * links);
   links_.reserveAdoption(other.links_);
+  lists_.reserveAdoption(other.lists_);
   topLevel_.reserve(topLevel_.size() + other.topLevel_.size());
   topLevel_.reserveChanges(); // undo takes them out in the order of memory
   // A link that is led elsewhere takes two records, and a third where it takes the place of another.
@@ -162,6 +163,7 @@ void ModelData::adoptContents(ModelData& other) {
   }
   alive_ += std::exchange(other.alive_, 0);
   links_.adopt(other.links_);
+  lists_.adopt(other.lists_);
   for (void* item = other.topLevel_.first(); item;) {
     void* next = other.topLevel_.nextOf(item); // while the item has its place there
     topLevel_.append(item);

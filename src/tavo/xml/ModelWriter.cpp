@@ -52,6 +52,13 @@ Form formOf(const Datatype& type, const void* value) {
   }
 }
 
+/// What leads to an object.
+struct Use {
+  std::uint32_t references = 0;
+  bool inside = true;
+  std::string anchor;
+};
+
 class Writer {
 public:
   /// `tree` is the root of the only tree that is written; null for a whole model.
@@ -152,7 +159,26 @@ private:
       return nullptr;
     Impl* child = list->objectAt(position);
     list->foresee(position);
+    // What soon comes holds others, which lie elsewhere in memory; each is there in time to say where the next one is.
+    if (Impl* soon = list->foreseen(position + 4))
+      forEachOnly(*soon, [](Impl& only) { fetch(only); });
+    if (Impl* sooner = list->foreseen(position + 2))
+      forEachOnly(*sooner, [](Impl& only) { forEachOnly(only, [](Impl& inner) { fetch(inner); }); });
     return child;
+  }
+
+  template <class Visit>
+  static void forEachOnly(Impl& object, const Visit& visit) {
+    for (const MetaProperty* property : object.objectClass().containments())
+      if (property->kind() == FeatureKind::containsOne)
+        if (Impl* only = object.one(*property))
+          visit(*only);
+  }
+
+  static void fetch(const Impl& object) {
+    constexpr std::size_t cacheLine = 64;
+    __builtin_prefetch(&object);
+    __builtin_prefetch(reinterpret_cast<const std::byte*>(&object) + cacheLine);
   }
 
   /// Goes through the tree once to see which classes, features and targets occur.
@@ -181,19 +207,28 @@ private:
     case FeatureKind::refersOne:
       if (Impl* target = object.one(property)) {
         feature.used = true;
-        ++targets_[target].references;
+        ++useOf(*target).references;
       }
       break;
     case FeatureKind::refersMany:
       if (ItemList* list = object.items(property))
         for (std::size_t i = 0; i < list->size(); ++i) {
           feature.used = true;
-          ++targets_[list->objectAt(i)].references;
+          ++useOf(*list->objectAt(i)).references;
         }
       break;
     default:
       break;
     }
+  }
+
+  /// Mostly many references in a row lead to one target.
+  Use& useOf(Impl& target) {
+    if (lastTarget_ != &target) {
+      lastUse_ = &targets_[&target];
+      lastTarget_ = &target;
+    }
+    return *lastUse_;
   }
 
   bool isInside(const Impl& target) const {
@@ -372,7 +407,7 @@ private:
 
   /// Appends what a reference leads to, unless that is too much for an attribute.
   void appendReferences(Impl& object, const MetaProperty& property) {
-    const auto append = [this](const Impl& target) { (text_ += text_.empty() ? "" : " ") += reference(target); };
+    const auto append = [this](Impl& target) { (text_ += text_.empty() ? "" : " ") += reference(target); };
     if (property.kind() == FeatureKind::refersOne) {
       if (Impl* target = object.one(property))
         append(*target);
@@ -476,19 +511,13 @@ private:
     xml_.end();
   }
 
-  std::string_view reference(const Impl& target) {
-    const auto& use = targets_.find(const_cast<Impl*>(&target))->second;
+  std::string_view reference(Impl& target) {
+    const Use& use = useOf(target);
     if (!use.anchor.empty())
       return use.anchor;
     toText(target.uuid(), uuidText_);
     return {uuidText_, sizeof uuidText_};
   }
-
-  struct Use {
-    std::uint32_t references = 0;
-    bool inside = true;
-    std::string anchor;
-  };
 
   XmlWriter xml_;
   const WriteOptions& options_;
@@ -496,6 +525,8 @@ private:
   boost::unordered_flat_map<const MetaClass*, std::unique_ptr<ClassEntry>> entries_;
   ClassEntry* last_ = nullptr;
   boost::unordered_flat_map<Impl*, Use> targets_;
+  Impl* lastTarget_ = nullptr;
+  Use* lastUse_ = nullptr;
   std::vector<Impl*> outside_;
   std::string text_;
   char uuidText_[36];
