@@ -63,21 +63,6 @@ TEST_F(ModelFileTest, IdentitiesThatNoLongerFollowFromThePlaceComeBack) {
   requireSameAgain();
 }
 
-TEST_F(ModelFileTest, TheFormerFormIsRead) {
-  // With all identities, an element for each reference, and what follows from the rest.
-  std::filesystem::copy_file(ZELKOR_TEST_DATA "/former-form.xml", file("Plane.xml"));
-  auto plane = ModelFile::open(file("Plane.xml"));
-  const auto radio = Architecture::getArchitecture(plane.model()).findElement(u"Radio").cast<Component>();
-  EXPECT_EQ(valueOf(radio, u"Avionics.Equipment.mass"), "2.5 kg");
-  const auto cache = plane.profiles().p_PrototypeToPrototypableCache();
-  EXPECT_EQ(cache.getElementsWithPrototype(u"Avionics.Equipment", false).size(), 1u)
-      << "although the profile is missing";
-  plane.save();
-  const auto again = ModelFile::open(file("Plane.xml"));
-  EXPECT_EQ(tavo::modelText(again.model()), tavo::modelText(plane.model()));
-  checkInvariants(again.model());
-}
-
 TEST_F(ModelFileTest, FilesHaveTheSizesThatWereReviewed) {
   const auto size = [&] { return std::to_string(tavo::modelText(model()).toUtf8().size()); };
   std::string listing = "# Bytes of a file with these elements.\n";

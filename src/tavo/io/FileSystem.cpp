@@ -264,6 +264,10 @@ std::optional<FileInfo> requireReplaceable(FileSystem& fileSystem, const FileSys
   auto present = fileSystem.find(target);
   if (present && !present->regular)
     raise(FrameworkError::NotARegularFile, path);
+  // The system would let it be replaced, since that changes the folder; but somebody has said that it is to stay.
+  constexpr std::uint32_t writable = 0222;
+  if (present && (present->mode & writable) == 0)
+    raise(FrameworkError::CannotWrite, path, "the file is write-protected");
   if (!expected.holdsFor(present))
     raise(FrameworkError::FileChangedOnDisk, path);
   return present;

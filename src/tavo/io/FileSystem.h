@@ -163,8 +163,8 @@ private:
 /// old file, and the folder is synced. Links are followed, so a link stays a link. When anything fails before the
 /// renaming, the old file is as it was and the temporary one is gone (only a process that is killed in the last moment,
 /// or on a file system without unnamed files, leaves ".tavo-*.tmp"): what `write` raises passes through, failures of
-/// the file system are CannotWrite (a full disk says so), and what is no regular file is NotARegularFile.
-/// SavedButNotSynced means that the new file is in place, but the folder could not be synced.
+/// the file system are CannotWrite (a full disk says so), as is a file that is write-protected, and what is no regular
+/// file is NotARegularFile. SavedButNotSynced means that the new file is in place, but the folder could not be synced.
 ///
 /// FileChangedOnDisk is raised when the expectation does not hold, before writing or directly before renaming. The
 /// folder is locked from that last look to the renaming: of two that save by this function, one comes first and the

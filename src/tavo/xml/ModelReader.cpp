@@ -199,8 +199,7 @@ private:
     ClassEntry& entry = *dictionary_.back();
     std::string name(require(attributes, xf::name));
     const MetaProperty* property = entry.metaClass->findProperty(readUuid(require(attributes, xf::id)));
-    // What follows from the rest today may have been saved by an earlier build.
-    if (!property || !(property->isSaved() || property->kind() == FeatureKind::derived))
+    if (!property || !property->isSaved())
       raise(FrameworkError::UnknownFeature, place(), name, entry.name);
     for (const auto& [known, other] : entry.features)
       if (known == name || other == property)
@@ -235,10 +234,6 @@ private:
     if (!property)
       raise(FrameworkError::UnknownFeature, place(), name, frame.entry->name);
     switch (property->kind()) {
-    case FeatureKind::derived:
-      onlyAttributes(attributes, {xf::ref});
-      frames_.push_back({Frame::Kind::leaf});
-      return;
     case FeatureKind::containsOne:
     case FeatureKind::containsMany:
       startObject(childClass(*property, attributes), frame.object, property, attributes);
@@ -369,8 +364,6 @@ private:
     case FeatureKind::containsOne:
     case FeatureKind::containsMany:
       readReferences(object, *property, attribute);
-      return;
-    case FeatureKind::derived:
       return;
     default:
       raise(FrameworkError::InvalidText, place(), "\"" + std::string(attribute.name) + "\" is no attribute");
