@@ -206,7 +206,7 @@ void PropertyUsage::Impl::updateValueTypes() {
   for (const auto& entry : getP_ValueTable().p_Entries()) {
     const auto value = entry.getValue();
     value.setType(type);
-    // What the user has written is not for us to change.
+    // What the user has written is not for us to change; setting the units that are there only checks them.
     const auto [units, isNew] = unitsFit.try_emplace(value.units(), true);
     if (isNew)
       units->second = succeeds([&] { value.setUnits(value.units()); });
