@@ -10,8 +10,8 @@ from .builtin import INTEGER_RANGES
 from .cpp.members import feature_signatures
 from .names import ROOT_MEMBERS, is_reserved, names_of
 from .problems import Problems, suggestion
-from .schema import (Builtin, Class, Enumeration, Feature, Foreign, Kind, Model, Operation, Primitive, Shape, Struct,
-                     Type)
+from .schema import (Builtin, Class, Enumeration, Feature, Foreign, Kind, Model, Operation, Package, Primitive,
+                     Shape, Struct, Type)
 
 _MOST_FEATURES = 65535  # their indexes have sixteen bits
 _VERSION = re.compile(r"^\d+(\.\d+)*$")
@@ -29,8 +29,7 @@ def check(model: Model) -> None:
     """Raises SchemaError for linked schemas from which no sound code can be made."""
     problems = Problems()
     for package in model.packages:
-        if not _VERSION.match(package.version):
-            problems.report(package.place, f"'{package.version}' is no version")
+        _check_package_versions(package, problems)
         for datatype in package.datatypes:
             if isinstance(datatype, Struct):
                 _check_struct(datatype, problems)
@@ -38,6 +37,8 @@ def check(model: Model) -> None:
                 problems.report(datatype.place, "has no literal of value 0, which is what attributes start with")
         for cls in package.classes:
             _check_class(cls, problems)
+        for cls in package.all_classes:
+            _check_versions(cls, problems)
     problems.raise_if_any()
 
 
@@ -52,7 +53,6 @@ def _check_struct(struct: Struct, problems: Problems) -> None:
 
 
 def _check_class(cls: Class, problems: Problems) -> None:
-    _check_versions(cls, problems)
     for feature in cls.features:
         _check_shape(feature, problems)
         _check_flags(feature, problems)
@@ -74,15 +74,33 @@ def _numbers(version: str) -> tuple[int, ...]:
     return tuple(int(number) for number in version.split("."))
 
 
+def _check_package_versions(package: Package, problems: Problems) -> None:
+    if not _VERSION.match(package.version):
+        problems.report(package.place, f"'{package.version}' is no version")
+    if package.versions[-1] != package.version:
+        problems.report(package.place, f"versions: the last one is {package.version}, which is the package's")
+    for version in package.versions:
+        if package.versions.count(version) > 1:
+            problems.report(package.place, f"versions: {version} stands there twice")
+            break
+
+
 def _check_versions(cls: Class, problems: Problems) -> None:
-    package = cls.package.version
     for thing in (cls, *cls.all_features):
-        for key in ("since", "removed"):
-            version = getattr(thing, key, "")
-            if version and not _VERSION.match(version):
-                problems.report(thing.place, f"{key}: '{version}' is no version")
-            elif version and _VERSION.match(package) and _numbers(version) > _numbers(package):
-                problems.report(thing.place, f"{key}: {version} is later than the package's version {package}")
+        for what, version in (("since", thing.since), ("removed", thing.removed), *(("was", name) for name in thing.was)):
+            if version:
+                _check_version(thing, what, version, cls.package, problems)
+
+
+def _check_version(thing: Class | Feature, what: str, version: str, package: Package, problems: Problems) -> None:
+    if len(package.versions) > 1:
+        if version not in package.versions:
+            problems.report(thing.place, f"{what}: {version} is none of the package's versions, "
+                                         f"{', '.join(package.versions)}")
+    elif not _VERSION.match(version):
+        problems.report(thing.place, f"{what}: '{version}' is no version")
+    elif _VERSION.match(package.version) and _numbers(version) > _numbers(package.version):
+        problems.report(thing.place, f"{what}: {version} is later than the package's version {package.version}")
 
 
 # Features

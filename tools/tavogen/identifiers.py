@@ -29,7 +29,7 @@ def _assign(package: Package) -> list[tuple[str, str, Place]]:
     for datatype in package.datatypes:
         if not isinstance(datatype, Foreign):
             identify(datatype, datatype.name, datatype.place)
-    for cls in package.classes:
+    for cls in package.all_classes:
         identify(cls, cls.qualified_name, cls.place)
         for feature in cls.all_features:
             identify(feature, feature.qualified_name, feature.place)

@@ -36,6 +36,8 @@ def link(model: Model) -> None:
             first = len(cls.inherited_features())
             for offset, feature in enumerate(cls.features):
                 feature.index = first + offset
+    for package in model.packages:
+        _link_history(package, problems)
     derive(model, problems)
     problems.raise_if_any()
 
@@ -46,14 +48,14 @@ _NOT_GIVEN = "; give its schemas, too: in CMake, by DEPENDS with the target that
 class _Scope:
     """The names that schemas of a package may use."""
 
-    def __init__(self, package: Package) -> None:
+    def __init__(self, package: Package, with_removed: bool = False) -> None:
         self._dotted: dict[str, list] = {ROOT.qualified_name: [ROOT]}
         # A short name means what stands in the first of these that knows it: built-in types, the package, the others.
         builtin = {name: [type_] for name, type_ in (ATTRIBUTE_TYPES | CALL_TYPES).items()}
         self._levels: list[dict[str, list]] = [builtin, {}, {}]
         for visible in package.visible():
             level = self._levels[1 if visible is package else 2]
-            for entity in (*visible.classes, *visible.datatypes):
+            for entity in (*(visible.all_classes if with_removed else visible.classes), *visible.datatypes):
                 dotted = entity.qualified_name if isinstance(entity, Class) else entity.name
                 self._dotted.setdefault(dotted, []).append(entity)
                 level.setdefault(dotted.rpartition(".")[2], []).append(entity)
@@ -98,7 +100,7 @@ def _find_duplicate_names(model: Model, problems: Problems) -> None:
     seen: dict[str, Place] = {}
     headers: dict[str, str] = {}
     for package in model.packages:
-        things: list[tuple[str, Place]] = [(cls.qualified_name, cls.place) for cls in package.classes]
+        things: list[tuple[str, Place]] = [(cls.qualified_name, cls.place) for cls in package.all_classes]
         things += [(datatype.name, datatype.place) for datatype in package.datatypes]
         for name, place in things:
             if name in seen:
@@ -182,6 +184,17 @@ def _find_target_feature(feature: Feature, name: str, what: str, problems: Probl
     names = [other.name for cls in (target, *target.ancestors()) for other in cls.features]
     problems.report(feature.place, f"{what}: class {target.name} has no feature '{name}'{suggestion(name, names)}")
     return None
+
+
+def _link_history(package: Package, problems: Problems) -> None:
+    """What was removed may name what was removed; nothing else may."""
+    scope = _Scope(package, with_removed=True)
+    for cls in package.all_classes:
+        if cls.removed:
+            cls.base = scope.find_class(cls.base_name, cls.place, "base", problems)
+        for feature in cls.former_features:
+            if feature.kind in (Kind.CONTAINS, Kind.REFERS):
+                feature.type.entity = scope.find_class(feature.type.name, feature.place, "target", problems)
 
 
 def _infer_opposites(cls: Class, problems: Problems) -> None:

@@ -18,7 +18,7 @@ _NO_PACKAGE = "; the file with [package] and its namespaces belongs to the schem
 # What each table may hold: key -> the Python type of its value.
 _FILE = {"package": dict, "namespaces": dict, "enum": dict, "struct": dict, "primitive": dict, "foreign": dict,
          "class": dict}
-_PACKAGE = {"name": str, "version": str, "path": str, "uri": str, "identifiers": str, "export": str,
+_PACKAGE = {"name": str, "version": str, "versions": list, "path": str, "uri": str, "identifiers": str, "export": str,
             "export_header": str, "depends": list, "doc": str}
 _NAMESPACE = {"doc": str}
 _ENUMERATION = {"values": dict, "id": str, "doc": str}
@@ -26,10 +26,11 @@ _STRUCT = {"fields": dict, "id": str, "doc": str}
 _PRIMITIVE = {"type": str, "id": str, "doc": str}
 _FOREIGN = {"cpp": str, "header": str, "datatype": str, "saved": bool, "doc": str}
 _CLASS = {"namespace": str, "base": str, "abstract": bool, "id": str, "root": bool, "later": bool, "derived_identity": bool,
-          "since": str, "doc": str, "features": dict, "operations": dict}
+          "since": str, "removed": str, "was": dict, "doc": str, "features": dict, "operations": dict}
 _FEATURE = {**{kind.value: str for kind in Kind}, "id": str, "doc": str, "default": object, "saved": bool,
             "readonly": bool, "hidden": bool, "getter": str, "setter": str, "hook": bool, "virtual": bool,
-            "unique": bool, "keys": list, "opposite": str, "by": str, "accessor": str, "since": str, "removed": str}
+            "unique": bool, "keys": list, "opposite": str, "by": str, "accessor": str, "since": str, "removed": str,
+            "was": dict}
 _OPERATION = {"static": bool, "virtual": bool, "override": bool, "abstract": bool, "const": bool, "event": bool,
               "public": bool, "later": bool, "name": str, "id": str, "args": list, "returns": str, "doc": str}
 
@@ -103,7 +104,8 @@ class _Document:
         here = self._path.resolve().parent
         folder = here.parent if here.name == "meta" else here
         path = table.get("path", "")
-        package = Package(name=name, place=place, version=table.get("version", ""), path=path,
+        package = Package(name=name, place=place, version=table.get("version", ""),
+                          versions=self._texts(table, "versions", place) or [table.get("version", "")], path=path,
                           uri=table.get("uri", ""), identifiers=self._uuid(table, "identifiers", place),
                           export=table.get("export", ""), export_header=table.get("export_header", ""),
                           doc=clean_text(table.get("doc", "")), depends_names=self._texts(table, "depends", place),
@@ -201,12 +203,13 @@ class _Document:
                     abstract=content.get("abstract", False), root=content.get("root", False),
                     later=content.get("later", False),
                     derived_identity=content.get("derived_identity", False), since=content.get("since", ""),
+                    removed=content.get("removed", ""), was=self._former_names(content, place),
                     folder=self._header_folder(package, place))
         for key, feature in content.get("features", {}).items():
             self._load_feature(cls, key, feature)
         for key, operation in content.get("operations", {}).items():
             self._load_operation(cls, key, operation)
-        package.classes.append(cls)
+        package.all_classes.append(cls)
 
     def _load_feature(self, cls: Class, name: str, content: Any) -> None:
         place = self._place(f"class {cls.name}, feature {name}", "class", cls.name, "features", name)
@@ -231,7 +234,8 @@ class _Document:
             hook=content.get("hook", False), virtual=content.get("virtual", False),
             unique=content.get("unique", False), key_names=self._texts(content, "keys", place),
             opposite_name=content.get("opposite", ""), by_name=content.get("by", ""),
-            since=content.get("since", ""), removed=content.get("removed", "")))
+            since=content.get("since", ""), removed=content.get("removed", ""),
+            was=self._former_names(content, place)))
 
     def _load_operation(self, cls: Class, key: str, content: Any) -> None:
         place = self._place(f"class {cls.name}, operation {key}", "class", cls.name, "operations", key)
@@ -283,6 +287,13 @@ class _Document:
             return list(texts)
         self._problems.report(place, f"'{key}' is a list of texts")
         return []
+
+    def _former_names(self, table: dict[str, Any], place: Place) -> dict[str, str]:
+        names = table.get("was", {})
+        if all(isinstance(name, str) and _IDENTIFIER.match(name) for name in names.values()):
+            return names
+        self._problems.report(place, "'was' says for versions what the name was before them: { \"1.1\" = \"height\" }")
+        return {}
 
     def _choice(self, table: dict[str, Any], key: str, word: str, place: Place) -> bool:
         if table.get(key, word) != word:

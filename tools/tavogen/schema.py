@@ -132,6 +132,7 @@ class Feature:
     by_name: str = ""
     since: str = ""
     removed: str = ""
+    was: dict[str, str] = field(default_factory=dict)  # version -> the name before it
     # linked
     index: int = -1
     keys: list[Feature] = field(default_factory=list)
@@ -214,6 +215,8 @@ class Class:
     later: bool = False  # so are all its operations
     derived_identity: bool = False
     since: str = ""
+    removed: str = ""
+    was: dict[str, str] = field(default_factory=dict)  # version -> the name before it
     folder: PurePosixPath = PurePosixPath()  # of the generated headers, below the include root
     all_features: list[Feature] = field(default_factory=list)  # those that were removed, too
     operations: list[Operation] = field(default_factory=list)
@@ -228,6 +231,11 @@ class Class:
     @property
     def features(self) -> list[Feature]:
         return [feature for feature in self.all_features if not feature.removed]
+
+    @property
+    def former_features(self) -> list[Feature]:
+        """Of a class that was removed, all of them."""
+        return [feature for feature in self.all_features if feature.removed or self.removed]
 
     def ancestors(self) -> list[Class]:
         """From the direct base to the root."""
@@ -272,6 +280,7 @@ class Package:
     name: str
     place: Place
     version: str = ""
+    versions: list[str] = field(default_factory=list)  # all that there were, the present one last
     path: str = ""
     uri: str = ""
     identifiers: str = ""
@@ -284,9 +293,13 @@ class Package:
     header_folder: PurePosixPath = PurePosixPath()  # where what stands in the package's own file goes
     is_emitted: bool = True
     datatypes: list[Datatype] = field(default_factory=list)
-    classes: list[Class] = field(default_factory=list)
+    all_classes: list[Class] = field(default_factory=list)  # those that were removed, too
     # linked
     depends: list[Package] = field(default_factory=list)
+
+    @property
+    def classes(self) -> list[Class]:
+        return [cls for cls in self.all_classes if not cls.removed]
 
     def visible(self) -> list[Package]:
         """The packages whose types may be named here, this one first."""

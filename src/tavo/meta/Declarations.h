@@ -156,6 +156,27 @@ struct NamespaceDecl {
   std::string_view doc{};
 };
 
+/// What a class or feature was called before some version of its package.
+struct FormerName {
+  std::string_view until; ///< the version that has the next name
+  std::string_view name;
+};
+
+/// A class or feature that not all versions of its package have, or have under the name of today. Of what is there
+/// today, only what the other tables do not say.
+struct HistoryDecl {
+  std::string_view metaClass{}; ///< the qualified name; for a feature, of the class that declares it
+  std::string_view id{};
+  std::string_view feature{}; ///< its name; empty for a class
+  FeatureKind kind{};         ///< of a feature that was removed: an attribute, a containment or a reference
+  std::string_view target{};  ///< the class of its objects
+  std::string_view base{};    ///< of a class that was removed
+  bool derivedIdentity = false;
+  std::string_view since{};   ///< empty: since the first version
+  std::string_view removed{}; ///< the first version without it; empty: it is there
+  std::span<const FormerName> names{};
+};
+
 struct PackageDecl {
   std::string_view name;
   std::string_view version;
@@ -164,6 +185,8 @@ struct PackageDecl {
   std::span<const NamespaceDecl> namespaces;
   std::span<const DatatypeDecl> datatypes;
   std::span<const ClassDecl& (*const)()> classes;
+  std::span<const std::string_view> versions{}; ///< from the first to the present one; none where it is the only one
+  std::span<const HistoryDecl> history{};
 };
 
 } // namespace tavo

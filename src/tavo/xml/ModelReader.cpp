@@ -2,11 +2,12 @@
 #include "tavo/core/Errors.h"
 #include "tavo/core/Hash.h"
 #include "tavo/core/Utf.h"
+#include "tavo/evolution/Evolving.h"
 #include "tavo/model/ModelData.h"
 #include "tavo/model/Transaction.h"
+#include "tavo/xml/DocumentFrame.h"
 #include "tavo/xml/ModelXml.h"
 #include "tavo/xml/XmlFormat.h"
-#include "tavo/xml/XmlReader.h"
 #include "tavo/xml/XmlText.h"
 
 #include <boost/unordered/unordered_flat_map.hpp>
@@ -52,52 +53,40 @@ struct ClassEntry {
   }
 };
 
-class Reader final : public XmlHandler {
+/// Makes the objects of a document in a model.
+class Reader final : public ObjectsHandler {
 public:
-  Reader(const Model& model, const ReadOptions& options) : data_(model.data()), options_(options) {}
-
-  void startElement(const XmlReader& reader, std::string_view name, std::span<const XmlAttribute> attributes) override {
-    reader_ = &reader;
-    const std::size_t depth = depth_++;
-    if (depth == 0)
-      return startDocument(name, attributes);
-    if (depth == 1)
-      return startSection(name);
-    switch (section_) {
-    case Section::families:
-      return readFamily(name, attributes);
-    case Section::dictionary:
-      return depth == 2 ? readClass(name, attributes) : readFeature(name, attributes);
-    case Section::outside:
-      return readOutside(name, attributes);
-    case Section::objects:
-      return startInObjects(name, attributes);
-    case Section::none:
-      break;
-    }
-    unexpected(name);
+  Reader(const Model& model, const ReadOptions& options, const DocumentHead& head, std::string document)
+      : data_(model.data()), options_(options), document_(std::move(document)) {
+    for (const auto& family : head.families)
+      readFamily(family);
+    for (const auto& metaClass : head.classes)
+      readClass(metaClass);
+    for (const auto& outsider : head.outsiders)
+      readOutsider(outsider);
   }
 
-  void endElement(const XmlReader& reader, std::string_view) override {
-    reader_ = &reader;
-    --depth_;
-    if (depth_ == 1)
-      section_ = Section::none;
-    else if (section_ == Section::objects)
-      endFrame();
+  /// The place where the document is being read, found out only when it is wanted: that costs a look at every line.
+  auto here() const {
+    return [this] { return place(); };
   }
 
-  void text(const XmlReader& reader, std::string_view text) override {
-    reader_ = &reader;
-    const auto isBlank = [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; };
-    if (!std::all_of(text.begin(), text.end(), isBlank))
-      raise(FrameworkError::InvalidText, place(), "there is text between the elements");
+  void start(const Whereabouts& at, std::string_view name, std::span<const XmlAttribute> attributes) override {
+    at_ = &at;
+    if (frames_.empty())
+      return startObject(concrete(classNamed(name, here()), here()), nullptr, nullptr, attributes);
+    startInObject(name, attributes);
+  }
+
+  void end(const Whereabouts& at) override {
+    at_ = &at;
+    endFrame();
   }
 
   /// References may lead forward, so they are made when every object is there.
-  void finish(const std::string& document) {
+  void finish() override {
     for (const Pending& pending : pending_) {
-      const auto at = [&] { return document + ":" + std::to_string(pending.line); };
+      const auto at = [&] { return document_ + ":" + std::to_string(pending.line); };
       Impl* target = pending.anchor == noAnchor ? findTarget(pending.uuid) : anchors_[pending.anchor].object;
       if (!target)
         raise(FrameworkError::DanglingReference, at(), pending.property->name(),
@@ -107,9 +96,7 @@ public:
   }
 
 private:
-  enum class Section { none, families, dictionary, outside, objects };
   static constexpr std::uint32_t noAnchor = 0xffffffffu;
-  static constexpr std::size_t longestQuote = 80; ///< of a faulty text in a message
 
   /// An open element below <objects>.
   struct Frame {
@@ -135,96 +122,56 @@ private:
 
   // The head
 
-  void startDocument(std::string_view name, std::span<const XmlAttribute> attributes) {
-    if (name != xf::root)
-      raise(FrameworkError::InvalidText, place(),
-            "this is no model file: it starts with \"" + std::string(name) + "\" instead of \"tavo\"");
-    const std::string_view format = require(attributes, xf::format);
-    if (format != xf::formatVersion)
-      raise(FrameworkError::InvalidFamilyVersion, format, xf::root, xf::formatVersion, place());
-  }
-
-  void startSection(std::string_view name) {
-    static constexpr std::pair<std::string_view, Section> sections[] = {{xf::families, Section::families},
-                                                                        {xf::dictionary, Section::dictionary},
-                                                                        {xf::outside, Section::outside},
-                                                                        {xf::objects, Section::objects}};
-    for (const auto& [known, section] : sections)
-      if (known == name) {
-        if (section <= lastSection_)
-          unexpected(name);
-        section_ = lastSection_ = section;
-        return;
-      }
-    unexpected(name);
-  }
-
-  void readFamily(std::string_view element, std::span<const XmlAttribute> attributes) {
-    if (element != xf::family || depth_ != 3)
-      unexpected(element);
-    const std::string_view name = require(attributes, xf::name);
-    const std::string_view version = require(attributes, xf::version);
-    const MetaPackage* package = MetaRegistry::instance().findPackage(name);
+  void readFamily(const DocumentHead::Family& family) {
+    const MetaPackage* package = MetaRegistry::instance().findPackage(family.name);
     if (!package)
-      raise(FrameworkError::UnknownFamily, place(), name);
+      raise(FrameworkError::UnknownFamily, family.place, family.name);
     families_.push_back(package);
-    if (version == package->version())
+    if (family.version == package->version())
       return;
-    if (isOlder(version, package->version()))
-      raise(FrameworkError::OldFamilyVersion, version, name, package->version(), place());
-    raise(FrameworkError::InvalidFamilyVersion, version, name, package->version(), place());
+    const auto versions = package->declaration().versions;
+    const bool isKnown = std::find(versions.begin(), versions.end(), family.version) != versions.end();
+    const bool isOld = isKnown || (versions.empty() && isOlder(family.version, package->version()));
+    raise(isOld ? FrameworkError::OldFamilyVersion : FrameworkError::InvalidFamilyVersion, family.version, family.name,
+          package->version(), family.place);
   }
 
-  void readClass(std::string_view element, std::span<const XmlAttribute> attributes) {
-    if (element != xf::classEntry)
-      unexpected(element);
+  void readClass(const DocumentHead::Class& described) {
     auto entry = std::make_unique<ClassEntry>();
-    entry->name = require(attributes, xf::name);
-    const Uuid id = readUuid(require(attributes, xf::id));
-    const std::string_view family = require(attributes, xf::family);
-    entry->metaClass = MetaRegistry::instance().findClass(id);
+    entry->name = described.name;
+    entry->metaClass = MetaRegistry::instance().findClass(described.id);
     if (!entry->metaClass)
-      raise(FrameworkError::UnknownClass, place(), entry->name, family);
+      raise(FrameworkError::UnknownClass, described.place, described.name, described.family);
     if (std::find(families_.begin(), families_.end(), &entry->metaClass->package()) == families_.end())
-      raise(FrameworkError::InvalidText, place(), "the schema of the class \"" + entry->name + "\" is not listed");
+      raiseInvalid(described.place, "the schema of the class \"" + entry->name + "\" is not listed");
     if (!classesByName_.emplace(entry->name, entry.get()).second ||
         !classes_.emplace(entry->metaClass, entry.get()).second)
-      raise(FrameworkError::InvalidText, place(), "the class \"" + entry->name + "\" is listed twice");
+      raiseInvalid(described.place, "the class \"" + entry->name + "\" is listed twice");
+    for (const auto& feature : described.features) {
+      const MetaProperty* property = entry->metaClass->findProperty(feature.id);
+      if (!property || !property->isSaved())
+        raise(FrameworkError::UnknownFeature, feature.place, feature.name, entry->name);
+      for (const auto& [known, other] : entry->features)
+        if (known == feature.name || other == property)
+          raiseInvalid(feature.place, "the feature \"" + feature.name + "\" is listed twice");
+      entry->features.emplace_back(feature.name, property);
+    }
     dictionary_.push_back(std::move(entry));
   }
 
-  void readFeature(std::string_view element, std::span<const XmlAttribute> attributes) {
-    if (element != xf::feature || depth_ != 4)
-      unexpected(element);
-    ClassEntry& entry = *dictionary_.back();
-    std::string name(require(attributes, xf::name));
-    const MetaProperty* property = entry.metaClass->findProperty(readUuid(require(attributes, xf::id)));
-    if (!property || !property->isSaved())
-      raise(FrameworkError::UnknownFeature, place(), name, entry.name);
-    for (const auto& [known, other] : entry.features)
-      if (known == name || other == property)
-        raise(FrameworkError::InvalidText, place(), "the feature \"" + name + "\" is listed twice");
-    entry.features.emplace_back(std::move(name), property);
-  }
-
-  void readOutside(std::string_view element, std::span<const XmlAttribute> attributes) {
-    if (element != xf::element || depth_ != 3)
-      unexpected(element);
-    const ClassEntry& entry = classNamed(require(attributes, xf::classAttribute));
-    const Uuid uuid = readUuid(require(attributes, xf::uuid));
-    if (data_.find(uuid))
-      raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
-    identities_.emplace(uuid, data_.createUnplaced(*concrete(entry).metaClass, uuid, true));
-    data_.placeLast(*identities_.find(uuid)->second, nullptr, nullptr);
+  void readOutsider(const DocumentHead::Outsider& outsider) {
+    const auto where = [&] { return outsider.place; };
+    const ClassEntry& entry = concrete(classNamed(outsider.className, where), where);
+    if (data_.find(outsider.uuid))
+      raise(FrameworkError::DuplicateIdentity, outsider.place, toText(outsider.uuid));
+    Impl* object = data_.createUnplaced(*entry.metaClass, outsider.uuid, true);
+    identities_.emplace(outsider.uuid, object);
+    data_.placeLast(*object, nullptr, nullptr);
   }
 
   // The objects
 
-  void startInObjects(std::string_view name, std::span<const XmlAttribute> attributes) {
-    if (depth_ == 3) {
-      startObject(concrete(classNamed(name)), nullptr, nullptr, attributes);
-      return;
-    }
+  void startInObject(std::string_view name, std::span<const XmlAttribute> attributes) {
     const Frame frame = frames_.back();
     if (frame.kind == Frame::Kind::leaf)
       unexpected(name);
@@ -253,31 +200,31 @@ private:
   }
 
   const ClassEntry& childClass(const MetaProperty& property, std::span<const XmlAttribute> attributes) {
-    const XmlAttribute* named = find(attributes, xf::classAttribute);
+    const XmlAttribute* named = findAttribute(attributes, xf::classAttribute);
     const ClassEntry* entry = nullptr;
     if (named)
-      entry = &classNamed(named->value);
+      entry = &classNamed(named->value, here());
     else if (const auto found = classes_.find(property.target()); found != classes_.end())
       entry = found->second;
     else
       raise(FrameworkError::UnknownClass, place(), property.target()->name(), property.target()->package().name());
     if (!entry->metaClass->isA(*property.target()))
-      raise(FrameworkError::InvalidText, place(),
-            "\"" + std::string(property.name()) + "\" cannot hold an object of class \"" + entry->name + "\"");
-    return concrete(*entry);
+      raiseInvalid(place(),
+                   "\"" + std::string(property.name()) + "\" cannot hold an object of class \"" + entry->name + "\"");
+    return concrete(*entry, here());
   }
 
   void startObject(const ClassEntry& entry, Impl* container, const MetaProperty* property,
                    std::span<const XmlAttribute> attributes) {
     if (container && property->kind() == FeatureKind::containsOne && container->one(*property))
-      raise(FrameworkError::InvalidText, place(), "\"" + std::string(property->name()) + "\" holds one object only");
+      raiseInvalid(place(), "\"" + std::string(property->name()) + "\" holds one object only");
     Uuid uuid{};
-    if (const XmlAttribute* given = find(attributes, xf::uuid))
+    if (const XmlAttribute* given = findAttribute(attributes, xf::uuid))
       uuid = readUuid(given->value);
     else if (!container || !property->givesIdentityTo(*entry.metaClass))
-      raise(FrameworkError::InvalidText, place(), "the object has no identity");
-    if (find(attributes, xf::uuid) && uuid.is_nil())
-      raise(FrameworkError::InvalidText, place(), "the identity of the object is nil");
+      raiseInvalid(place(), "the object has no identity");
+    if (findAttribute(attributes, xf::uuid) && uuid.is_nil())
+      raiseInvalid(place(), "the identity of the object is nil");
 
     Impl* object = createObject(entry, container, property, uuid, keyOf(entry, property, attributes));
     for (const XmlAttribute& attribute : attributes) {
@@ -286,7 +233,7 @@ private:
       if (attribute.name == xf::anchor) {
         Anchor& anchor = anchors_[anchorOf(attribute.value)];
         if (anchor.object)
-          raise(FrameworkError::InvalidText, place(), "two objects are called \"" + anchor.name + "\"");
+          raiseInvalid(place(), "two objects are called \"" + anchor.name + "\"");
         anchor.object = object;
         continue;
       }
@@ -316,7 +263,7 @@ private:
       return {};
     for (const auto& [name, feature] : entry.features)
       if (feature == key)
-        if (const XmlAttribute* given = find(attributes, name))
+        if (const XmlAttribute* given = findAttribute(attributes, name))
           return readUuid(given->value);
     return {};
   }
@@ -366,16 +313,7 @@ private:
       readReferences(object, *property, attribute);
       return;
     default:
-      raise(FrameworkError::InvalidText, place(), "\"" + std::string(attribute.name) + "\" is no attribute");
-    }
-  }
-
-  template <class Visit>
-  static void forEachWord(std::string_view text, const Visit& visit) {
-    while (!text.empty()) {
-      const std::size_t blank = std::min(text.find(' '), text.size());
-      visit(text.substr(0, blank));
-      text.remove_prefix(std::min(blank + 1, text.size()));
+      raiseInvalid(place(), "\"" + std::string(attribute.name) + "\" is no attribute");
     }
   }
 
@@ -383,11 +321,11 @@ private:
   void readReferences(Impl& owner, const MetaProperty& property, const XmlAttribute& attribute) {
     const MetaProperty* reference = property.target()->soleReference();
     if (!reference || !property.givesIdentityTo(*property.target()))
-      raise(FrameworkError::InvalidText, place(), "\"" + std::string(attribute.name) + "\" is no attribute");
+      raiseInvalid(place(), "\"" + std::string(attribute.name) + "\" is no attribute");
     const ClassEntry& entry = childClass(property, {});
     forEachWord(attribute.value, [&](std::string_view target) {
       if (property.kind() == FeatureKind::containsOne && owner.one(property))
-        raise(FrameworkError::InvalidText, place(), "\"" + std::string(property.name()) + "\" holds one object only");
+        raiseInvalid(place(), "\"" + std::string(property.name()) + "\" holds one object only");
       Impl* object = createObject(entry, &owner, &property, {}, {});
       refer(*object, *reference, target);
       data_.placeLast(*object, &owner, &property);
@@ -417,9 +355,8 @@ private:
       if (type.read && type.read(to, text))
         return;
     }
-    raise(FrameworkError::InvalidText, place(),
-          "\"" + std::string(text.substr(0, longestQuote)) + "\" is no " + std::string(type.name) + " for \"" +
-              std::string(property.name()) + "\"");
+    raiseInvalid(place(), "\"" + quoted(text) + "\" is no " + std::string(type.name) + " for \"" +
+                              std::string(property.name()) + "\"");
   }
 
   // Values that are elements
@@ -428,9 +365,9 @@ private:
     const Datatype& type = *property.datatype();
     const Datatype& inner = type.kind == Datatype::Kind::optional ? type.element() : type;
     Value value(type);
-    if (find(attributes, xf::none)) {
+    if (findAttribute(attributes, xf::none)) {
       if (type.kind != Datatype::Kind::optional)
-        raise(FrameworkError::InvalidText, place(), "\"" + std::string(property.name()) + "\" cannot be absent");
+        raiseInvalid(place(), "\"" + std::string(property.name()) + "\" cannot be absent");
     } else {
       void* to = type.kind == Datatype::Kind::optional ? type.emplace(value.data()) : value.data();
       if (inner.kind != Datatype::Kind::sequence)
@@ -446,7 +383,7 @@ private:
 
   void readElementValue(const MetaProperty& property, const Datatype& type, void* to,
                         std::span<const XmlAttribute> attributes) {
-    const bool escaped = find(attributes, xf::escaped) != nullptr;
+    const bool escaped = findAttribute(attributes, xf::escaped) != nullptr;
     if (type.kind != Datatype::Kind::structure) {
       onlyAttributes(attributes, {xf::value, xf::escaped});
       const std::string_view text = require(attributes, xf::value);
@@ -458,7 +395,7 @@ private:
     }
     std::size_t known = escaped ? 1 : 0;
     for (const DatatypeField& field : type.fields)
-      if (const XmlAttribute* attribute = find(attributes, field.name)) {
+      if (const XmlAttribute* attribute = findAttribute(attributes, field.name)) {
         ++known;
         void* at = static_cast<std::byte*>(to) + field.offset;
         if (escaped && field.datatype().kind == Datatype::Kind::string)
@@ -488,7 +425,7 @@ private:
 
   void refer(Impl& source, const MetaProperty& property, std::string_view text) {
     if (property.kind() == FeatureKind::refersOne && source.one(property))
-      raise(FrameworkError::InvalidText, place(), "\"" + std::string(property.name()) + "\" holds one object only");
+      raiseInvalid(place(), "\"" + std::string(property.name()) + "\" holds one object only");
     Pending pending{&source, &property, {}, noAnchor, 0};
     if (text.size() == 36)
       pending.uuid = readUuid(text);
@@ -499,16 +436,15 @@ private:
       if (known)
         return makeReference(source, property, *known, [this] { return place(); });
     }
-    pending.line = reader_->position().line; // expat counts the lines when it is asked, so not before it is needed
+    pending.line = at_->line(); // expat counts the lines when it is asked, so not before it is needed
     pending_.push_back(pending);
   }
 
   template <class Place>
   void makeReference(Impl& source, const MetaProperty& property, Impl& target, const Place& at) {
     if (!target.isA(*property.target()))
-      raise(FrameworkError::InvalidText, at(),
-            "\"" + std::string(property.name()) + "\" cannot refer to an object of class \"" +
-                std::string(target.objectClass().name()) + "\"");
+      raiseInvalid(at(), "\"" + std::string(property.name()) + "\" cannot refer to an object of class \"" +
+                             std::string(target.objectClass().name()) + "\"");
     try {
       data_.link(source, property, target, ModelData::atTheEnd);
     } catch (const Error& error) {
@@ -532,63 +468,47 @@ private:
 
   // Small things
 
-  std::string place() const { return reader_->place(); }
+  std::string place() const { return at_->place(); }
 
-  [[noreturn]] void unexpected(std::string_view name) const {
-    raise(FrameworkError::InvalidText, place(), "the element \"" + std::string(name) + "\" has no place here");
-  }
-
-  static const XmlAttribute* find(std::span<const XmlAttribute> attributes, std::string_view name) {
-    for (const XmlAttribute& attribute : attributes)
-      if (attribute.name == name)
-        return &attribute;
-    return nullptr;
-  }
+  [[noreturn]] void unexpected(std::string_view name) const { raiseUnexpected(name, place()); }
 
   std::string_view require(std::span<const XmlAttribute> attributes, std::string_view name) const {
-    if (const XmlAttribute* found = find(attributes, name))
-      return found->value;
-    raise(FrameworkError::InvalidText, place(), "the attribute \"" + std::string(name) + "\" is missing");
+    return requireAttribute(attributes, name, *at_);
   }
 
   void onlyAttributes(std::span<const XmlAttribute> attributes, std::initializer_list<std::string_view> known) const {
     for (const XmlAttribute& attribute : attributes)
       if (std::find(known.begin(), known.end(), attribute.name) == known.end())
-        raise(FrameworkError::InvalidText, place(), "the attribute \"" + std::string(attribute.name) + "\" is unknown");
+        raiseInvalid(place(), "the attribute \"" + std::string(attribute.name) + "\" is unknown");
   }
 
-  const ClassEntry& classNamed(std::string_view name) const {
+  template <class Place>
+  const ClassEntry& classNamed(std::string_view name, const Place& where) const {
     const auto found = classesByName_.find(std::string(name));
     if (found == classesByName_.end())
-      raise(FrameworkError::InvalidText, place(),
-            "the class \"" + std::string(name) + "\" is not in the file's dictionary");
+      raiseInvalid(where(), "the class \"" + std::string(name) + "\" is not in the file's dictionary");
     return *found->second;
   }
 
-  const ClassEntry& concrete(const ClassEntry& entry) const {
+  template <class Place>
+  static const ClassEntry& concrete(const ClassEntry& entry, const Place& where) {
     if (entry.metaClass->isAbstract())
-      raise(FrameworkError::InvalidText, place(), "the class \"" + entry.name + "\" is abstract");
+      raiseInvalid(where(), "the class \"" + entry.name + "\" is abstract");
     return entry;
   }
 
-  Uuid readUuid(std::string_view text) const {
-    if (const auto uuid = parseUuid(text))
-      return *uuid;
-    raise(FrameworkError::InvalidText, place(), "\"" + std::string(text.substr(0, longestQuote)) + "\" is no identity");
-  }
+  Uuid readUuid(std::string_view text) const { return requireUuid(text, *at_); }
 
   String unescaped(std::string_view utf8) const {
     if (auto text = unescapeText(toUtf16(utf8)))
       return *text;
-    raise(FrameworkError::InvalidText, place(), "the text is not escaped as it says");
+    raiseInvalid(place(), "the text is not escaped as it says");
   }
 
   ModelData& data_;
   const ReadOptions& options_;
-  const XmlReader* reader_ = nullptr;
-  std::size_t depth_ = 0;
-  Section section_ = Section::none;
-  Section lastSection_ = Section::none;
+  const std::string document_;
+  const Whereabouts* at_ = nullptr;
   std::vector<const MetaPackage*> families_;
   std::vector<std::unique_ptr<ClassEntry>> dictionary_;
   boost::unordered_flat_map<std::string, ClassEntry*, BytesHash> classesByName_;
@@ -627,10 +547,17 @@ private:
 
 void readInto(ByteSource& source, const std::string& name, const Model& model, const ReadOptions& options) {
   Reading reading(model);
-  Reader handler(model, options);
-  XmlReader reader(name, handler, options.limits);
-  reader.readAll(source);
-  handler.finish(name);
+  const OpenDocument intoModel = [&](DocumentHead&& head) {
+    return std::make_unique<Reader>(model, options, head, name);
+  };
+  readDocument(source, name, options.limits, [&](DocumentHead&& head) -> std::unique_ptr<ObjectsHandler> {
+    if (!options.evolve || !evolution::isOld(head))
+      return intoModel(std::move(head));
+    if (options.evolved)
+      for (const auto& family : head.families)
+        options.evolved(family.name, family.version);
+    return evolution::evolving(head, name, intoModel);
+  });
   reading.keep();
 }
 

@@ -2,6 +2,7 @@
 #include "tavo/core/Errors.h"
 #include "tavo/core/Utf.h"
 #include "tavo/model/ModelData.h"
+#include "tavo/xml/DocumentFrame.h"
 #include "tavo/xml/ModelXml.h"
 #include "tavo/xml/XmlFormat.h"
 #include "tavo/xml/XmlLimit.h"
@@ -70,7 +71,6 @@ public:
     nameAnchors();
     xml_.start(xf::root).attribute(xf::format, xf::formatVersion);
     writeHead();
-    writeOutside();
     xml_.start(xf::objects);
     for (Impl* root : roots)
       writeObjects(*root);
@@ -290,40 +290,22 @@ private:
       entry->name = std::count_if(entries.begin(), entries.end(), sameName) > 1 ? entry->metaClass->qualifiedName()
                                                                                 : entry->metaClass->name();
     }
-    xml_.start(xf::families);
+    DocumentHead head;
     for (const MetaPackage* package : packages)
-      xml_.start(xf::family)
-          .attribute(xf::name, package->name())
-          .attribute(xf::version, package->version())
-          .attribute(xf::uri, package->uri())
-          .end();
-    xml_.end().start(xf::dictionary);
+      head.families.push_back(
+          {std::string(package->name()), std::string(package->version()), std::string(package->uri()), {}});
     for (const ClassEntry* entry : entries) {
-      xml_.start(xf::classEntry)
-          .attribute(xf::name, entry->name)
-          .attribute(xf::family, entry->metaClass->package().name())
-          .attribute(xf::id, toText(entry->metaClass->id()));
+      auto& described = head.classes.emplace_back();
+      described.name = entry->name;
+      described.family = entry->metaClass->package().name();
+      described.id = entry->metaClass->id();
       for (const auto& feature : entry->features)
         if (feature.used)
-          xml_.start(xf::feature)
-              .attribute(xf::name, feature.name)
-              .attribute(xf::id, toText(feature.property->id()))
-              .end();
-      xml_.end();
+          described.features.push_back({feature.name, feature.property->id(), {}});
     }
-    xml_.end();
-  }
-
-  void writeOutside() {
-    if (outside_.empty())
-      return;
-    xml_.start(xf::outside);
     for (const Impl* object : outside_)
-      xml_.start(xf::element)
-          .attribute(xf::classAttribute, entryOf(object->objectClass()).name)
-          .attribute(xf::uuid, toText(object->uuid()))
-          .end();
-    xml_.end();
+      head.outsiders.push_back({entryOf(object->objectClass()).name, object->uuid(), {}});
+    tavo::writeHead(xml_, head);
   }
 
   void writeObjects(Impl& root) {

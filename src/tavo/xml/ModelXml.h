@@ -38,14 +38,19 @@ struct ReadOptions {
   /// Gives every object a fresh identity and reports the old and the new one.
   std::function<void(const Uuid& old, const Uuid& fresh)> freshIdentities{};
   Limits limits = Limits::current();
+  /// Whether files of older versions are brought up to date on the way; else they are OldFamilyVersion.
+  bool evolve = true;
+  /// Told, before anything else happens, of the families and versions of a file that is brought up to date.
+  std::function<void(std::string_view family, std::string_view version)> evolved{};
 };
 
 /// Reads a document into a model: all of it, or on any error none of it. Reading into an empty model without history
 /// leaves no history; into any other model, it is one change. `name` stands in errors.
 ///
-/// Raises MalformedXml and LimitExceeded (see XmlReader), UnknownFamily, InvalidFamilyVersion and OldFamilyVersion for
-/// schemas that this build cannot read, UnknownClass, UnknownFeature, InvalidText, DuplicateIdentity,
-/// DanglingReference, and what the model raises for keys that clash.
+/// A document of an older version is brought up to date on the way, see tavo/evolution/Evolution.h; the file stays what
+/// it is. Raises MalformedXml and LimitExceeded (see XmlReader), UnknownFamily, InvalidFamilyVersion and
+/// OldFamilyVersion for schemas that this build cannot read, UnknownClass, UnknownFeature, InvalidText,
+/// DuplicateIdentity, DanglingReference, and what the model raises for keys that clash.
 TAVO_EXPORT void readModel(ByteSource& source, const std::string& name, const Model& model,
                            const ReadOptions& options = {});
 TAVO_EXPORT void readModel(std::u16string_view text, const std::string& name, const Model& model,

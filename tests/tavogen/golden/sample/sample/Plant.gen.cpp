@@ -373,7 +373,6 @@ const tavo::ClassDecl& Plant::declaration() {
       .destroyStorage = &tavo::detail::destroyStorage<Impl>,
       .properties = plantProperties,
       .operations = plantOperations,
-      .since = "1.1",
       .doc = "A plant in a bed.",
   };
   return declared;

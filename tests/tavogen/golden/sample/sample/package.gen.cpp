@@ -105,6 +105,51 @@ constexpr const tavo::ClassDecl& (*classes[])() = {
     &sample::tools::Tool::declaration,
 };
 
+constexpr std::string_view versions[] = {"Seedling", "1.1", "1.2", "1.3"};
+
+constexpr tavo::FormerName namessample_Plant[] = {
+    {"1.1", "Herb"},
+    {"1.2", "Vegetable"},
+};
+
+constexpr tavo::FormerName namessample_Plant_height[] = {
+    {"1.2", "size"},
+};
+
+constexpr tavo::HistoryDecl history[] = {
+    {.metaClass = "sample.Plant",
+     .id = "5d0d0f2e-4b5c-3f6a-8a55-0f5a3c1f9b10",
+     .names = namessample_Plant},
+    {.metaClass = "sample.Plant",
+     .id = "5b1726cd-6fe6-3ab8-8f92-5b002d061f44",
+     .feature = "height",
+     .names = namessample_Plant_height},
+    {.metaClass = "sample.Plant",
+     .id = "43c7d8a7-de84-344f-8a36-b194f2528cdf",
+     .feature = "family",
+     .since = "1.2"},
+    {.metaClass = "sample.Plant",
+     .id = "c9c4de1d-2573-34cc-b21e-979c60080b37",
+     .feature = "scent",
+     .kind = tavo::FeatureKind::attribute,
+     .removed = "1.2"},
+    {.metaClass = "sample.Plant",
+     .id = "7d42a1c4-d705-3073-be4e-a00b3dc645fb",
+     .feature = "nicknames",
+     .kind = tavo::FeatureKind::containsMany,
+     .target = "sample.Nickname",
+     .removed = "1.2"},
+    {.metaClass = "sample.Nickname",
+     .id = "ac72a52f-4fee-3c20-a753-187f6a98b027",
+     .base = "sample.Named",
+     .removed = "1.2"},
+    {.metaClass = "sample.Nickname",
+     .id = "a60c4710-7175-3a40-8c67-826c56e7eb07",
+     .feature = "language",
+     .kind = tavo::FeatureKind::attribute,
+     .since = "1.1"},
+};
+
 } // namespace
 
 const tavo::PackageDecl& package() {
@@ -116,6 +161,8 @@ const tavo::PackageDecl& package() {
       .namespaces = namespaces,
       .datatypes = datatypes,
       .classes = classes,
+      .versions = versions,
+      .history = history,
   };
   return declared;
 }

@@ -1,0 +1,198 @@
+#include "tavo/evolution/Document.h"
+
+#include "tavo/core/Errors.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tavo::evolution {
+
+//----------------------------------------------------------------------------------------------------------------------
+// Objects
+
+const std::string_view* Object::find(const FeatureRecord& feature) const {
+  for (const Attribute& attribute : attributes)
+    if (attribute.feature == &feature)
+      return &attribute.text;
+  return nullptr;
+}
+
+std::string_view Object::text(const FeatureRecord& feature) const {
+  const auto* found = find(feature);
+  return found ? *found : std::string_view();
+}
+
+Object* Object::child(const FeatureRecord& feature) const {
+  for (Object* object : children)
+    if (object->in == &feature)
+      return object;
+  return nullptr;
+}
+
+std::vector<Object*> Object::childrenIn(const FeatureRecord& feature) const {
+  std::vector<Object*> found;
+  for (Object* object : children)
+    if (object->in == &feature)
+      found.push_back(object);
+  return found;
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Asking
+
+std::string Document::placeOf(const Object& object) const {
+  const Object* at = &object;
+  while (at->line == 0 && at->owner)
+    at = at->owner;
+  return at->line == 0 ? name_ : name_ + ":" + std::to_string(at->line);
+}
+
+Version Document::versionOf(const Family& family) const {
+  for (const auto& each : families_)
+    if (each.family == &family)
+      return each.version;
+  return family.present();
+}
+
+void Document::setVersion(const Family& family, Version version) {
+  for (auto& each : families_)
+    if (each.family == &family) {
+      each.version = version;
+      return;
+    }
+  families_.push_back({&family, version});
+}
+
+Uuid Document::identityOf(const Object& object) const {
+  if (!object.uuid.is_nil() || !object.owner)
+    return object.uuid;
+  return derivedUuid(identityOf(*object.owner), object.in->id);
+}
+
+Object* Document::find(const Uuid& uuid) const {
+  const auto found = byUuid_.find(uuid);
+  return found == byUuid_.end() || !found->second->record ? nullptr : found->second;
+}
+
+Object* Document::target(std::string_view reference) const {
+  if (const auto uuid = parseUuid(reference))
+    return find(*uuid);
+  const auto found = byAnchor_.find(reference);
+  return found == byAnchor_.end() || !found->second->record ? nullptr : found->second;
+}
+
+std::string_view Document::referenceTo(const Object& object) { return keep(toText(identityOf(object))); }
+
+//----------------------------------------------------------------------------------------------------------------------
+// Changing
+
+std::string_view Document::keep(std::string_view text) {
+  if (text.empty())
+    return {};
+  auto* const kept = static_cast<char*>(arena_.allocate(text.size(), 1));
+  std::memcpy(kept, text.data(), text.size());
+  return {kept, text.size()};
+}
+
+Object& Document::add(const ClassRecord& record, Object* owner, const FeatureRecord* in, const Uuid& uuid,
+                      std::uint64_t line) {
+  Object& object = objects_.emplace_back(Object{&record, in, owner, {}, {}, line});
+  if (!uuid.is_nil())
+    identify(object, uuid);
+  (owner ? owner->children : top_).push_back(&object);
+  return object;
+}
+
+void Document::identify(Object& object, const Uuid& uuid) {
+  const auto [known, isNew] = byUuid_.try_emplace(uuid, &object);
+  if (!isNew && known->second->record && known->second != &object)
+    raise(FrameworkError::DuplicateIdentity, placeOf(object), toText(uuid));
+  known->second = &object;
+  object.uuid = uuid;
+}
+
+void Document::remove(Object& object) {
+  std::erase(object.owner ? object.owner->children : top_, &object);
+  removedSome_ = true;
+  std::vector<Object*> waiting{&object};
+  while (!waiting.empty()) {
+    Object& each = *waiting.back();
+    waiting.pop_back();
+    each.record = nullptr;
+    waiting.insert(waiting.end(), each.children.begin(), each.children.end());
+    each.children.clear();
+  }
+}
+
+void Document::move(Object& object, Object* owner, const FeatureRecord* in) {
+  identify(object, identityOf(object)); // it followed from the former owner's, perhaps
+  std::erase(object.owner ? object.owner->children : top_, &object);
+  object.owner = owner;
+  object.in = in;
+  (owner ? owner->children : top_).push_back(&object);
+}
+
+void Document::set(Object& object, const FeatureRecord& feature, std::string_view text) {
+  std::erase_if(object.values, [&](const ElementValue& value) { return value.feature == &feature; });
+  for (Attribute& attribute : object.attributes)
+    if (attribute.feature == &feature) {
+      attribute.text = keep(text);
+      return;
+    }
+  object.attributes.push_back({&feature, keep(text)});
+}
+
+void Document::setAnchor(Object& object, std::string_view anchor) {
+  object.anchor = keep(anchor);
+  if (const auto [known, isNew] = byAnchor_.try_emplace(object.anchor, &object); !isNew && known->second != &object)
+    raise(FrameworkError::InvalidText, placeOf(object), "two objects are called \"" + std::string(anchor) + "\"");
+}
+
+void Document::clear(Object& object, const FeatureRecord& feature) {
+  const auto isOf = [&](const auto& each) { return each.feature == &feature; };
+  std::erase_if(object.attributes, isOf);
+  std::erase_if(object.values, isOf);
+  std::erase_if(object.references, isOf);
+}
+
+void Document::rename(Object& object, const FeatureRecord& from, const FeatureRecord& to) {
+  const auto change = [&](auto& list) {
+    for (auto& each : list)
+      if (each.feature == &from)
+        each.feature = &to;
+  };
+  change(object.attributes);
+  change(object.values);
+  change(object.references);
+  for (Object* child : object.children)
+    if (child->in == &from) {
+      identify(*child, identityOf(*child));
+      child->in = &to;
+    }
+}
+
+std::size_t Document::dropDanglingReferences() {
+  if (!removedSome_)
+    return 0;
+  removedSome_ = false;
+  // Those that led out of the document all the time are no business of ours.
+  boost::unordered_flat_map<std::string_view, bool> gone;
+  const auto isGone = [&](std::string_view reference) {
+    const auto [found, isNew] = gone.try_emplace(reference, false);
+    if (isNew && !target(reference)) {
+      const auto uuid = parseUuid(reference);
+      found->second = uuid ? byUuid_.contains(*uuid) : byAnchor_.contains(reference);
+    }
+    return found->second;
+  };
+  std::size_t dropped = 0;
+  each([&](Object& object) {
+    dropped += std::erase_if(object.attributes, [&](const Attribute& attribute) {
+      return attribute.feature->isReference() && isGone(attribute.text);
+    });
+    dropped += std::erase_if(object.references, [&](const Reference& each) { return isGone(each.target); });
+  });
+  return dropped;
+}
+
+} // namespace tavo::evolution

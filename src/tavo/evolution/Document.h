@@ -1,0 +1,157 @@
+// A model file as it stands: objects with their features as texts, of whatever version of their schemas. What evolution
+// works on, since a file of another version fits no class of today.
+#pragma once
+
+#include "tavo/evolution/History.h"
+
+#include <deque>
+#include <memory_resource>
+#include <optional>
+
+namespace tavo::evolution {
+
+struct Object;
+
+/// A plain value, or the target of a to-one reference, as the file spells it.
+struct Attribute {
+  const FeatureRecord* feature;
+  std::string_view text;
+};
+
+/// What stands in the element of a value: `value`, `escaped` and `none`, or the fields of a structure.
+struct Fields {
+  std::vector<std::pair<std::string_view, std::string_view>> fields{};
+};
+
+/// A value that is an element of its own.
+struct ElementValue {
+  const FeatureRecord* feature;
+  Fields own{};
+  std::vector<Fields> items{}; ///< of a list
+};
+
+/// One target of a to-many reference.
+struct Reference {
+  const FeatureRecord* feature;
+  std::string_view target; ///< an identity or an anchor
+};
+
+/// An object of a document, which owns it.
+struct TAVO_EXPORT Object {
+  const ClassRecord* record; ///< null once it has been removed
+  const FeatureRecord* in;   ///< the containment that holds it; null at the top
+  Object* owner;             ///< null at the top
+  Uuid uuid;                 ///< nil where it follows from the owner's
+  std::string_view anchor;
+  std::uint64_t line; ///< in the file; 0 for one that evolution has made
+  std::vector<Attribute> attributes{};
+  std::vector<ElementValue> values{};
+  std::vector<Reference> references{};
+  std::vector<Object*> children{};
+
+  bool isA(const ClassRecord& other) const { return record->isA(other); }
+  /// Null when the file does not say.
+  const std::string_view* find(const FeatureRecord& feature) const;
+  /// Empty when the file does not say.
+  std::string_view text(const FeatureRecord& feature) const;
+  /// The child in a to-one containment; null when there is none.
+  Object* child(const FeatureRecord& feature) const;
+  std::vector<Object*> childrenIn(const FeatureRecord& feature) const;
+};
+
+class TAVO_EXPORT Document {
+public:
+  struct FamilyVersion {
+    const Family* family;
+    Version version;
+  };
+  struct Outsider {
+    const ClassRecord* record;
+    Uuid uuid;
+  };
+
+  explicit Document(std::string name) : name_(std::move(name)) {}
+  Document(const Document&) = delete;
+  Document& operator=(const Document&) = delete;
+
+  /// Of the file, for errors.
+  const std::string& name() const { return name_; }
+  std::string placeOf(const Object& object) const;
+
+  std::vector<FamilyVersion>& families() { return families_; }
+  /// The version of the schema that the objects of a family follow; the present one where the document has none.
+  Version versionOf(const Family& family) const;
+  void setVersion(const Family& family, Version version);
+
+  const std::vector<Object*>& top() const { return top_; }
+  const std::vector<Outsider>& outsiders() const { return outsiders_; }
+  /// All objects in the order of the file, owners first. A visit may remove the object and add to it; what it adds at
+  /// the top is not visited.
+  template <class Visit>
+  void each(const Visit& visit);
+  template <class Visit>
+  void each(const ClassRecord& record, const Visit& visit);
+  /// The object that has the identity in writing; null when there is none.
+  Object* find(const Uuid& uuid) const;
+  /// What a reference leads to; null when it leads out of the document.
+  Object* target(std::string_view reference) const;
+  Uuid identityOf(const Object& object) const;
+  /// How references to an object are written, whatever else the document calls it.
+  std::string_view referenceTo(const Object& object);
+
+  /// A new object, at the top where `owner` is null. A nil identity follows from the owner's, where the class says so;
+  /// any other that is taken already is DuplicateIdentity.
+  Object& add(const ClassRecord& record, Object* owner, const FeatureRecord* in, const Uuid& uuid,
+              std::uint64_t line = 0);
+  void addOutsider(const ClassRecord& record, const Uuid& uuid) { outsiders_.push_back({&record, uuid}); }
+  /// Takes an object out, with all that it contains. References to it stay until `dropDanglingReferences`.
+  void remove(Object& object);
+  void move(Object& object, Object* owner, const FeatureRecord* in);
+  /// An empty text is a value like any other.
+  void set(Object& object, const FeatureRecord& feature, std::string_view text);
+  void setAnchor(Object& object, std::string_view anchor);
+  static void clear(Object& object, const FeatureRecord& feature);
+  /// Puts the value of one feature under another.
+  void rename(Object& object, const FeatureRecord& from, const FeatureRecord& to);
+  /// Takes out references to objects that are gone; the number of them.
+  std::size_t dropDanglingReferences();
+
+  /// The text, kept as long as the document.
+  std::string_view keep(std::string_view text);
+
+private:
+  void identify(Object& object, const Uuid& uuid);
+
+  std::string name_;
+  std::pmr::monotonic_buffer_resource arena_{64 << 10};
+  std::deque<Object> objects_;
+  std::vector<FamilyVersion> families_;
+  std::vector<Object*> top_;
+  std::vector<Outsider> outsiders_;
+  bool removedSome_ = false;
+  boost::unordered_flat_map<Uuid, Object*, UuidHash> byUuid_;
+  boost::unordered_flat_map<std::string_view, Object*> byAnchor_;
+};
+
+template <class Visit>
+void Document::each(const Visit& visit) {
+  std::vector<Object*> waiting(top_.rbegin(), top_.rend());
+  while (!waiting.empty()) {
+    Object& object = *waiting.back();
+    waiting.pop_back();
+    if (!object.record)
+      continue;
+    visit(object);
+    waiting.insert(waiting.end(), object.children.rbegin(), object.children.rend());
+  }
+}
+
+template <class Visit>
+void Document::each(const ClassRecord& record, const Visit& visit) {
+  each([&](Object& object) {
+    if (object.isA(record))
+      visit(object);
+  });
+}
+
+} // namespace tavo::evolution

@@ -1,0 +1,262 @@
+#include "tavo/evolution/Evolving.h"
+#include "tavo/xml/XmlFormat.h"
+
+#include <algorithm>
+#include <map>
+
+namespace tavo::evolution {
+namespace {
+
+namespace xf = xmlformat;
+
+std::string nameOf(const FeatureRecord& feature, const Document& document) {
+  std::string name(feature.life.nameIn(document.versionOf(*feature.owner->family)));
+  if (std::ranges::find(xf::reserved, name) != xf::reserved.end())
+    name += '_';
+  return name;
+}
+
+/// The names that classes and features go by in one document.
+class Names {
+public:
+  explicit Names(const Document& document) : document_(document) {
+    const_cast<Document&>(document).each([this](Object& object) { survey(object); });
+    for (const auto& outsider : document.outsiders())
+      classes_[outsider.record];
+    for (auto& [record, used] : classes_)
+      std::ranges::sort(used.features, {}, [](const auto& each) { return each.first->order; });
+    // Two classes of one short name are told apart by their full ones.
+    std::map<std::string_view, int> users;
+    for (auto& [record, used] : classes_)
+      ++users[shortName(*record)];
+    for (auto& [record, used] : classes_)
+      used.name = users[shortName(*record)] > 1 ? fullName(*record) : std::string(shortName(*record));
+  }
+
+  struct Used {
+    std::string name;
+    std::vector<std::pair<const FeatureRecord*, std::string>> features{};
+  };
+  const Used& of(const ClassRecord& record) const { return classes_.find(&record)->second; }
+  const std::string& of(const ClassRecord& record, const FeatureRecord& feature) const {
+    const auto& features = of(record).features;
+    return std::ranges::find(features, &feature, &std::pair<const FeatureRecord*, std::string>::first)->second;
+  }
+  /// In the order of their full names.
+  std::vector<const ClassRecord*> classes() const {
+    std::vector<const ClassRecord*> records;
+    for (const auto& [record, used] : classes_)
+      records.push_back(record);
+    std::ranges::sort(records, {}, [this](const ClassRecord* record) { return fullName(*record); });
+    return records;
+  }
+
+private:
+  std::string_view shortName(const ClassRecord& record) const {
+    return record.life.nameIn(document_.versionOf(*record.family));
+  }
+  std::string fullName(const ClassRecord& record) const {
+    const auto& today = record.qualifiedName;
+    return std::string(today.substr(0, today.rfind('.') + 1)) + std::string(shortName(record));
+  }
+
+  void survey(Object& object) {
+    auto& used = classes_[object.record];
+    const auto use = [&](const FeatureRecord& feature, Used& by) {
+      for (const auto& [known, name] : by.features)
+        if (known == &feature)
+          return;
+      by.features.emplace_back(&feature, nameOf(feature, document_));
+    };
+    for (const auto& attribute : object.attributes)
+      use(*attribute.feature, used);
+    for (const auto& value : object.values)
+      use(*value.feature, used);
+    for (const auto& reference : object.references)
+      use(*reference.feature, used);
+    for (const Object* child : object.children)
+      use(*child->in, used);
+  }
+
+  const Document& document_;
+  boost::unordered_flat_map<const ClassRecord*, Used> classes_;
+};
+
+DocumentHead headOf(const Document& document, const Names& names) {
+  DocumentHead head;
+  std::vector<const Family*> families;
+  for (const ClassRecord* record : names.classes()) {
+    const auto& used = names.of(*record);
+    auto& described = head.classes.emplace_back();
+    described.name = used.name;
+    described.family = record->family->name();
+    described.id = record->id;
+    for (const auto& [feature, name] : used.features)
+      described.features.push_back({name, feature->id, document.name()});
+    described.place = document.name();
+    if (std::ranges::find(families, record->family) == families.end())
+      families.push_back(record->family);
+  }
+  std::ranges::sort(families, {}, [](const Family* family) { return family->name(); });
+  for (const Family* family : families) {
+    const Version version = document.versionOf(*family);
+    head.families.push_back(
+        {std::string(family->name()), std::string(family->versions[version]), family->uriOf(version), document.name()});
+  }
+  for (const auto& outsider : document.outsiders())
+    head.outsiders.push_back({names.of(*outsider.record).name, outsider.uuid, document.name()});
+  return head;
+}
+
+/// Tells objects to a handler, which may ask where they stood in the file.
+class Teller final : private Whereabouts {
+public:
+  Teller(const Document& document, const Names& names, ObjectsHandler& handler)
+      : document_(document), names_(names), handler_(handler) {}
+
+  void tell() {
+    std::vector<Step> path;
+    for (const Object* top : document_.top()) {
+      path.push_back(start(*top));
+      while (!path.empty()) {
+        Step& step = path.back();
+        at_ = step.object;
+        if (step.next == step.parts.size()) {
+          handler_.end(*this);
+          path.pop_back();
+          continue;
+        }
+        const Part part = step.parts[step.next++];
+        if (part.child)
+          path.push_back(start(*part.child));
+        else
+          tell(part);
+      }
+    }
+    handler_.finish();
+  }
+
+private:
+  /// What stands in an element of its own.
+  struct Part {
+    const FeatureRecord* feature;
+    const Object* child = nullptr;
+    const ElementValue* value = nullptr;
+    const Reference* reference = nullptr;
+  };
+  struct Step {
+    const Object* object;
+    std::vector<Part> parts; ///< in the order of the features
+    std::size_t next = 0;
+  };
+
+  std::string place() const override { return document_.placeOf(*at_); }
+  std::uint64_t line() const override { return at_->line; }
+
+  Step start(const Object& object) {
+    at_ = &object;
+    const auto& used = names_.of(*object.record);
+    attributes_.clear();
+    if (object.in && object.in->target != object.record)
+      attributes_.push_back({xf::classAttribute, used.name});
+    char uuid[36];
+    if (!object.uuid.is_nil()) {
+      toText(object.uuid, uuid);
+      attributes_.push_back({xf::uuid, std::string_view(uuid, sizeof uuid)});
+    }
+    if (!object.anchor.empty())
+      attributes_.push_back({xf::anchor, object.anchor});
+    const auto own = attributes_.size();
+    for (const auto& attribute : object.attributes)
+      attributes_.push_back({names_.of(*object.record, *attribute.feature), attribute.text});
+    if (!std::ranges::is_sorted(object.attributes, {}, orderOf))
+      arrange(object, own);
+    handler_.start(*this, object.owner ? std::string_view(names_.of(*object.owner->record, *object.in)) : used.name,
+                   attributes_);
+
+    Step step{&object, {}};
+    for (const auto& value : object.values)
+      step.parts.push_back({.feature = value.feature, .value = &value});
+    for (const auto& reference : object.references)
+      step.parts.push_back({.feature = reference.feature, .reference = &reference});
+    for (const Object* child : object.children)
+      step.parts.push_back({.feature = child->in, .child = child});
+    if (!std::ranges::is_sorted(step.parts, {}, orderOf))
+      std::ranges::stable_sort(step.parts, {}, orderOf);
+    return step;
+  }
+
+  static constexpr auto orderOf = [](const auto& each) { return each.feature->order; };
+
+  void arrange(const Object& object, std::size_t own) {
+    auto sorted = object.attributes;
+    std::ranges::stable_sort(sorted, {}, orderOf);
+    for (std::size_t i = 0; i < sorted.size(); ++i)
+      attributes_[own + i] = {names_.of(*object.record, *sorted[i].feature), sorted[i].text};
+  }
+
+  void tell(const Part& part) {
+    const std::string_view name = names_.of(*at_->record, *part.feature);
+    if (part.reference) {
+      const XmlAttribute target{xf::ref, part.reference->target};
+      handler_.start(*this, name, {&target, 1});
+    } else {
+      startFields(name, part.value->own);
+      for (const auto& item : part.value->items) {
+        startFields(xf::item, item);
+        handler_.end(*this);
+      }
+    }
+    handler_.end(*this);
+  }
+
+  void startFields(std::string_view name, const Fields& fields) {
+    attributes_.clear();
+    for (const auto& [field, text] : fields.fields)
+      attributes_.push_back({field, text});
+    handler_.start(*this, name, attributes_);
+  }
+
+  const Document& document_;
+  const Names& names_;
+  ObjectsHandler& handler_;
+  const Object* at_ = nullptr;
+  std::vector<XmlAttribute> attributes_;
+};
+
+class TextHandler final : public ObjectsHandler {
+public:
+  explicit TextHandler(XmlWriter& xml) : xml_(xml) {}
+  void start(const Whereabouts&, std::string_view name, std::span<const XmlAttribute> attributes) override {
+    xml_.start(name);
+    for (const auto& [attribute, value] : attributes)
+      xml_.attribute(attribute, value);
+  }
+  void end(const Whereabouts&) override { xml_.end(); }
+  void finish() override {}
+
+private:
+  XmlWriter& xml_;
+};
+
+} // namespace
+
+void tell(const Document& document, const OpenDocument& open) {
+  const Names names(document);
+  const auto handler = open(headOf(document, names));
+  Teller(document, names, *handler).tell();
+}
+
+void write(const Document& document, ByteSink& sink) {
+  XmlWriter xml(sink);
+  xml.start(xf::root).attribute(xf::format, xf::formatVersion);
+  tell(document, [&](DocumentHead&& head) {
+    writeHead(xml, head);
+    xml.start(xf::objects);
+    return std::make_unique<TextHandler>(xml);
+  });
+  xml.end().end();
+  xml.finish();
+}
+
+} // namespace tavo::evolution

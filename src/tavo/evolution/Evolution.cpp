@@ -1,0 +1,170 @@
+#include "tavo/evolution/Evolution.h"
+
+#include "tavo/core/Errors.h"
+#include "tavo/evolution/Evolving.h"
+
+#include <algorithm>
+
+namespace tavo::evolution {
+namespace {
+
+struct FamilySteps {
+  std::string_view family;
+  std::span<const Step> steps;
+};
+
+std::vector<FamilySteps>& allSteps() {
+  static auto* const steps = new std::vector<FamilySteps>; // filled while libraries are loaded
+  return *steps;
+}
+
+const Step* stepTo(const Family& family, Version version) {
+  for (const auto& [name, steps] : allSteps())
+    if (name == family.name())
+      for (const Step& step : steps)
+        if (step.to == family.versions[version])
+          return &step;
+  return nullptr;
+}
+
+/// Leaves out what a version of a family does not have, and says so.
+void leaveOut(Document& document, const Family& family, Version version, Account& account) {
+  const auto isUnknown = [&](const FeatureRecord& feature) {
+    return feature.owner->family == &family && !feature.life.holds(version);
+  };
+  document.each([&](Object& object) {
+    const bool isHeldInVain = object.in && isUnknown(*object.in);
+    if (isHeldInVain || (object.record->family == &family && !object.record->life.holds(version))) {
+      account.note(document, object, object.record->name(), "is left out");
+      document.remove(object);
+      return;
+    }
+    const auto drop = [&](auto& list) {
+      std::erase_if(list, [&](const auto& each) {
+        if (!isUnknown(*each.feature))
+          return false;
+        account.note(document, object, each.feature->name(), "is left out");
+        return true;
+      });
+    };
+    drop(object.attributes);
+    drop(object.values);
+    drop(object.references);
+  });
+}
+
+Version requireVersion(const Family& family, std::string_view version, const std::string& name) {
+  const Version found = family.find(version);
+  if (found == noVersion)
+    raise(FrameworkError::InvalidFamilyVersion, version, family.name(), family.versions.back(), name);
+  return found;
+}
+
+/// Keeps a document until it is complete, then brings it up to date and tells it.
+class Evolving final : public ObjectsHandler {
+public:
+  Evolving(const DocumentHead& head, const std::string& name, const OpenDocument& open)
+      : document_(name), builder_(intoDocument(head, document_)), open_(open) {}
+
+  void start(const Whereabouts& at, std::string_view name, std::span<const XmlAttribute> attributes) override {
+    builder_->start(at, name, attributes);
+  }
+  void end(const Whereabouts& at) override { builder_->end(at); }
+  void finish() override {
+    builder_->finish();
+    Account nothing;
+    for (std::size_t i = 0; i < document_.families().size(); ++i) { // steps may add some
+      const Family& family = *document_.families()[i].family;
+      evolve(document_, family, family.present(), nothing);
+    }
+    tell(document_, open_);
+  }
+
+private:
+  Document document_;
+  std::unique_ptr<ObjectsHandler> builder_;
+  const OpenDocument& open_;
+};
+
+} // namespace
+
+void Account::note(const Document&, const Object& object, std::string_view what, std::string_view effect) {
+  std::string path;
+  for (const Object* at = &object; at; at = at->owner) {
+    std::string_view name;
+    for (const Attribute& attribute : at->attributes)
+      if (attribute.feature->name() == "Name")
+        name = attribute.text;
+    if (!name.empty())
+      path = path.empty() ? std::string(name) : std::string(name) + "." + path;
+  }
+  losses_.push_back({std::move(path), std::string(what), std::string(effect)});
+}
+
+bool registerSteps(std::string_view family, std::span<const Step> steps) noexcept {
+  try {
+    allSteps().push_back({family, steps});
+    return true;
+  } catch (...) {
+    return false; // nobody could catch it while a library is loaded; old files are then refused
+  }
+}
+
+void evolve(Document& document, const Family& family, Version to, Account& account) {
+  for (Version version = document.versionOf(family); version < to; ++version) {
+    if (const Step* step = stepTo(family, version + 1); step && step->up)
+      step->up(document);
+    document.setVersion(family, version + 1);
+  }
+  for (Version version = document.versionOf(family); version > to; --version) {
+    if (const Step* step = stepTo(family, version); step && step->down)
+      step->down(document, account);
+    leaveOut(document, family, version - 1, account);
+    document.setVersion(family, version - 1);
+  }
+  document.dropDanglingReferences();
+}
+
+std::unique_ptr<Document> EvolutionEngine::run(ByteSource& source, const std::string& name) {
+  account_ = {};
+  auto document = std::make_unique<Document>(name);
+  readDocument(source, name, Limits::current(), [&](DocumentHead&& head) { return intoDocument(head, *document); });
+
+  struct Way {
+    const Family* family;
+    Version from, to;
+  };
+  std::vector<Way> ways;
+  for (const auto& each : families_) {
+    const Family* family = findFamily(each.family);
+    if (!family)
+      raise(FrameworkError::UnknownFamily, name, each.family);
+    const Way way{family, requireVersion(*family, each.oldVersion, name),
+                  requireVersion(*family, each.newVersion, name)};
+    for (const auto& [used, version] : document->families())
+      if (used == family && version != way.from)
+        raise(FrameworkError::InvalidFamilyVersion, family->versions[version], family->name(), each.oldVersion, name);
+    ways.push_back(way);
+  }
+  for (const auto& [family, from, to] : ways)
+    if (from < to)
+      evolve(*document, *family, to, account_);
+  std::ranges::reverse(ways);
+  for (const auto& [family, from, to] : ways)
+    if (from > to)
+      evolve(*document, *family, to, account_);
+  return document;
+}
+
+bool isOld(const DocumentHead& head) {
+  return std::ranges::any_of(head.families, [](const auto& named) {
+    const Family* family = findFamily(named.name);
+    return family && family->find(named.version) < family->present();
+  });
+}
+
+std::unique_ptr<ObjectsHandler> evolving(const DocumentHead& head, const std::string& name, const OpenDocument& open) {
+  return std::make_unique<Evolving>(head, name, open);
+}
+
+} // namespace tavo::evolution
