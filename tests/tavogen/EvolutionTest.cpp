@@ -36,12 +36,11 @@ const std::string seedling = R"(<?xml version="1.0" encoding="UTF-8"?>
     </class>
   </dictionary>
   <objects>
-    <Bed uuid="00000000-0000-4000-8000-000000000001" Name="Kitchen">
+    <Bed uuid="00000000-0000-4000-8000-000000000001" Name="Kitchen" favorites="00000000-0000-4000-8000-000000000002">
       <plants uuid="00000000-0000-4000-8000-000000000002" Name="Basil" number="1" size="0.5">
         <nicknames uuid="UUID1" Name="King"/>
         <nicknames uuid="UUID2" Name="Saint &amp; Joseph"/>
       </plants>
-      <favorites ref="00000000-0000-4000-8000-000000000002"/>
     </Bed>
   </objects>
 </tavo>
@@ -144,7 +143,7 @@ TEST_F(EvolutionTest, WhatItsVersionDoesNotHaveIsRefused) {
       {with(seedling, version, "version=\"\""), "tavo_evo:messages:InvalidFamilyVersion"},
       {with(seedling, version, "version=\"1.3\""), "tavo:messages:UnknownFeature"},
       {with(seedling, feature, feature + R"(<feature name="family" id="FAMILY"/>)"), "tavo:messages:UnknownFeature"},
-      {with(seedling, "ref=\"00000000-0000-4000-8000-000000000002\"", "ref=\"mint\""),
+      {with(seedling, "favorites=\"00000000-0000-4000-8000-000000000002\"", "favorites=\"mint\""),
        "tavo:messages:DanglingReference"},
       {with(seedling, "size=\"0.5\"", "size=\"tall\""), "tavo:messages:InvalidText"},
       {with(seedling, " uuid=\"UUID1\"", ""), "tavo:messages:InvalidText"},

@@ -63,12 +63,6 @@ void Document::setVersion(const Family& family, Version version) {
   families_.push_back({&family, version});
 }
 
-Uuid Document::identityOf(const Object& object) const {
-  if (!object.uuid.is_nil() || !object.owner)
-    return object.uuid;
-  return derivedUuid(identityOf(*object.owner), object.in->id);
-}
-
 Object* Document::find(const Uuid& uuid) const {
   const auto found = byUuid_.find(uuid);
   return found == byUuid_.end() || !found->second->record ? nullptr : found->second;
@@ -81,7 +75,7 @@ Object* Document::target(std::string_view reference) const {
   return found == byAnchor_.end() || !found->second->record ? nullptr : found->second;
 }
 
-std::string_view Document::referenceTo(const Object& object) { return keep(toText(identityOf(object))); }
+std::string_view Document::referenceTo(const Object& object) { return keep(toText(object.uuid)); }
 
 //----------------------------------------------------------------------------------------------------------------------
 // Changing
@@ -96,19 +90,13 @@ std::string_view Document::keep(std::string_view text) {
 
 Object& Document::add(const ClassRecord& record, Object* owner, const FeatureRecord* in, const Uuid& uuid,
                       std::uint64_t line) {
-  Object& object = objects_.emplace_back(Object{&record, in, owner, {}, {}, line});
-  if (!uuid.is_nil())
-    identify(object, uuid);
-  (owner ? owner->children : top_).push_back(&object);
-  return object;
-}
-
-void Document::identify(Object& object, const Uuid& uuid) {
+  Object& object = objects_.emplace_back(Object{&record, in, owner, uuid, {}, line});
   const auto [known, isNew] = byUuid_.try_emplace(uuid, &object);
-  if (!isNew && known->second->record && known->second != &object)
+  if (!isNew && known->second->record)
     raise(FrameworkError::DuplicateIdentity, placeOf(object), toText(uuid));
   known->second = &object;
-  object.uuid = uuid;
+  (owner ? owner->children : top_).push_back(&object);
+  return object;
 }
 
 void Document::remove(Object& object) {
@@ -125,7 +113,6 @@ void Document::remove(Object& object) {
 }
 
 void Document::move(Object& object, Object* owner, const FeatureRecord* in) {
-  identify(object, identityOf(object)); // it followed from the former owner's, perhaps
   std::erase(object.owner ? object.owner->children : top_, &object);
   object.owner = owner;
   object.in = in;
@@ -165,10 +152,8 @@ void Document::rename(Object& object, const FeatureRecord& from, const FeatureRe
   change(object.values);
   change(object.references);
   for (Object* child : object.children)
-    if (child->in == &from) {
-      identify(*child, identityOf(*child));
+    if (child->in == &from)
       child->in = &to;
-    }
 }
 
 std::size_t Document::dropDanglingReferences() {

@@ -41,7 +41,7 @@ struct TAVO_EXPORT Object {
   const ClassRecord* record; ///< null once it has been removed
   const FeatureRecord* in;   ///< the containment that holds it; null at the top
   Object* owner;             ///< null at the top
-  Uuid uuid;                 ///< nil where it follows from the owner's
+  Uuid uuid;
   std::string_view anchor;
   std::uint64_t line; ///< in the file; 0 for one that evolution has made
   std::vector<Attribute> attributes{};
@@ -91,18 +91,20 @@ public:
   void each(const Visit& visit);
   template <class Visit>
   void each(const ClassRecord& record, const Visit& visit);
-  /// The object that has the identity in writing; null when there is none.
+  /// Null when there is none.
   Object* find(const Uuid& uuid) const;
   /// What a reference leads to; null when it leads out of the document.
   Object* target(std::string_view reference) const;
-  Uuid identityOf(const Object& object) const;
   /// How references to an object are written, whatever else the document calls it.
   std::string_view referenceTo(const Object& object);
 
-  /// A new object, at the top where `owner` is null. A nil identity follows from the owner's, where the class says so;
-  /// any other that is taken already is DuplicateIdentity.
+  /// A new object, at the top where `owner` is null. Raises DuplicateIdentity.
   Object& add(const ClassRecord& record, Object* owner, const FeatureRecord* in, const Uuid& uuid,
               std::uint64_t line = 0);
+  /// The same under the identity that follows from the place in a to-one containment.
+  Object& addPart(const ClassRecord& record, Object& owner, const FeatureRecord& in) {
+    return add(record, &owner, &in, in.derivedIdentity(owner.uuid, {}, 0));
+  }
   void addOutsider(const ClassRecord& record, const Uuid& uuid) { outsiders_.push_back({&record, uuid}); }
   /// Takes an object out, with all that it contains. References to it stay until `dropDanglingReferences`.
   void remove(Object& object);
@@ -112,7 +114,7 @@ public:
   void setAnchor(Object& object, std::string_view anchor);
   static void clear(Object& object, const FeatureRecord& feature);
   /// Puts the value of one feature under another.
-  void rename(Object& object, const FeatureRecord& from, const FeatureRecord& to);
+  static void rename(Object& object, const FeatureRecord& from, const FeatureRecord& to);
   /// Takes out references to objects that are gone; the number of them.
   std::size_t dropDanglingReferences();
 
@@ -120,8 +122,6 @@ public:
   std::string_view keep(std::string_view text);
 
 private:
-  void identify(Object& object, const Uuid& uuid);
-
   std::string name_;
   std::pmr::monotonic_buffer_resource arena_{64 << 10};
   std::deque<Object> objects_;

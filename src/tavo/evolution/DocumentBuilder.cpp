@@ -29,7 +29,7 @@ public:
     at_ = &at;
     if (frames_.empty())
       return startObject(classNamed(name, here()), nullptr, attributes);
-    const Frame frame = frames_.back();
+    const Frame& frame = frames_.back();
     switch (frame.kind) {
     case Frame::Kind::object:
       return startInObject(frame, name, attributes);
@@ -58,6 +58,7 @@ private:
     enum class Kind { object, value, leaf } kind; ///< nothing may stand in a leaf
     Object* object;
     const Entry* entry;
+    std::vector<std::pair<const FeatureRecord*, std::size_t>> positions{}; ///< of the next children
   };
 
   void addFamily(const DocumentHead::Family& named) {
@@ -121,22 +122,59 @@ private:
     Uuid uuid{};
     if (const auto* given = findAttribute(attributes, xf::uuid))
       uuid = requireUuid(given->value, *at_);
-    else if (!in || in->kind != FeatureKind::containsOne || !entry.record->derivesIdentity)
+    else if (in && in->givesIdentityTo(*entry.record))
+      uuid = in->derivedIdentity(owner->uuid, keyOf(entry, *in, attributes), position(*in));
+    else
       raiseInvalid(at_->place(), "the object has no identity");
     Object& object = document_.add(*entry.record, owner, in, uuid, at_->line());
-    for (const XmlAttribute& attribute : attributes) {
-      if (attribute.name == xf::uuid || attribute.name == xf::classAttribute)
-        continue;
-      if (attribute.name == xf::anchor) {
-        document_.setAnchor(object, attribute.value);
-        continue;
-      }
-      const auto& feature = featureNamed(entry, attribute.name);
-      if (feature.kind != FeatureKind::attribute && feature.kind != FeatureKind::refersOne)
-        raiseInvalid(at_->place(), "\"" + std::string(attribute.name) + "\" is no attribute");
-      object.attributes.push_back({&feature, document_.keep(attribute.value)});
-    }
     frames_.push_back({Frame::Kind::object, &object, &entry});
+    for (const XmlAttribute& attribute : attributes)
+      if (attribute.name == xf::anchor)
+        document_.setAnchor(object, attribute.value);
+      else if (attribute.name != xf::uuid && attribute.name != xf::classAttribute)
+        addAttribute(object, entry, attribute);
+  }
+
+  void addAttribute(Object& object, const Entry& entry, const XmlAttribute& attribute) {
+    const auto& feature = featureNamed(entry, attribute.name);
+    if (feature.kind == FeatureKind::attribute || feature.kind == FeatureKind::refersOne) {
+      object.attributes.push_back({&feature, document_.keep(attribute.value)});
+    } else if (feature.kind == FeatureKind::refersMany) {
+      forEachWord(attribute.value, [&](std::string_view target) {
+        object.references.push_back({&feature, document_.keep(target)});
+      });
+    } else {
+      // Objects of which the file says only where they lead.
+      const auto* reference = feature.target->soleReference(document_.versionOf(*feature.target->family));
+      if (!reference || !feature.givesIdentityTo(*feature.target))
+        raiseInvalid(at_->place(), "\"" + std::string(attribute.name) + "\" is no attribute");
+      forEachWord(attribute.value, [&](std::string_view target) {
+        auto& source = document_.add(*feature.target, &object, &feature,
+                                     feature.derivedIdentity(object.uuid, {}, position(feature)), at_->line());
+        source.attributes.push_back({reference, document_.keep(target)});
+      });
+    }
+  }
+
+  /// Of the next child of the innermost object in a feature.
+  std::size_t position(const FeatureRecord& feature) {
+    auto& positions = frames_.back().positions;
+    for (auto& [known, next] : positions)
+      if (known == &feature)
+        return next++;
+    positions.emplace_back(&feature, 1);
+    return 0;
+  }
+
+  /// The value of the attribute that keys a map of identities; nil for everything else.
+  Uuid keyOf(const Entry& entry, const FeatureRecord& in, std::span<const XmlAttribute> attributes) const {
+    const MetaProperty* key = in.today ? in.today->key(0) : nullptr;
+    if (key && key->datatype()->kind == Datatype::Kind::uuid)
+      for (const auto& [name, feature] : entry.features)
+        if (feature->today == key)
+          if (const auto* given = findAttribute(attributes, name))
+            return requireUuid(given->value, *at_);
+    return {};
   }
 
   void startInObject(const Frame& frame, std::string_view name, std::span<const XmlAttribute> attributes) {

@@ -155,45 +155,83 @@ private:
 
   Step start(const Object& object) {
     at_ = &object;
+    Step step{&object, partsOf(object)};
     const auto& used = names_.of(*object.record);
     attributes_.clear();
     if (object.in && object.in->target != object.record)
       attributes_.push_back({xf::classAttribute, used.name});
     char uuid[36];
-    if (!object.uuid.is_nil()) {
+    if (!followsFromPlace(object)) {
       toText(object.uuid, uuid);
       attributes_.push_back({xf::uuid, std::string_view(uuid, sizeof uuid)});
     }
     if (!object.anchor.empty())
       attributes_.push_back({xf::anchor, object.anchor});
-    const auto own = attributes_.size();
-    for (const auto& attribute : object.attributes)
-      attributes_.push_back({names_.of(*object.record, *attribute.feature), attribute.text});
-    if (!std::ranges::is_sorted(object.attributes, {}, orderOf))
-      arrange(object, own);
+    addAttributes(object, step.parts);
     handler_.start(*this, object.owner ? std::string_view(names_.of(*object.owner->record, *object.in)) : used.name,
                    attributes_);
-
-    Step step{&object, {}};
-    for (const auto& value : object.values)
-      step.parts.push_back({.feature = value.feature, .value = &value});
-    for (const auto& reference : object.references)
-      step.parts.push_back({.feature = reference.feature, .reference = &reference});
-    for (const Object* child : object.children)
-      step.parts.push_back({.feature = child->in, .child = child});
-    if (!std::ranges::is_sorted(step.parts, {}, orderOf))
-      std::ranges::stable_sort(step.parts, {}, orderOf);
     return step;
   }
 
-  static constexpr auto orderOf = [](const auto& each) { return each.feature->order; };
-
-  void arrange(const Object& object, std::size_t own) {
-    auto sorted = object.attributes;
-    std::ranges::stable_sort(sorted, {}, orderOf);
-    for (std::size_t i = 0; i < sorted.size(); ++i)
-      attributes_[own + i] = {names_.of(*object.record, *sorted[i].feature), sorted[i].text};
+  static std::vector<Part> partsOf(const Object& object) {
+    std::vector<Part> parts;
+    for (const auto& value : object.values)
+      parts.push_back({.feature = value.feature, .value = &value});
+    for (const auto& reference : object.references)
+      parts.push_back({.feature = reference.feature, .reference = &reference});
+    for (const Object* child : object.children)
+      parts.push_back({.feature = child->in, .child = child});
+    if (!std::ranges::is_sorted(parts, {}, orderOf))
+      std::ranges::stable_sort(parts, {}, orderOf);
+    return parts;
   }
+
+  /// Plain values, and of the parts those that are nothing but a few references, which are taken out of the parts.
+  void addAttributes(const Object& object, std::vector<Part>& parts) {
+    std::vector<Attribute> attributes = object.attributes;
+    texts_.clear();
+    for (auto first = parts.begin(); first != parts.end();) {
+      const auto* feature = first->feature;
+      const auto last = std::find_if(first, parts.end(), [&](const Part& part) { return part.feature != feature; });
+      std::string text;
+      for (auto part = first; part != last && part - first < std::ptrdiff_t{xf::mostInAttribute}; ++part) {
+        const auto target = targetOf(*part, static_cast<std::size_t>(part - first));
+        if (target.empty())
+          break;
+        (text += text.empty() ? "" : " ") += target;
+        if (part + 1 == last)
+          attributes.push_back({feature, texts_.emplace_back(std::move(text))});
+      }
+      const bool isTold = !attributes.empty() && attributes.back().feature == feature;
+      first = isTold ? parts.erase(first, last) : last;
+    }
+    if (!std::ranges::is_sorted(attributes, {}, orderOf))
+      std::ranges::stable_sort(attributes, {}, orderOf);
+    for (const auto& attribute : attributes)
+      attributes_.push_back({names_.of(*object.record, *attribute.feature), attribute.text});
+  }
+
+  /// Where a part leads, if there is nothing else to say of it; else empty.
+  std::string_view targetOf(const Part& part, std::size_t position) const {
+    if (part.reference)
+      return part.reference->target;
+    if (!part.child || part.child->record != part.feature->target || !part.child->anchor.empty() ||
+        part.child->attributes.size() != 1 || !part.feature->givesIdentityTo(*part.child->record))
+      return {};
+    const auto& record = *part.child->record;
+    const auto* sole = record.soleReference(document_.versionOf(*record.family));
+    const auto& attribute = part.child->attributes.front();
+    const bool isInPlace = part.child->uuid == part.feature->derivedIdentity(part.child->owner->uuid, {}, position);
+    return sole == attribute.feature && isInPlace ? attribute.text : std::string_view();
+  }
+
+  /// Told of all other objects: a reader knows it, too.
+  static bool followsFromPlace(const Object& object) {
+    return object.in && object.in->kind == FeatureKind::containsOne && object.in->givesIdentityTo(*object.record) &&
+           object.uuid == object.in->derivedIdentity(object.owner->uuid, {}, 0);
+  }
+
+  static constexpr auto orderOf = [](const auto& each) { return each.feature->order; };
 
   void tell(const Part& part) {
     const std::string_view name = names_.of(*at_->record, *part.feature);
@@ -222,6 +260,7 @@ private:
   ObjectsHandler& handler_;
   const Object* at_ = nullptr;
   std::vector<XmlAttribute> attributes_;
+  std::deque<std::string> texts_; ///< of references in attributes
 };
 
 class TextHandler final : public ObjectsHandler {

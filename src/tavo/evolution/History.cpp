@@ -41,6 +41,8 @@ public:
 
 private:
   Family& add(const MetaPackage& package) {
+    if (const auto* root = &ModelElement::metaClass().package(); root != &package)
+      find(root); // which no package names among those that it depends on
     for (const auto& dependency : package.declaration().depends)
       find(MetaRegistry::instance().findPackage(dependency().name));
     auto& family = *families_.emplace_back(std::make_unique<Family>(Family{&package}));
@@ -87,7 +89,7 @@ private:
         Lifetime life;
         life.name = property->name();
         const auto* target = property->target() ? byName_.at(property->target()->qualifiedName()) : nullptr;
-        addFeature(record, property->id(), property->kind(), target, std::move(life));
+        addFeature(record, property->id(), property->kind(), target, std::move(life)).today = property;
       }
   }
 
@@ -140,6 +142,17 @@ std::string FeatureRecord::qualifiedName() const {
   return std::string(owner->qualifiedName) + "." + std::string(name());
 }
 
+bool FeatureRecord::givesIdentityTo(const ClassRecord& record) const {
+  if (!today)
+    return kind == FeatureKind::containsOne && record.derivesIdentity;
+  const MetaClass* metaClass = MetaRegistry::instance().findClass(record.id);
+  return metaClass ? today->givesIdentityTo(*metaClass) : kind == FeatureKind::containsOne && record.derivesIdentity;
+}
+
+Uuid FeatureRecord::derivedIdentity(const Uuid& ownerId, const Uuid& key, std::size_t position) const {
+  return today ? today->derivedIdentity(ownerId, key, position) : derivedUuid(ownerId, id);
+}
+
 bool ClassRecord::isA(const ClassRecord& other) const {
   for (const ClassRecord* at = this; at; at = at->base)
     if (at == &other)
@@ -153,6 +166,18 @@ const FeatureRecord* ClassRecord::find(const Uuid& feature) const {
       if (each.id == feature)
         return &each;
   return nullptr;
+}
+
+const FeatureRecord* ClassRecord::soleReference(Version version) const {
+  const FeatureRecord* sole = nullptr;
+  for (const ClassRecord* at = this; at; at = at->base)
+    for (const FeatureRecord& each : at->features)
+      if (each.life.holds(version)) {
+        if (sole || each.kind != FeatureKind::refersOne || (each.today && each.today->opposite()))
+          return nullptr;
+        sole = &each;
+      }
+  return derivesIdentity ? sole : nullptr;
 }
 
 const FeatureRecord& ClassRecord::feature(std::string_view name) const {

@@ -37,10 +37,14 @@ struct TAVO_EXPORT FeatureRecord {
   FeatureKind kind;          ///< an attribute, a containment or a reference
   const ClassRecord* target; ///< of features that hold objects
   Lifetime life;
-  std::uint32_t order = 0; ///< among all features of the class, inherited ones first
+  std::uint32_t order = 0;             ///< among all features of the class, inherited ones first
+  const MetaProperty* today = nullptr; ///< null for one that was removed
   std::string_view name() const { return life.name; }
   bool isContainment() const { return kind == FeatureKind::containsOne || kind == FeatureKind::containsMany; }
   bool isReference() const { return kind == FeatureKind::refersOne || kind == FeatureKind::refersMany; }
+  /// Whether an object of that class takes its identity from its place in this feature, as MetaProperty says it.
+  bool givesIdentityTo(const ClassRecord& record) const;
+  Uuid derivedIdentity(const Uuid& owner, const Uuid& key, std::size_t position) const;
   std::string qualifiedName() const;
 };
 
@@ -49,7 +53,7 @@ struct TAVO_EXPORT ClassRecord {
   std::string_view qualifiedName;
   Uuid id;
   const ClassRecord* base; ///< null for the root class
-  bool derivesIdentity;    ///< in a to-one containment: from the owner and the feature
+  bool derivesIdentity;    ///< from the place in a containment, where that is possible
   Lifetime life;
   std::deque<FeatureRecord> features{}; ///< its own, those of today first
 
@@ -57,6 +61,9 @@ struct TAVO_EXPORT ClassRecord {
   bool isA(const ClassRecord& other) const;
   /// Own or inherited, of any version; null when there is none.
   const FeatureRecord* find(const Uuid& feature) const;
+  /// What objects of the class say if all that they say is where they lead, in a version: see MetaClass. Null for other
+  /// classes.
+  const FeatureRecord* soleReference(Version version) const;
   /// Own or inherited, by the last name. Raises NoSuchProperty.
   const FeatureRecord& feature(std::string_view name) const;
 };

@@ -6,6 +6,7 @@
 #include "tavo/xml/XmlReader.h"
 #include "tavo/xml/XmlWriter.h"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -80,6 +81,16 @@ std::string_view requireAttribute(std::span<const XmlAttribute> attributes, std:
                                   const Whereabouts& at);
 Uuid requireUuid(std::string_view text, const Whereabouts& at);
 [[noreturn]] void raiseUnexpected(std::string_view element, const std::string& place);
+
+/// Visits the texts between the blanks of a list.
+template <class Visit>
+void forEachWord(std::string_view text, const Visit& visit) {
+  while (!text.empty()) {
+    const std::size_t blank = std::min(text.find(' '), text.size());
+    visit(text.substr(0, blank));
+    text.remove_prefix(std::min(blank + 1, text.size()));
+  }
+}
 
 /// A part of a faulty text for a message.
 std::string quoted(std::string_view text);

@@ -30,7 +30,7 @@ void textsBecomeNames(Document& document, Account&) {
       if (value.feature == &aliases)
         for (const auto& item : value.items) {
           const auto& text = item.fields.front().second;
-          const auto uuid = tavo::nameUuid(document.identityOf(object), text);
+          const auto uuid = tavo::nameUuid(object.uuid, text);
           document.set(document.add(nickname(), &object, &plant().feature("nicknames"), uuid),
                        nickname().feature("Name"), text);
         }
