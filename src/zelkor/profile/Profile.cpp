@@ -1,6 +1,9 @@
 #include "zelkor/profile/Profile.impl.h"
 
 #include "tavo/model/Transaction.h"
+#include "tavo/xml/ModelXml.h"
+#include "zelkor/evolution/Evolver.h"
+#include "zelkor/evolution/ReleaseRegistry.h"
 #include "zelkor/framework/Diagnostics.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/HostNames.h"
@@ -213,8 +216,15 @@ void Profile::Impl::setDefaultPrototype(const Prototype& prototype) {
 void Profile::Impl::saveToFile(const tavo::String& path) { ProfileCatalog::instance().saveProfile(This(), path); }
 
 void Profile::Impl::exportToPrevious(const tavo::String& path, const tavo::String& release) const {
-  const tavo::Error cause(ProfileError::NoWayToRelease, {release});
-  raiseBecause(cause, ProfileError::CannotExportToPrevious, getP_Name(), release, path);
+  try {
+    using property::evolution::ReleaseRegistry;
+    if (ReleaseRegistry::getFamilyVersionForKavraRelease(release).empty())
+      raise(ProfileError::NoWayToRelease, release);
+    const tavo::String present(ReleaseRegistry::releases().back().release);
+    property::evolution::Evolver::evolve(present, release, tavo::modelText(model()), path);
+  } catch (const tavo::Error& error) {
+    raiseBecause(error, ProfileError::CannotExportToPrevious, getP_Name(), release, path);
+  }
 }
 
 //----------------------------------------------------------------------------------------------------------------------

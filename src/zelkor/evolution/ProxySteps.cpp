@@ -1,0 +1,102 @@
+// What the versions of the proxy services did to files, beyond what the schemas say; docs/schema-history.md tells why.
+#include "tavo/evolution/Evolution.h"
+
+#include <map>
+
+namespace zelkor::services::proxy::evolution {
+namespace {
+
+using namespace tavo::evolution;
+
+struct Records {
+  const ClassRecord& resolver = classNamed("zelkor.services.proxy.Resolver");
+  const ClassRecord& source = classNamed("zelkor.services.proxy.ProxySource");
+  const ClassRecord& target = classNamed("zelkor.services.proxy.ProxyTarget");
+  const ClassRecord& ownResolver = classNamed("zelkor.services.proxy.CurrentModelResolver");
+  const ClassRecord& identifier = classNamed("zelkor.services.proxy.ModelIdentifier");
+  const FeatureRecord& uri = resolver.feature("URI");
+  const FeatureRecord& proxies = resolver.feature("proxies");
+  const FeatureRecord& shared = source.feature("target");
+  const FeatureRecord& resolvedBy = source.feature("resolver");
+  /// Of the sources in the former versions, and of the targets that took them over.
+  const FeatureRecord* ofSource[3] = {&source.feature("targetId"), &source.feature("targetClassId"),
+                                      &source.feature("targetName")};
+  const FeatureRecord* ofTarget[3] = {&target.feature("targetId"), &target.feature("targetClassId"),
+                                      &target.feature("targetName")};
+};
+
+const Records& records() {
+  static const Records all;
+  return all;
+}
+
+constexpr std::string_view extension = ".xml";
+
+//----------------------------------------------------------------------------------------------------------------------
+// 1.0: resolvers name what they lead to; before, the file in which it was
+
+void pathsBecomeNames(Document& document) {
+  document.each(records().resolver, [&](Object& object) {
+    auto path = object.text(records().uri);
+    path.remove_prefix(path.find_last_of("/\\") + 1); // npos + 1 is 0
+    if (path.ends_with(extension))
+      path.remove_suffix(extension.size());
+    if (!path.empty())
+      document.set(object, records().uri, path);
+  });
+}
+
+void namesBecomePaths(Document& document, Account&) {
+  document.each([&](Object& object) {
+    if (object.isA(records().identifier) || object.isA(records().ownResolver))
+      document.remove(object); // the name of the file says it, and inside a file references were plain
+    else if (object.isA(records().resolver) && !object.text(records().uri).empty())
+      document.set(object, records().uri, std::string(object.text(records().uri)) + std::string(extension));
+  });
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// 1.1: the sources that lead to one element share a target, which the resolver keeps
+
+void shareTargets(Document& document) {
+  const auto& r = records();
+  std::map<std::pair<const Object*, std::string_view>, Object*> targets;
+  document.each(r.source, [&](Object& source) {
+    auto* resolver = document.target(source.text(r.resolvedBy));
+    const auto id = source.text(*r.ofSource[0]);
+    if (resolver && !id.empty()) {
+      auto*& target = targets[{resolver, id}];
+      if (!target) {
+        target = &document.add(r.target, resolver, &r.proxies, tavo::nameUuid(resolver->uuid, id));
+        for (int i = 0; i < 3; ++i)
+          if (const auto* text = source.find(*r.ofSource[i]))
+            document.set(*target, *r.ofTarget[i], *text);
+      }
+      document.set(source, r.shared, document.referenceTo(*target));
+    }
+    for (const auto* feature : r.ofSource)
+      Document::clear(source, *feature);
+    Document::clear(source, r.resolvedBy);
+  });
+}
+
+void tellEachSource(Document& document, Account&) {
+  const auto& r = records();
+  document.each(r.source, [&](Object& source) {
+    if (const auto* target = document.target(source.text(r.shared))) {
+      for (int i = 0; i < 3; ++i)
+        if (const auto* text = target->find(*r.ofTarget[i]))
+          document.set(source, *r.ofSource[i], *text);
+      document.set(source, r.resolvedBy, document.referenceTo(*target->owner));
+    }
+    Document::clear(source, r.shared);
+  });
+  document.each(r.target, [&](Object& target) { document.remove(target); });
+}
+
+constexpr Step steps[] = {{.to = "1.0", .up = &pathsBecomeNames, .down = &namesBecomePaths},
+                          {.to = "1.1", .up = &shareTargets, .down = &tellEachSource}};
+[[maybe_unused]] const bool registered = registerSteps("zelkor_services_proxy", steps);
+
+} // namespace
+} // namespace zelkor::services::proxy::evolution
