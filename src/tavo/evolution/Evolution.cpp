@@ -90,14 +90,14 @@ private:
 
 void Account::note(const Document&, const Object& object, std::string_view what, std::string_view effect) {
   std::string path;
-  for (const Object* at = &object; at; at = at->owner) {
-    std::string_view name;
+  std::string_view below;
+  for (const Object* at = &object; at; at = at->owner)
     for (const Attribute& attribute : at->attributes)
-      if (attribute.feature->name() == "Name")
-        name = attribute.text;
-    if (!name.empty())
-      path = path.empty() ? std::string(name) : std::string(name) + "." + path;
-  }
+      // What is called like its only owner adds nothing.
+      if (attribute.feature->name() == "Name" && attribute.text != below) {
+        below = attribute.text;
+        path = std::string(below) + (path.empty() ? "" : "." + path);
+      }
   losses_.push_back({std::move(path), std::string(what), std::string(effect)});
 }
 

@@ -85,6 +85,12 @@ std::string_view formerTypeFor(const Object& type) {
   return std::ranges::find(wholes, name) != wholes.end() ? "int32" : std::string_view();
 }
 
+/// An enumeration goes by the name that it has with the host.
+std::string nameOf(const Object& type) {
+  const bool isEnumeration = type.record->name() == "Enumeration";
+  return std::string(type.text(isEnumeration ? type.record->feature("nameProxy") : records().name));
+}
+
 void useFormerTypes(Document& document, Account& account) {
   const auto& r = records();
   const auto& ofDefinition = r.definition.feature("valueType");
@@ -104,9 +110,9 @@ void useFormerTypes(Document& document, Account& account) {
         continue;
       document.set(object, *feature, document.referenceTo(*found->second));
       if (feature == &ofDefinition)
-        account.note(document, object, "the type " + std::string(type->text(r.name)),
-                     "becomes " + std::string(instead));
-      if (const auto member = object.text(text); feature == &ofValue && type->record->name() == "Enumeration")
+        account.note(document, object, "the type " + nameOf(*type), "becomes " + std::string(instead));
+      if (const auto member = object.text(text);
+          feature == &ofValue && type->record->name() == "Enumeration" && !member.empty() && member.front() != '\'')
         document.set(object, text, "'" + std::string(member.substr(member.rfind('.') + 1)) + "'");
     }
     if (object.isA(r.type) && !formerTypeFor(object).empty())
@@ -180,8 +186,25 @@ void referenceByProxy(Document& document) {
 void referencePlainly(Document& document, Account& account) {
   const auto& r = records();
   const auto features = converted();
-  boost::unordered_flat_map<std::string_view, Object*> types;
-  document.each(r.type, [&](Object& type) { types.try_emplace(type.text(r.name), &type); });
+  boost::unordered_flat_map<std::string_view, const Object*> types;
+  document.each(r.type, [&](Object& type) {
+    if (type.in != &r.definition.feature("ownedType"))
+      types.try_emplace(type.text(r.name), &type);
+  });
+  // A type of the profile by the same name, else the built-in one of its sort.
+  const auto typeLike = [&](const Object& source, const std::string& name) -> const Object* {
+    const auto id = tavo::parseUuid(source.text(r.source.feature("targetClassId")));
+    const auto* record = id ? findClass(*id) : nullptr;
+    const std::string_view sort = record ? record->name() : std::string_view();
+    for (const auto& each :
+         {std::string_view(name).substr(name.rfind('.') + 1), std::string_view(sort == "FloatType"     ? "double"
+                                                                               : sort == "IntegerType" ? "int32"
+                                                                               : sort == "BooleanType" ? "boolean"
+                                                                                                       : "string")})
+      if (const auto found = types.find(each); found != types.end() && found->second != source.owner)
+        return found->second;
+    return nullptr;
+  };
   document.each([&](Object& object) {
     for (const auto& [plain, proxy] : features) {
       auto* made = object.child(*proxy);
@@ -191,9 +214,7 @@ void referencePlainly(Document& document, Account& account) {
       const auto* target = uuid ? document.find(*uuid) : nullptr;
       const std::string name(made->text(r.source.feature("targetName")));
       if (!target && plain->target == &r.type) {
-        const auto like = types.find(std::string_view(name).substr(name.rfind('.') + 1));
-        const auto found = like != types.end() ? like : types.find("string");
-        target = found == types.end() ? nullptr : found->second;
+        target = typeLike(*made, name);
         if (target && object.isA(r.definition))
           account.note(document, object, "the type " + name, "becomes " + std::string(target->text(r.name)));
       } else if (!target) {
