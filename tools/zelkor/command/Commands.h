@@ -13,6 +13,12 @@ int compile(const std::filesystem::path& input, const std::filesystem::path& out
 /// To the standard output when `output` is empty.
 int decompile(const std::filesystem::path& input, const std::filesystem::path& output);
 int show(const std::filesystem::path& input, bool json);
+int listReleases(bool json);
+/// Writes a copy for another release and tells what it cannot hold; with `strict` nothing is written then.
+int exportFile(const std::filesystem::path& input, const std::string& release, const std::filesystem::path& output,
+               bool strict, bool json);
+/// Brings files up to date where they are; with `backup` the old ones stay beside them.
+int upgradeFiles(const std::vector<std::string>& paths, bool backup);
 int check(const std::vector<std::string>& inputs, bool json);
 
 } // namespace zelkor::command

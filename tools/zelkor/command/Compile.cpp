@@ -36,13 +36,6 @@ std::string decompiled(const std::filesystem::path& input) {
   return text::writeProfileText(text::describeProfile(model, input.string(), surroundings.classes()));
 }
 
-/// A profile must not be lost to its own text.
-void refuseSameFile(const std::filesystem::path& input, const std::filesystem::path& output) {
-  std::error_code isNoFile; // one that cannot be looked at cannot be read or written either
-  if (std::filesystem::equivalent(input, output, isNoFile))
-    tavo::raise(text::TextError::OutputIsInput, output.string());
-}
-
 } // namespace
 
 int compile(const std::filesystem::path& input, const std::filesystem::path& output) {

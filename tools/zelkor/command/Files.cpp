@@ -1,5 +1,7 @@
 #include "tools/zelkor/command/Files.h"
 
+#include "tools/zelkor/text/Errors.h"
+
 #include "tavo/core/Errors.h"
 #include "tavo/io/FileSystem.h"
 #include "tavo/xml/ModelXml.h"
@@ -48,6 +50,12 @@ void Surroundings::lookIn(std::vector<std::filesystem::path> folders) {
 
 std::filesystem::path folderOf(const std::filesystem::path& path) {
   return std::filesystem::absolute(path).parent_path();
+}
+
+void refuseSameFile(const std::filesystem::path& input, const std::filesystem::path& output) {
+  std::error_code isNoFile; // one that cannot be looked at cannot be read or written either
+  if (std::filesystem::equivalent(input, output, isNoFile))
+    tavo::raise(text::TextError::OutputIsInput, output.string());
 }
 
 std::string readFile(const std::filesystem::path& path) {

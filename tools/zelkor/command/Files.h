@@ -34,6 +34,9 @@ private:
 /// The folder that holds a file.
 std::filesystem::path folderOf(const std::filesystem::path& path);
 
+/// What is read must not be lost to what is made from it: raises OutputIsInput.
+void refuseSameFile(const std::filesystem::path& input, const std::filesystem::path& output);
+
 /// All bytes of a regular file; raises what the framework says about files.
 std::string readFile(const std::filesystem::path& path);
 

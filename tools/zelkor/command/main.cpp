@@ -88,6 +88,25 @@ int main(int argc, char** argv) {
   checkCommand->add_flag("--json", json, "As JSON, on the standard output");
   checkCommand->callback([&] { status = check(inputs, json); });
 
+  std::string release;
+  bool strict = false, backup = false;
+  auto* releasesCommand = app.add_subcommand("releases", "List the releases and their versions of the schema");
+  releasesCommand->add_flag("--json", json, "As JSON");
+  releasesCommand->callback([&] { status = listReleases(json); });
+
+  auto* exportCommand = app.add_subcommand("export", "Write a profile or model for another release");
+  exportCommand->add_option("FILE", input, "The profile or model, FILE.xml")->required();
+  exportCommand->add_option("--release", release, "The release, see releases")->required();
+  exportCommand->add_option("-o,--output", output, "The file to write")->required();
+  exportCommand->add_flag("--strict", strict, "Write nothing if something would be lost");
+  exportCommand->add_flag("--json", json, "Tell what is lost as JSON");
+  exportCommand->callback([&] { status = exportFile(input, release, output, strict, json); });
+
+  auto* upgradeCommand = app.add_subcommand("upgrade", "Bring files of older releases up to date");
+  upgradeCommand->add_option("FILES", inputs, "The profiles or models")->required();
+  upgradeCommand->add_flag("--backup", backup, "Keep each old file, as FILE.VERSION");
+  upgradeCommand->callback([&] { status = upgradeFiles(inputs, backup); });
+
   addModelCommands(app, status);
 
   auto* completion = app.add_subcommand("completion", "Print a completion script for bash");
