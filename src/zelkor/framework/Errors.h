@@ -79,8 +79,16 @@ struct ProfileError {
 };
 
 struct ArchitectureError {
+  /// (stereotype, element) A stereotype of an old model cannot be applied, because it or the element cannot be had.
+  static constexpr ErrorId CannotMigrateStereotype{"Velmora:Architecture:CannotMigrateStereotype"};
+  /// (property, element, expression) A value of an old model cannot be set.
+  static constexpr ErrorId CannotMigrateValue{"Velmora:Architecture:CannotMigrateValue"};
+  /// (model) Something of an old model could not be taken over.
+  static constexpr ErrorId FailedToMigrateLinnetModel{"Velmora:Architecture:FailedToMigrateLinnetModel"};
   /// (file, usage) A model lacks parts that belong to the usage of a property set.
   static constexpr ErrorId IncompleteModel{"Velmora:Architecture:IncompleteModel"};
+  /// (file, things) A model that has lost something while it was brought up to date would replace the file that has it.
+  static constexpr ErrorId MigrationIncomplete{"Velmora:Architecture:MigrationIncomplete"};
   /// (file) A file does not hold an architecture model.
   static constexpr ErrorId NotAnArchitectureModel{"Velmora:Architecture:NotAnArchitectureModel"};
   /// (profile) A profile is to be removed from a model that does not use it.

@@ -54,6 +54,7 @@ struct ModelFile::State {
   ProfileUseChecker differences{};
   KnownFile file{};
   bool dirty = false;
+  std::uint32_t lost = 0;                   ///< that the file says and the model does not
   std::vector<tavo::String> profileNames{}; ///< as the file has them
   tavo::ListenerToken listener{};
 
@@ -115,6 +116,7 @@ ModelFile ModelFile::open(const fs::path& path) {
   identify(state.model, nameOf(path));
   state.model.setName(nameOf(path));
   state.profiles().initializePostLoad();
+  state.lost = static_cast<ProfileNamespace::Impl&>(state.profiles().object()).migrateFromV1();
   state.compare();
   state.file.set(fs::absolute(path), seen);
   state.begin();
@@ -145,6 +147,8 @@ void ModelFile::save() { saveAs(path().empty() ? tavo::toPath(tavo::concat(model
 void ModelFile::saveAs(const fs::path& path) {
   const auto target = fs::absolute(path);
   auto& file = state_->file;
+  if (state_->lost != 0 && target == file.path())
+    raise(ArchitectureError::MigrationIncomplete, target.native(), state_->lost);
   profile::ProfileCatalog::nameResolversAfterProfiles(model());
   tavo::Transaction transaction(state_->model); // a model that could not be saved keeps its name
   const auto nowIsInFile = [&] {

@@ -44,7 +44,8 @@ public:
   bool isDirty() const;
 
   /// Saves to the model's file, a new model under its name in the working folder. Raises what `tavo::saveModel` raises,
-  /// FileChangedOnDisk when somebody else has written the file meanwhile; then model and file are as they were.
+  /// FileChangedOnDisk when somebody else has written the file meanwhile, MigrationIncomplete when the file says more
+  /// than could be taken over from its release; then model and file are as they were.
   void save();
   /// The same to another file, which is the model's from then on. The model is called like it.
   void saveAs(const std::filesystem::path& path);

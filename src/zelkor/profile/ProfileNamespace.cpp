@@ -2,6 +2,9 @@
 
 #include "tavo/core/Errors.h"
 #include "tavo/model/Transaction.h"
+#include "zelkor/evolution/PrototypableToValueEntry.h"
+#include "zelkor/evolution/PrototypeToPrototypableEntry.h"
+#include "zelkor/evolution/V1EvolutionData.h"
 #include "zelkor/framework/Diagnostics.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/Prototypable.h"
@@ -191,6 +194,8 @@ void renameTargets(const PropertySetUsage& usage, const tavo::String& oldName, c
   }
 }
 
+tavo::String text(const tavo::Uuid& uuid) { return tavo::String::fromUtf8(tavo::toText(uuid)); }
+
 /// The values that elements lose with a usage, and in those that it derives from, to tell how many.
 class Losses {
 public:
@@ -281,8 +286,61 @@ void ProfileNamespace::Impl::toggleListener(const tavo::String& name, bool on) {
 
 void ProfileNamespace::Impl::processPostEvolution() {}
 
-void ProfileNamespace::Impl::proccessMigrationFromV1() {
-  raise(tavo::FrameworkError::NotAvailable, "zelkor.profile.ProfileNamespace.proccessMigrationFromV1");
+void ProfileNamespace::Impl::proccessMigrationFromV1() { migrateFromV1(); }
+
+std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
+  const auto data = model().findTopLevel<V1EvolutionData>();
+  if (!data)
+    return 0;
+  std::uint32_t lost = 0;
+  const auto attempt = [&](const auto& action) {
+    try {
+      tavo::Transaction part(model()); // what fails leaves nothing behind, and the rest goes on
+      action();
+      part.commit();
+    } catch (const std::bad_alloc&) {
+      throw;
+    } catch (const std::exception& error) {
+      warnBecause(error, ArchitectureError::FailedToMigrateLinnetModel, services::proxy::nameForMessages(model()));
+      ++lost;
+    }
+  };
+
+  tavo::Transaction transaction(model());
+  if (const auto cache = getP_PrototypeToPrototypableCache())
+    cache.destroy();
+  getP_PrototypeToPrototypableCacheMutable().add(PrototypeToPrototypableCache::create(model()));
+  for (const auto& profile : getProfiles())
+    for (const auto& dependency : profile.getDependentProfiles())
+      attempt([&] { addProfile(dependency, true); });
+  for (const auto& profile : getAllResolvedProfiles(false))
+    attempt([&] { useAll(*this, profile.prototypes().toVector()); });
+
+  for (const auto& entry : data.p_PrototypeEntries())
+    attempt([&] {
+      const auto element = model().find<internal::Prototypable>(entry.p_ElemUUID());
+      const auto prototype = getPrototype(entry.p_PrototypeFullyQualifiedName());
+      if (!element || !prototype)
+        raise(ArchitectureError::CannotMigrateStereotype, entry.p_PrototypeFullyQualifiedName(),
+              element ? element.getName() : text(entry.p_ElemUUID()));
+      element.applyPrototype(prototype);
+    });
+  for (const auto& entry : data.p_ValueEntries())
+    attempt([&] {
+      const auto element = model().find<internal::Prototypable>(entry.p_ElemUUID());
+      try {
+        if (!element)
+          raise(PropertyError::PropertyNotFound, entry.p_PropertyName());
+        element.requirePropertyUsage(entry.p_PropertyName())
+            .setPropVal(entry.p_ElemUUID(), entry.p_Expression(), entry.p_Units());
+      } catch (const tavo::Error& error) {
+        raiseBecause(error, ArchitectureError::CannotMigrateValue, entry.p_PropertyName(),
+                     element ? element.getName() : text(entry.p_ElemUUID()), entry.p_Expression());
+      }
+    });
+  data.destroy();
+  transaction.commit();
+  return lost;
 }
 
 //----------------------------------------------------------------------------------------------------------------------

@@ -107,23 +107,23 @@ constexpr const tavo::ClassDecl& (*classes[])() = {
 
 constexpr std::string_view versions[] = {"Seedling", "1.1", "1.2", "1.3"};
 
-constexpr tavo::FormerName namessample_Plant[] = {
+constexpr tavo::FormerName namesOfSamplePlant[] = {
     {"1.1", "Herb"},
     {"1.2", "Vegetable"},
 };
 
-constexpr tavo::FormerName namessample_Plant_height[] = {
+constexpr tavo::FormerName namesOfSamplePlantHeight[] = {
     {"1.2", "size"},
 };
 
 constexpr tavo::HistoryDecl history[] = {
     {.metaClass = "sample.Plant",
      .id = "5d0d0f2e-4b5c-3f6a-8a55-0f5a3c1f9b10",
-     .names = namessample_Plant},
+     .names = namesOfSamplePlant},
     {.metaClass = "sample.Plant",
      .id = "5b1726cd-6fe6-3ab8-8f92-5b002d061f44",
      .feature = "height",
-     .names = namessample_Plant_height},
+     .names = namesOfSamplePlantHeight},
     {.metaClass = "sample.Plant",
      .id = "43c7d8a7-de84-344f-8a36-b194f2528cdf",
      .feature = "family",

@@ -1,0 +1,53 @@
+// Models of older releases.
+#include "tests/zelkor/ProfileFixture.h"
+
+#include "arch/Architecture.h"
+#include "arch/Component.h"
+#include "zelkor/framework/ModelFile.h"
+#include "zelkor/meta/ValueStruct.h"
+
+namespace zelkor {
+namespace {
+
+namespace fs = std::filesystem;
+
+class OldFilesTest : public profile::ProfileFixture {
+protected:
+  /// A file of a release, as it was typed, in the folder of the test.
+  fs::path bring(const std::string& from, const std::string& release, const std::string& name) {
+    const fs::path source = fs::path(ZELKOR_TEST_DATA) / ".." / ".." / from / "data" / "releases" / release / name;
+    fs::copy_file(source, file(name));
+    return file(name);
+  }
+};
+
+TEST_F(OldFilesTest, ModelsOfTheFirstReleaseKeepStereotypesAndValues) {
+  bring("zelkor", "Plover", "Plant.xml");
+  const auto path = bring("arch", "Plover", "Works.xml");
+  auto model = ModelFile::open(path);
+  const auto works = Architecture::getArchitecture(model.model());
+  const auto main = works.findElement(u"Main");
+  const auto spare = works.findElement(u"Spare");
+  EXPECT_EQ(main.getPrototypeNames(), std::vector<tavo::String>{u"Plant.Pump"});
+  EXPECT_EQ(main.getPropVal(u"Plant.Pump.flow").expression, u"3/4");
+  EXPECT_EQ(main.getPropVal(u"Plant.Pump.maker").expression, u"'Cope & Sons'");
+  EXPECT_TRUE(main.isPropValDefault(u"Plant.Pump.curve"));
+  EXPECT_EQ(spare.getPropVal(u"Plant.FirePump.stages").expression, u"3");
+  EXPECT_TRUE(spare.hasPropVal(u"Plant.Pump.flow"));
+  EXPECT_EQ(reported(), std::vector<std::string>{});
+  EXPECT_FALSE(model.isDirty());
+  model.save();
+  tavo::checkInvariants(model.model());
+}
+
+TEST_F(OldFilesTest, AModelThatCouldNotBeTakenOverDoesNotReplaceItsFile) {
+  const auto path = bring("arch", "Plover", "Works.xml");
+  const auto before = contentOf(path);
+  auto model = ModelFile::open(path);
+  EXPECT_EQ(reported(), std::vector<std::string>(5, "Velmora:Architecture:FailedToMigrateLinnetModel"));
+  EXPECT_ERROR(model.save(), "Velmora:Architecture:MigrationIncomplete");
+  EXPECT_EQ(contentOf(path), before);
+}
+
+} // namespace
+} // namespace zelkor
