@@ -34,6 +34,7 @@ namespace zelkor::profile {
 using property::PropertySet;
 using property::PropertySetUsage;
 using property::PropertyUsage;
+using property::evolution::V1EvolutionData;
 using property::splitAtLastDot;
 using services::proxy::findTarget;
 using services::proxy::nameForMessages;
