@@ -28,6 +28,7 @@ TEST_F(OldFilesTest, ModelsOfTheFirstReleaseKeepStereotypesAndValues) {
   const auto works = Architecture::getArchitecture(model.model());
   const auto main = works.findElement(u"Main");
   const auto spare = works.findElement(u"Spare");
+  EXPECT_EQ(reported(), std::vector<std::string>{});
   EXPECT_EQ(main.getPrototypeNames(), std::vector<tavo::String>{u"Plant.Pump"});
   EXPECT_EQ(main.getPropVal(u"Plant.Pump.flow").expression, u"3/4");
   EXPECT_EQ(main.getPropVal(u"Plant.Pump.maker").expression, u"'Cope & Sons'");

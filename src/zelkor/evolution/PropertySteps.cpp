@@ -8,6 +8,7 @@
 #include <charconv>
 #include <optional>
 #include <set>
+#include <tuple>
 
 namespace zelkor::property::evolution {
 namespace {
@@ -263,23 +264,45 @@ void listProperties(Document& document) {
   });
 }
 
-/// "0 100": the bounds of a type stood in one text, a dash for an open end.
+/// What bounds a number that nothing else bounds: the end of all numbers of the type that it stands on.
+struct WidestRange {
+  std::string_view type, lowest, highest;
+};
+constexpr WidestRange widestRanges[] = {{"int32", "-2147483648", "2147483647"},
+                                        {"double", "-1.7976931348623157e+308", "1.7976931348623157e+308"},
+                                        {"single", "-3.4028234663852886e+38", "3.4028234663852886e+38"},
+                                        {"int8", "-128", "127"},
+                                        {"uint8", "0", "255"},
+                                        {"int16", "-32768", "32767"},
+                                        {"uint16", "0", "65535"},
+                                        {"uint32", "0", "4294967295"},
+                                        {"int64", "-9223372036854775808", "9223372036854775807"},
+                                        {"uint64", "0", "9223372036854775807"}};
+
+const WidestRange& widestRangeOf(const Object& type) {
+  const auto named = [](std::string_view name) { return std::ranges::find(widestRanges, name, &WidestRange::type); };
+  const auto found = named(type.text(records().name));
+  return found != std::end(widestRanges) ? *found : *named(type.record->name() == "FloatType" ? "double" : "int32");
+}
+
+/// "0 100": the bounds of a type stood in one text, a dash for an open end. An end may stay open where a base type says
+/// it, and nowhere else.
 void splitRanges(Document& document) {
   for (const auto* name : {"property.IntegerType", "property.FloatType"}) {
     const auto& record = library(name);
     const auto& range = record.feature("range");
     document.each(record, [&](Object& type) {
-      const auto text = type.text(range);
+      const auto text = type.find(range) ? type.text(range) : std::string_view("- -");
       const auto blank = text.find(' ');
-      if (text.empty())
-        return;
       if (blank == text.npos)
         raise(tavo::FrameworkError::InvalidText, document.placeOf(type),
               "the range \"" + std::string(text) + "\" has no second bound");
-      for (const auto& [feature, bound] :
-           {std::pair("minValue", text.substr(0, blank)), std::pair("maxValue", text.substr(blank + 1))})
-        if (bound != "-")
-          document.set(type, record.feature(feature), bound);
+      const bool hasBase = type.find(records().type.feature("baseType"));
+      const auto& widest = widestRangeOf(type);
+      for (const auto& [feature, bound, end] : {std::tuple("minValue", text.substr(0, blank), widest.lowest),
+                                                std::tuple("maxValue", text.substr(blank + 1), widest.highest)})
+        if (bound != "-" || !hasBase)
+          document.set(type, record.feature(feature), bound == "-" ? end : bound);
       Document::clear(type, range);
     });
   }
