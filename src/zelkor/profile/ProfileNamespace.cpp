@@ -34,8 +34,8 @@ namespace zelkor::profile {
 using property::PropertySet;
 using property::PropertySetUsage;
 using property::PropertyUsage;
-using property::evolution::V1EvolutionData;
 using property::splitAtLastDot;
+using property::evolution::V1EvolutionData;
 using services::proxy::findTarget;
 using services::proxy::nameForMessages;
 using services::proxy::ProxySource;
