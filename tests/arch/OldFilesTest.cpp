@@ -3,6 +3,7 @@
 
 #include "arch/Architecture.h"
 #include "arch/Component.h"
+#include "zelkor/framework/Errors.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/meta/ValueStruct.h"
 
@@ -45,6 +46,15 @@ TEST_F(OldFilesTest, AModelThatCouldNotBeTakenOverDoesNotReplaceItsFile) {
   const auto path = bring("arch", "Plover", "Works.xml");
   const auto before = contentOf(path);
   auto model = ModelFile::open(path);
+  const auto& reports = diagnostics_->diagnostics;
+  ASSERT_EQ(reports.size(), 5u);
+  const auto messageOf = [](const auto& id, const std::vector<tavo::String>& arguments) {
+    return tavo::Error(id, arguments).message().toUtf8();
+  };
+  EXPECT_EQ(reports.front().causes.front(),
+            messageOf(ArchitectureError::CannotMigrateStereotype, {u"Plant.Pump", u"Main"}));
+  EXPECT_EQ(reports.back().causes.front(),
+            messageOf(ArchitectureError::CannotMigrateValue, {u"Plant.FirePump.stages", u"Spare", u"3"}));
   EXPECT_EQ(reported(), std::vector<std::string>(5, "Velmora:Architecture:FailedToMigrateLinnetModel"));
   EXPECT_ERROR(model.save(), "Velmora:Architecture:MigrationIncomplete");
   EXPECT_EQ(contentOf(path), before);

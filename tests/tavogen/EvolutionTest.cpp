@@ -150,8 +150,8 @@ TEST_F(EvolutionTest, WhatItsVersionDoesNotHaveIsRefused) {
       {with(seedling, "uuid=\"UUID1\"", "uuid=\"00000000-0000-4000-8000-000000000001\""),
        "tavo:messages:DuplicateIdentity"},
   };
-  for (const auto& [text, id] : rows) {
-    EXPECT_ERROR(read(filled(text)), id);
+  for (const auto& row : rows) {
+    EXPECT_ERROR(read(filled(row.text)), row.id);
     EXPECT_EQ(model.objectCount(), 0u);
   }
   EXPECT_ERROR(read(filled(seedling), {.evolve = false}), "tavo_evo:messages:OldFamilyVersion");
