@@ -193,22 +193,33 @@ private:
     for (auto first = parts.begin(); first != parts.end();) {
       const auto* feature = first->feature;
       const auto last = std::find_if(first, parts.end(), [&](const Part& part) { return part.feature != feature; });
-      std::string text;
-      for (auto part = first; part != last && part - first < std::ptrdiff_t{xf::mostInAttribute}; ++part) {
-        const auto target = targetOf(*part, static_cast<std::size_t>(part - first));
-        if (target.empty())
-          break;
-        (text += text.empty() ? "" : " ") += target;
-        if (part + 1 == last)
-          attributes.push_back({feature, texts_.emplace_back(std::move(text))});
+      if (auto targets = targetsOf({first, last}); targets.empty()) {
+        first = last;
+      } else {
+        attributes.push_back({feature, texts_.emplace_back(std::move(targets))});
+        first = parts.erase(first, last);
       }
-      const bool isTold = !attributes.empty() && attributes.back().feature == feature;
-      first = isTold ? parts.erase(first, last) : last;
     }
     if (!std::ranges::is_sorted(attributes, {}, orderOf))
       std::ranges::stable_sort(attributes, {}, orderOf);
     for (const auto& attribute : attributes)
       attributes_.push_back({names_.of(*object.record, *attribute.feature), attribute.text});
+  }
+
+  /// Where parts lead, with blanks between them, if they are few and there is nothing else to say of any; else empty.
+  std::string targetsOf(std::span<const Part> parts) const {
+    std::string targets;
+    if (parts.size() > xf::mostInAttribute)
+      return targets;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+      const auto target = targetOf(parts[i], i);
+      if (target.empty())
+        return {};
+      if (i != 0)
+        targets += ' ';
+      targets += target;
+    }
+    return targets;
   }
 
   /// Where a part leads, if there is nothing else to say of it; else empty.

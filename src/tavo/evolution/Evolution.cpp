@@ -96,7 +96,7 @@ void Account::note(const Document&, const Object& object, std::string_view what,
       // What is called like its only owner adds nothing.
       if (attribute.feature->name() == "Name" && attribute.text != below) {
         below = attribute.text;
-        path = std::string(below) + (path.empty() ? "" : "." + path);
+        path.insert(0, path.empty() ? "" : ".").insert(0, below);
       }
   losses_.push_back({std::move(path), std::string(what), std::string(effect)});
 }

@@ -48,7 +48,7 @@ std::string pathOf(const Object& object) {
   std::string path(object.text(records().name));
   for (const auto* owner = object.owner; owner; owner = owner->owner)
     if (const auto name = owner->text(records().name); !name.empty() && !owner->isA(records().set))
-      path = std::string(name) + "." + path;
+      path.insert(0, ".").insert(0, name);
   return path;
 }
 
