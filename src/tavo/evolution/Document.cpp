@@ -180,4 +180,53 @@ std::size_t Document::dropDanglingReferences() {
   return dropped;
 }
 
+void Document::renewAnchors() {
+  const auto eachReference = [this](const auto& visit) {
+    each([&](Object& object) {
+      for (Attribute& attribute : object.attributes)
+        if (attribute.feature->isReference())
+          visit(attribute.text);
+      for (Reference& reference : object.references)
+        visit(reference.target);
+    });
+  };
+  boost::unordered_flat_map<const Object*, std::size_t> uses;
+  eachReference([&](std::string_view reference) {
+    if (const Object* object = target(reference))
+      ++uses[object];
+  });
+  std::vector<std::pair<std::string, const Object*>> several;
+  for (const auto& [object, count] : uses)
+    if (count > 1) {
+      std::string digits = toText(object->uuid);
+      std::erase(digits, '-');
+      several.emplace_back(std::move(digits), object);
+    }
+  std::ranges::sort(several);
+  boost::unordered_flat_map<const Object*, std::string_view> anchors;
+  for (std::size_t i = 0; i < several.size(); ++i) {
+    const auto shared = [&](std::size_t other) {
+      const auto& [a, b] = std::ranges::mismatch(several[i].first, several[other].first);
+      return static_cast<std::size_t>(a - several[i].first.begin());
+    };
+    const std::size_t length =
+        std::max({std::size_t{7}, i ? shared(i - 1) : 0, i + 1 < several.size() ? shared(i + 1) : 0}) + 1;
+    anchors[several[i].second] = keep(std::string_view(several[i].first).substr(0, length));
+  }
+
+  eachReference([&](std::string_view& reference) {
+    if (const Object* object = target(reference)) {
+      const auto found = anchors.find(object);
+      reference = found == anchors.end() ? referenceTo(*object) : found->second;
+    }
+  });
+  byAnchor_.clear();
+  each([&](Object& object) {
+    const auto found = anchors.find(&object);
+    object.anchor = found == anchors.end() ? std::string_view() : found->second;
+    if (!object.anchor.empty())
+      byAnchor_.emplace(object.anchor, &object);
+  });
+}
+
 } // namespace tavo::evolution

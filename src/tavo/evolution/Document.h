@@ -118,6 +118,10 @@ public:
   /// Takes out references to objects that are gone; the number of them.
   std::size_t dropDanglingReferences();
 
+  /// Gives anchors to those objects that files give them to, and lets references use them: what is referred to more
+  /// than once goes by the beginning of its identity.
+  void renewAnchors();
+
   /// The text, kept as long as the document.
   std::string_view keep(std::string_view text);
 

@@ -153,6 +153,7 @@ std::unique_ptr<Document> EvolutionEngine::run(ByteSource& source, const std::st
   for (const auto& [family, from, to] : ways)
     if (from > to)
       evolve(*document, *family, to, account_);
+  document->renewAnchors();
   return document;
 }
 
