@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <optional>
 #include <set>
@@ -92,12 +93,55 @@ std::string nameOf(const Object& type) {
   return std::string(type.text(isEnumeration ? type.record->feature("nameProxy") : records().name));
 }
 
+/// Members of enumerations in an expression ("LinkColor.Red") become texts of their names, and arrays of them lists.
+std::string membersAsTexts(std::string_view expression) {
+  const auto isWord = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
+  const auto startsName = [&](std::size_t at) {
+    return at < expression.size() && isWord(expression[at]) &&
+           !std::isdigit(static_cast<unsigned char>(expression[at]));
+  };
+  std::string result;
+  std::vector<std::size_t> brackets;
+  bool found = false;
+  for (std::size_t at = 0; at < expression.size();) {
+    const auto start = at;
+    if (const char first = expression[at]; first == '\'' || first == '"') {
+      at = std::min(expression.find(first, at + 1), expression.size() - 1) + 1;
+    } else if (isWord(first)) {
+      auto last = at;
+      const bool isName = startsName(at);
+      for (++at; at < expression.size() && (isWord(expression[at]) || (expression[at] == '.' && startsName(at + 1)));
+           ++at)
+        if (expression[at] == '.')
+          last = at + 1;
+      if (isName && last != start && (at == expression.size() || expression[at] != '(')) {
+        ((result += '\'') += expression.substr(last, at - last)) += '\'';
+        found = true;
+        continue;
+      }
+    } else {
+      if (first == '[' || first == ']')
+        brackets.push_back(result.size());
+      ++at;
+    }
+    result += expression.substr(start, at - start);
+  }
+  if (!found)
+    return std::string(expression);
+  for (const auto at : brackets)
+    result[at] = result[at] == '[' ? '{' : '}';
+  return result;
+}
+
 void useFormerTypes(Document& document, Account& account) {
   const auto& r = records();
   const auto& ofDefinition = r.definition.feature("valueType");
   const auto& ofValue = r.value.feature("valueType");
   const auto& ofType = r.type.feature("baseType");
   const auto& text = r.value.feature("storedExpression");
+  const auto& property = r.elementValue.feature("p_PropertyName");
+  const auto& expression = r.elementValue.feature("p_Expression");
+  const auto& units = r.elementValue.feature("p_Units");
   boost::unordered_flat_map<std::string_view, Object*> byName;
   document.each(r.type, [&](Object& type) { byName.try_emplace(type.text(r.name), &type); });
 
@@ -110,11 +154,17 @@ void useFormerTypes(Document& document, Account& account) {
       if (instead.empty() || found == byName.end())
         continue;
       document.set(object, *feature, document.referenceTo(*found->second));
-      if (feature == &ofDefinition)
-        account.note(document, object, "the type " + nameOf(*type), "becomes " + std::string(instead));
-      if (const auto member = object.text(text);
-          feature == &ofValue && type->record->name() == "Enumeration" && !member.empty() && member.front() != '\'')
-        document.set(object, text, "'" + std::string(member.substr(member.rfind('.') + 1)) + "'");
+      if (feature != &ofValue)
+        account.note(document, object, (feature == &ofType ? "the base type " : "the type ") + nameOf(*type),
+                     "becomes " + std::string(instead));
+      else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration")
+        document.set(object, text, membersAsTexts(*member));
+    }
+    if (object.isA(r.elementValue)) {
+      document.set(object, expression, membersAsTexts(object.text(expression)));
+      if (object.find(units) && object.owner)
+        account.note(document, *object.owner, "the units of " + std::string(object.text(property)), "are left out");
+      Document::clear(object, units);
     }
     if (object.isA(r.type) && !formerTypeFor(object).empty())
       former.push_back(&object);
@@ -144,8 +194,10 @@ class OwnResolver {
 public:
   explicit OwnResolver(Document& document) : document_(document) {}
   std::string_view reference() {
+    const auto& record = library("services.proxy.CurrentModelResolver");
+    if (!resolver_)
+      document_.each(record, [this](Object& known) { resolver_ = &known; });
     if (!resolver_) {
-      const auto& record = library("services.proxy.CurrentModelResolver");
       // The identity has to be the same each time the file is read.
       const auto& first = *document_.top().front();
       resolver_ = &document_.add(record, nullptr, nullptr, tavo::nameUuid(first.uuid, record.qualifiedName));
@@ -184,6 +236,24 @@ void referenceByProxy(Document& document) {
   });
 }
 
+/// A number whose type stays behind in another profile keeps the units of its default, in a type of its own.
+const Object* withUnitsOfDefault(Document& document, Object& definition, const Object& type) {
+  const auto& r = records();
+  const auto& owned = r.definition.feature("ownedType");
+  auto* value = definition.child(r.definition.feature("defaultValue"));
+  const auto units = value ? value->text(r.value.feature("units")) : std::string_view();
+  if (units.empty() || !type.isA(library("property.RealType")) || definition.child(owned))
+    return &type;
+  auto& made = document.add(*type.record, &definition, &owned, tavo::nameUuid(definition.uuid, "ownedType"));
+  document.set(made, r.name, type.text(r.name));
+  document.set(made, r.type.feature("baseType"), document.referenceTo(type));
+  document.set(made, library("property.RealType").feature("units"), units);
+  document.set(*value, r.value.feature("valueType"), document.referenceTo(made));
+  if (auto* proxy = value->child(r.value.feature("valueTypeProxy")))
+    document.remove(*proxy);
+  return &made;
+}
+
 void referencePlainly(Document& document, Account& account) {
   const auto& r = records();
   const auto features = converted();
@@ -216,8 +286,11 @@ void referencePlainly(Document& document, Account& account) {
       const std::string name(made->text(r.source.feature("targetName")));
       if (!target && plain->target == &r.type) {
         target = typeLike(*made, name);
+        if (target && !object.isA(r.value))
+          account.note(document, object, (object.isA(r.type) ? "the base type " : "the type ") + name,
+                       "becomes " + std::string(target->text(r.name)));
         if (target && object.isA(r.definition))
-          account.note(document, object, "the type " + name, "becomes " + std::string(target->text(r.name)));
+          target = withUnitsOfDefault(document, object, *target);
       } else if (!target) {
         account.note(document, object, "the parent " + name, "is left out, with what the stereotype inherits from it");
       }
@@ -228,21 +301,32 @@ void referencePlainly(Document& document, Account& account) {
   });
 }
 
-/// Properties stood in a list, which told their places and let two have one name.
+/// Properties stood in a list, which let two have one name. The second gets a number; so do the values that elements
+/// have for it, which stood in the order of the properties.
+class NumberedNames {
+public:
+  std::string next(std::string_view name) {
+    std::string unique(name);
+    for (int number = 2; !taken_.insert(unique).second; ++number)
+      unique = std::string(name) + "_" + std::to_string(number);
+    return unique;
+  }
+
+private:
+  std::set<std::string> taken_;
+};
+
 void placeProperties(Document& document) {
   const auto& r = records();
   const auto& properties = r.set.feature("properties");
   const auto& index = r.definition.feature("p_Index");
   document.each(r.set, [&](Object& set) {
-    std::set<std::string> names;
+    NumberedNames names;
     std::size_t place = 0;
     for (auto* property : set.childrenIn(properties)) {
       document.set(*property, index, std::to_string(place++));
-      const std::string name(property->text(r.name));
-      std::string unique = name;
-      for (int number = 2; !names.insert(unique).second; ++number)
-        unique = name + "_" + std::to_string(number);
-      if (unique != name)
+      const auto name = property->text(r.name);
+      if (const auto unique = names.next(name); unique != name)
         document.set(*property, r.name, unique);
     }
   });
@@ -342,16 +426,21 @@ void keepElementData(Document& document) {
     return made;
   };
   document.each(r.element, [&](Object& element) {
+    std::set<std::string_view> carried;
     for (const auto name : itemsOf(element, stereotypes)) {
+      if (!carried.insert(name).second)
+        continue;
       auto& made = add(r.v1Stereotype, "p_PrototypeEntries", element, name);
       document.set(made, r.v1Stereotype.feature("p_ProfileName"), name.substr(0, name.find('.')));
       document.set(made, r.v1Stereotype.feature("p_PrototypeFullyQualifiedName"), name);
     }
     Document::clear(element, stereotypes);
+    NumberedNames names;
     for (auto* value : element.childrenIn(values)) {
-      const auto property = value->text(r.elementValue.feature("p_PropertyName"));
+      const auto property = names.next(value->text(r.elementValue.feature("p_PropertyName")));
       auto& made = add(r.v1Value, "p_ValueEntries", element, property);
-      for (const auto* feature : {"p_PropertyName", "p_Expression", "p_Units"})
+      document.set(made, r.v1Value.feature("p_PropertyName"), property);
+      for (const auto* feature : {"p_Expression", "p_Units"})
         if (const auto* text = value->find(r.elementValue.feature(feature)))
           document.set(made, r.v1Value.feature(feature), *text);
       document.remove(*value);
@@ -368,6 +457,24 @@ void addElementValue(Document& document, Object& element, std::string_view prope
   document.set(made, r.elementValue.feature("p_Expression"), from.text(expression));
   if (const auto* text = from.find(units))
     document.set(made, r.elementValue.feature("p_Units"), *text);
+}
+
+/// By the name of a stereotype in use, its nearest ancestor in another profile.
+boost::unordered_flat_map<std::string_view, std::string_view> parentsInOtherProfiles(Document& document) {
+  const auto& r = records();
+  const auto profileOf = [](std::string_view name) { return name.substr(0, name.find('.')); };
+  boost::unordered_flat_map<std::string_view, std::string_view> found;
+  document.each(r.setUsage, [&](Object& usage) {
+    const auto name = usage.text(r.name);
+    std::set<const Object*> passed{&usage};
+    for (const auto* at = document.target(usage.text(r.setUsage.feature("p_Parent"))); at && passed.insert(at).second;
+         at = document.target(at->text(r.setUsage.feature("p_Parent"))))
+      if (const auto parent = at->text(r.name); profileOf(parent) != profileOf(name)) {
+        found.try_emplace(name, parent);
+        break;
+      }
+  });
+  return found;
 }
 
 /// The other way: usages go, and what they held for the elements goes back into these.
@@ -400,13 +507,26 @@ void returnElementData(Document& document, Account& account) {
       addItem(document, *element, r.element.feature("p_StereotypeNames"),
               entry.text(r.v1Stereotype.feature("p_PrototypeFullyQualifiedName")));
   });
+  const auto& names = r.element.feature("p_StereotypeNames");
   const auto& proxies = r.element.feature("_PrototypeProxy");
   const auto& applied = library("property.PropertyOwner").feature("p_PropertySets");
+  const auto farParents = parentsInOtherProfiles(document);
   document.each(r.element, [&](Object& element) {
     for (auto* source : element.childrenIn(proxies)) {
-      addItem(document, element, r.element.feature("p_StereotypeNames"), source->text(r.source.feature("targetName")));
+      addItem(document, element, names, source->text(r.source.feature("targetName")));
       document.remove(*source);
     }
+    // What a stereotype inherits from another profile, it will not inherit any more.
+    auto carried = itemsOf(element, names);
+    for (std::size_t i = 0; i < carried.size(); ++i)
+      if (const auto found = farParents.find(carried[i]);
+          found != farParents.end() && std::ranges::find(carried, found->second) == carried.end()) {
+        carried.push_back(found->second);
+        addItem(document, element, names, found->second);
+        account.note(document, element,
+                     "the stereotype " + std::string(found->second) + ", inherited from another profile,",
+                     "becomes one of its own");
+      }
     Document::clear(element, applied);
   });
   // All of this is made anew from the profiles.
@@ -421,9 +541,25 @@ void returnElementData(Document& document, Account& account) {
   });
 }
 
+/// Numbers ask the unit service of their model what units they may have.
+void giveUnitService(Document& document) {
+  const auto& service = library("property.UnitQueryClientWrapper");
+  const auto& checker = library("property.RealType").feature("unitChecker");
+  std::string_view reference;
+  for (const auto* name : {"property.IntegerType", "property.FloatType"})
+    document.each(library(name), [&](Object& type) {
+      if (reference.empty()) {
+        const auto uuid = tavo::nameUuid(document.top().front()->uuid, service.qualifiedName);
+        reference = document.referenceTo(document.add(service, nullptr, nullptr, uuid));
+      }
+      document.set(type, checker, reference);
+    });
+}
+
 void useSets(Document& document) {
   placeProperties(document);
   splitRanges(document);
+  giveUnitService(document);
   referenceByProxy(document);
   keepElementData(document);
 }
@@ -505,17 +641,21 @@ void useTextsForLists(Document& document, Account& account) {
   });
   std::vector<Object*> lists;
   document.each(list, [&](Object& type) { lists.push_back(&type); });
+  OwnResolver own(document); // the list may be one of another profile
+  const auto& resolver = library("services.proxy.CurrentModelResolver");
+  const bool hasOwnResolvers = resolver.life.holds(document.versionOf(*resolver.family));
   document.each(r.source, [&](Object& source) {
     if (source.text(r.source.feature("targetClassId")) != tavo::toText(list.id))
       return;
     if (source.owner->isA(r.definition))
       account.note(document, *source.owner, "the type stringArray", "becomes string");
-    const auto uuid = tavo::parseUuid(source.text(id));
-    if (text && uuid && document.find(*uuid)) {
-      document.set(source, id, tavo::toText(text->uuid));
-      document.set(source, r.source.feature("targetClassId"), tavo::toText(text->record->id));
-      document.set(source, r.source.feature("targetName"), pathOf(*text));
-    }
+    if (!text)
+      return;
+    document.set(source, id, tavo::toText(text->uuid));
+    document.set(source, r.source.feature("targetClassId"), tavo::toText(text->record->id));
+    document.set(source, r.source.feature("targetName"), pathOf(*text));
+    if (hasOwnResolvers)
+      document.set(source, r.source.feature("resolver"), own.reference());
   });
   for (auto* type : lists)
     document.remove(*type);

@@ -82,6 +82,9 @@ void shareTargets(Document& document) {
 
 void tellEachSource(Document& document, Account&) {
   const auto& r = records();
+  // What had lost its resolver was found again by name, as if there were one.
+  const auto& named = classNamed("zelkor.profile.ProfileResolver");
+  document.each(classNamed("zelkor.services.proxy.LostModelResolver"), [&](Object& lost) { lost.record = &named; });
   document.each(r.source, [&](Object& source) {
     if (const auto* target = document.target(source.text(r.shared))) {
       for (int i = 0; i < 3; ++i)

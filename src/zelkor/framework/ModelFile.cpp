@@ -115,6 +115,8 @@ ModelFile ModelFile::open(const fs::path& path) {
   requireWholeUsages(state.profiles(), path);
   identify(state.model, nameOf(path));
   state.model.setName(nameOf(path));
+  if (!property::TypeCatalog::getCatalog(state.model)) // models of the first releases had none
+    property::TypeCatalog::createTypeCatalog(state.model);
   state.profiles().initializePostLoad();
   state.lost = static_cast<ProfileNamespace::Impl&>(state.profiles().object()).migrateFromV1();
   state.compare();
