@@ -14,17 +14,17 @@ namespace fs = std::filesystem;
 
 class OldFilesTest : public profile::ProfileFixture {
 protected:
-  /// A file of a release, as it was typed, in the folder of the test.
-  fs::path bring(const std::string& from, const std::string& release, const std::string& name) {
-    const fs::path source = fs::path(ZELKOR_TEST_DATA) / ".." / ".." / from / "data" / "releases" / release / name;
-    fs::copy_file(source, file(name));
-    return file(name);
+  /// A file of the first release, as it was typed, in the folder of the test.
+  fs::path bring(const fs::path& place) {
+    const auto path = file(place.filename().string());
+    fs::copy_file(fs::path(ZELKOR_TEST_DATA) / "../../data/releases/Plover" / place, path);
+    return path;
   }
 };
 
 TEST_F(OldFilesTest, ModelsOfTheFirstReleaseKeepStereotypesAndValues) {
-  bring("zelkor", "Plover", "Plant.xml");
-  const auto path = bring("arch", "Plover", "Works.xml");
+  bring("Plant.xml");
+  const auto path = bring("models/Works.xml");
   auto model = ModelFile::open(path);
   const auto works = Architecture::getArchitecture(model.model());
   const auto main = works.findElement(u"Main");
@@ -43,7 +43,7 @@ TEST_F(OldFilesTest, ModelsOfTheFirstReleaseKeepStereotypesAndValues) {
 }
 
 TEST_F(OldFilesTest, AModelThatCouldNotBeTakenOverDoesNotReplaceItsFile) {
-  const auto path = bring("arch", "Plover", "Works.xml");
+  const auto path = bring("models/Works.xml");
   const auto before = contentOf(path);
   auto model = ModelFile::open(path);
   const auto& reports = diagnostics_->diagnostics;

@@ -1,0 +1,239 @@
+// The files of all releases in tests/data/releases: they open to what they always meant, and present files go down to
+// each release and come back. README.md there says which file is what.
+#include "tests/zelkor/ProfileFixture.h"
+
+#include "arch/Architecture.h"
+#include "arch/Connector.h"
+#include "arch/Port.h"
+#include "zelkor/evolution/Evolver.h"
+#include "zelkor/evolution/ReleaseRegistry.h"
+#include "zelkor/framework/ModelFile.h"
+#include "zelkor/meta/ValueStruct.h"
+#include "zelkor/property/Value.h"
+
+#include <cstdlib>
+#include <map>
+#include <regex>
+
+namespace zelkor {
+namespace {
+
+namespace fs = std::filesystem;
+using profile::text;
+using property::evolution::Evolver;
+using property::evolution::ReleaseRegistry;
+
+const fs::path corpus = fs::path(ZELKOR_TEST_DATA) / "../../data/releases";
+const tavo::String present(ReleaseRegistry::releases().back().release);
+
+class CorpusTest : public profile::ProfileFixture {
+protected:
+  CorpusTest() {
+    dynamic_cast<kavra::StandaloneClassRegistry&>(kavra::host().classes()).addFolder(corpus / "enumerations");
+  }
+
+  static constexpr std::string_view models = "models";
+
+  static std::vector<tavo::String> releases() {
+    std::vector<tavo::String> names;
+    for (const auto& each : ReleaseRegistry::releases())
+      names.emplace_back(each.release);
+    return names;
+  }
+  /// The profiles and models in a folder, in the order of their names.
+  static std::vector<fs::path> filesIn(const fs::path& folder) {
+    std::vector<fs::path> files;
+    for (const auto& each : fs::recursive_directory_iterator(folder))
+      if (each.path().extension() == ".xml")
+        files.push_back(each.path());
+    std::ranges::sort(files);
+    return files;
+  }
+  /// The folder of the newest release that has a file.
+  static fs::path newestWith(const fs::path& place) {
+    auto names = releases();
+    while (names.size() > 1 && !fs::exists(corpus / names.back().toUtf8() / place))
+      names.pop_back();
+    return corpus / names.back().toUtf8();
+  }
+  static bool isModel(const fs::path& path) { return path.parent_path().filename() == models; }
+
+  /// Puts a copy of a folder where its profiles are found by name, and nothing else.
+  void bring(const fs::path& from) {
+    catalog().unloadAllProfiles();
+    for (const auto& each : fs::directory_iterator(folder_))
+      if (each.is_regular_file())
+        fs::remove(each.path());
+    for (const auto& each : fs::recursive_directory_iterator(from))
+      if (each.is_regular_file())
+        fs::copy_file(each.path(), file(each.path().filename().string()));
+  }
+
+  /// What there is to know of an open file.
+  struct Content {
+    std::string text;
+    std::map<std::string, std::pair<std::string, kavra::HostArray>>
+        values; ///< of the elements, as written and evaluated
+  };
+  Content open(const std::string& name, bool asModel) {
+    if (!asModel) {
+      const auto profile = profile::Profile::loadFromFile(text(file(name)));
+      EXPECT_FALSE(profile.isUnhealthyOnLoad()) << profile.healthCheckErrorOnLoad().toUtf8();
+      EXPECT_FALSE(profile.dirty());
+      tavo::checkInvariants(profile.model());
+      return {tavo::modelText(profile.model()).toUtf8(), {}};
+    }
+    const auto opened = ModelFile::open(file(name));
+    EXPECT_FALSE(opened.isDirty());
+    tavo::checkInvariants(opened.model());
+    Content content{tavo::modelText(opened.model()).toUtf8(), {}};
+    addValues(Architecture::getArchitecture(opened.model()), content);
+    return content;
+  }
+  static void addValues(const Element& element, Content& content) {
+    for (const auto& property : element.getPropertyNames()) {
+      const auto value = element.getPropVal(property);
+      const bool isOwn = !element.isPropValDefault(property);
+      content.values[element.getPath().toUtf8() + " " + property.toUtf8()] = {
+          value.expression.toUtf8() + " " + value.units.toUtf8() + (isOwn ? " own" : ""),
+          element.getNormalizedValue(property)};
+    }
+    if (const auto component = element.as<Component>()) {
+      for (const auto& part : component.components())
+        addValues(part, content);
+      for (const auto& port : component.ports())
+        addValues(port, content);
+      for (const auto& connector : component.connectors())
+        addValues(connector, content);
+    }
+  }
+
+  /// The text with numbers in place of the identities, and of the anchors made of them, that another text has not:
+  /// those of objects that opening has made.
+  static std::string withoutNewIdentities(const std::string& content, const std::string& known) {
+    static const std::regex identity("[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}");
+    std::map<std::string, std::string> names;
+    for (std::sregex_iterator each(content.begin(), content.end(), identity), end; each != end; ++each)
+      if (known.find(each->str()) == known.npos && !names.contains(each->str()))
+        names[each->str()] = "new" + std::to_string(names.size());
+    std::map<std::string, std::string> anchors;
+    static const std::regex anchored("uuid=\"([^\"]*)\" as=\"([^\"]*)\"");
+    for (std::sregex_iterator each(content.begin(), content.end(), anchored), end; each != end; ++each)
+      anchors[(*each)[2]] = names.contains((*each)[1]) ? names[(*each)[1]] : std::string((*each)[1]);
+    static const std::regex word("[^\" ]+");
+    std::string result;
+    auto last = content.cbegin();
+    for (std::sregex_iterator each(content.begin(), content.end(), word), end; each != end; ++each) {
+      const auto name = names.find(each->str());
+      const auto anchor = anchors.find(each->str());
+      result.append(last, (*each)[0].first);
+      result += name != names.end() ? name->second : anchor != anchors.end() ? anchor->second : each->str();
+      last = (*each)[0].second;
+    }
+    return result.append(last, content.cend());
+  }
+  static std::string differences(const std::string& a, const std::string& b) {
+    const auto linesOf = [](const std::string& all) {
+      std::vector<std::string> lines;
+      std::istringstream in(all);
+      for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+      return lines;
+    };
+    std::string found;
+    const auto ours = linesOf(a), theirs = linesOf(b);
+    for (const auto& [from, in, mark] : {std::tuple(&ours, &theirs, "- "), std::tuple(&theirs, &ours, "+ ")})
+      for (const auto& line : *from)
+        if (std::ranges::find(*in, line) == in->end())
+          found += mark + line + "\n";
+    return found.empty() && a != b ? "another order" : found;
+  }
+
+  tavo::String down(const std::string& content, const tavo::String& release) {
+    losses_.clear();
+    return Evolver::evolve(present, release, text(content), {}, &losses_);
+  }
+  static std::string upAgain(const tavo::String& content, const std::string& name) {
+    const auto model = tavo::Model::create();
+    tavo::readModel(content, name, model);
+    tavo::checkInvariants(model);
+    return tavo::modelText(model).toUtf8();
+  }
+
+  std::vector<tavo::evolution::Loss> losses_;
+};
+
+TEST_F(CorpusTest, IsLargeEnough) {
+  for (const auto& release : releases()) {
+    const auto files = filesIn(corpus / release.toUtf8());
+    const auto ofModels = std::ranges::count_if(files, isModel);
+    EXPECT_GE(ofModels, 2) << release.toUtf8();
+    EXPECT_GE(std::ssize(files) - ofModels, 4) << release.toUtf8();
+  }
+}
+
+// A file that was typed by hand is told by its fellow in `expected`; of the others, the present form is in the folder
+// of the present release.
+TEST_F(CorpusTest, FilesOfAllReleasesOpenToWhatTheyMean) {
+  for (const auto& release : releases())
+    for (const auto& old : filesIn(corpus / release.toUtf8())) {
+      const auto name = old.filename().string();
+      const auto place = fs::relative(old, corpus);
+      SCOPED_TRACE(place.string());
+      const auto before = contentOf(old);
+      bring(corpus / release.toUtf8());
+      auto opened = open(name, isModel(old));
+      EXPECT_EQ(reported(), std::vector<std::string>{});
+      EXPECT_EQ(contentOf(file(name)), before);
+
+      const auto expected = corpus / "expected" / place;
+      if (std::getenv("ZELKOR_UPDATE") && fs::exists(expected) && fs::file_size(expected) == 0)
+        write(expected, opened.text);
+      bring(fs::exists(expected) ? corpus / "expected" / release.toUtf8()
+                                 : newestWith(fs::relative(old, corpus / release.toUtf8())));
+      auto meant = open(name, isModel(old));
+      EXPECT_EQ(reported(), std::vector<std::string>{});
+      if (fs::exists(expected)) {
+        EXPECT_EQ(differences(withoutNewIdentities(opened.text, before), withoutNewIdentities(meant.text, before)), "");
+        EXPECT_EQ(opened.values, meant.values);
+      } else {
+        EXPECT_EQ(differences(down(opened.text, release).toUtf8(), down(meant.text, release).toUtf8()), "");
+      }
+    }
+}
+
+// What an older release cannot hold is told to the letter: see `losses`.
+TEST_F(CorpusTest, PresentFilesGoDownToEachReleaseAndComeBack) {
+  auto files = filesIn(corpus / "expected");
+  std::ranges::copy(filesIn(corpus / present.toUtf8()), std::back_inserter(files));
+  for (const auto& path : files) {
+    std::string account;
+    const auto place = fs::relative(path, corpus);
+    SCOPED_TRACE(place.string());
+    const auto now = upAgain(text(contentOf(path)), path.filename());
+    for (const auto& release : releases()) {
+      SCOPED_TRACE(release.toUtf8());
+      const auto old = down(now, release);
+      account += release.toUtf8() + "\n";
+      for (const auto& loss : losses_)
+        account += "  " + loss.object + ": " + loss.what + " " + loss.effect + "\n";
+      const auto again = upAgain(old, path.filename());
+      if (release == present) {
+        EXPECT_EQ(differences(now, again), "");
+      }
+      EXPECT_EQ(differences(old.toUtf8(), down(again, release).toUtf8()), "");
+      EXPECT_TRUE(losses_.empty()) << "comes back with " << losses_.front().object << " " << losses_.front().what;
+    }
+    const bool isExpected = *place.begin() == "expected";
+    auto golden = corpus / "losses" / (isExpected ? fs::relative(place, "expected") : place);
+    golden.replace_extension(".txt");
+    if (std::getenv("ZELKOR_UPDATE")) {
+      fs::create_directories(golden.parent_path());
+      write(golden, account);
+    }
+    EXPECT_EQ(account, contentOf(golden)) << "run this test with ZELKOR_UPDATE=1 and review what has changed";
+  }
+}
+
+} // namespace
+} // namespace zelkor
