@@ -60,6 +60,25 @@ Version requireVersion(const Family& family, std::string_view version, const std
   return found;
 }
 
+/// How many packages a package builds on, each on the next.
+std::size_t heightOf(const PackageDecl& package) {
+  std::size_t height = 0;
+  for (const auto& dependency : package.depends)
+    height = std::max(height, heightOf(dependency()) + 1);
+  return height;
+}
+
+/// The family to bring up to date next, wherever the file names it: steps make objects of the families that their own
+/// builds on, as these were, so those come later. Null when all are up to date.
+const Family* nextOld(Document& document) {
+  const Family* next = nullptr;
+  for (const auto& [family, version] : document.families()) // steps may add some
+    if (version < family->present() &&
+        (!next || heightOf(family->package->declaration()) > heightOf(next->package->declaration())))
+      next = family;
+  return next;
+}
+
 /// Keeps a document until it is complete, then brings it up to date and tells it.
 class Evolving final : public ObjectsHandler {
 public:
@@ -73,10 +92,8 @@ public:
   void finish() override {
     builder_->finish();
     Account nothing;
-    for (std::size_t i = 0; i < document_.families().size(); ++i) { // steps may add some
-      const Family& family = *document_.families()[i].family;
-      evolve(document_, family, family.present(), nothing);
-    }
+    while (const Family* family = nextOld(document_))
+      evolve(document_, *family, family->present(), nothing);
     tell(document_, open_);
   }
 
