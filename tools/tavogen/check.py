@@ -77,8 +77,6 @@ def _numbers(version: str) -> tuple[int, ...]:
 def _check_package_versions(package: Package, problems: Problems) -> None:
     if not _VERSION.match(package.version):
         problems.report(package.place, f"'{package.version}' is no version")
-    if package.versions[-1] != package.version:
-        problems.report(package.place, f"versions: the last one is {package.version}, which is the package's")
     for version in package.versions:
         if package.versions.count(version) > 1:
             problems.report(package.place, f"versions: {version} stands there twice")

@@ -18,7 +18,7 @@ _NO_PACKAGE = "; the file with [package] and its namespaces belongs to the schem
 # What each table may hold: key -> the Python type of its value.
 _FILE = {"package": dict, "namespaces": dict, "enum": dict, "struct": dict, "primitive": dict, "foreign": dict,
          "class": dict}
-_PACKAGE = {"name": str, "version": str, "versions": list, "path": str, "uri": str, "identifiers": str, "export": str,
+_PACKAGE = {"name": str, "versions": list, "path": str, "uri": str, "identifiers": str, "export": str,
             "export_header": str, "depends": list, "doc": str}
 _NAMESPACE = {"doc": str}
 _ENUMERATION = {"values": dict, "id": str, "doc": str}
@@ -96,7 +96,7 @@ class _Document:
         table = self._take(self._table["package"], _PACKAGE, place)
         name = table.get("name", "")
         place = self._place(f"package {name}", "package")
-        for key in ("name", "version", "path", "uri", "identifiers", "export", "export_header"):
+        for key in ("name", "versions", "path", "uri", "identifiers", "export", "export_header"):
             if key not in table:
                 self._problems.report(place, f"'{key}' is missing")
         if any(package.name == name for package in model.packages):
@@ -104,10 +104,11 @@ class _Document:
         here = self._path.resolve().parent
         folder = here.parent if here.name == "meta" else here
         path = table.get("path", "")
-        package = Package(name=name, place=place, version=table.get("version", ""),
-                          versions=self._texts(table, "versions", place) or [table.get("version", "")], path=path,
-                          uri=table.get("uri", ""), identifiers=self._uuid(table, "identifiers", place),
-                          export=table.get("export", ""), export_header=table.get("export_header", ""),
+        versions = self._texts(table, "versions", place) or [""]
+        package = Package(name=name, place=place, version=versions[-1], versions=versions, path=path,
+                          uri=f"{table.get('uri', '')}/{versions[-1]}",
+                          identifiers=self._uuid(table, "identifiers", place), export=table.get("export", ""),
+                          export_header=table.get("export_header", ""),
                           doc=clean_text(table.get("doc", "")), depends_names=self._texts(table, "depends", place),
                           folder=folder, header_folder=PurePosixPath(path) / here.relative_to(folder).as_posix(),
                           is_emitted=self._is_emitted)
