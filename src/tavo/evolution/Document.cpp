@@ -22,18 +22,18 @@ std::string_view Object::text(const FeatureRecord& feature) const {
   return found ? *found : std::string_view();
 }
 
-Object* Object::child(const FeatureRecord& feature) const {
-  for (Object* object : children)
-    if (object->in == &feature)
-      return object;
+Object* Object::child(const FeatureRecord& feature) {
+  for (Object& object : children)
+    if (object.in == &feature)
+      return &object;
   return nullptr;
 }
 
-std::vector<Object*> Object::childrenIn(const FeatureRecord& feature) const {
+std::vector<Object*> Object::childrenIn(const FeatureRecord& feature) {
   std::vector<Object*> found;
-  for (Object* object : children)
-    if (object->in == &feature)
-      found.push_back(object);
+  for (Object& object : children)
+    if (object.in == &feature)
+      found.push_back(&object);
   return found;
 }
 
@@ -83,6 +83,9 @@ std::string_view Document::referenceTo(const Object& object) { return keep(toTex
 std::string_view Document::keep(std::string_view text) {
   if (text.empty())
     return {};
+  if (text.size() > mostBytes_ - keptBytes_)
+    raise(FrameworkError::LimitExceeded, name_, "the bytes that evolution makes of the file", mostBytes_);
+  keptBytes_ += text.size();
   auto* const kept = static_cast<char*>(arena_.allocate(text.size(), 1));
   std::memcpy(kept, text.data(), text.size());
   return {kept, text.size()};
@@ -90,43 +93,44 @@ std::string_view Document::keep(std::string_view text) {
 
 Object& Document::add(const ClassRecord& record, Object* owner, const FeatureRecord* in, const Uuid& uuid,
                       std::uint64_t line) {
-  Object& object = objects_.emplace_back(Object{&record, in, owner, uuid, {}, line});
+  Object& object = objects_.emplace_back(record, in, owner, uuid, line);
   const auto [known, isNew] = byUuid_.try_emplace(uuid, &object);
   if (!isNew && known->second->record)
     raise(FrameworkError::DuplicateIdentity, placeOf(object), toText(uuid));
   known->second = &object;
-  (owner ? owner->children : top_).push_back(&object);
+  listOf(owner).push_back(object);
   return object;
 }
 
 void Document::remove(Object& object) {
-  std::erase(object.owner ? object.owner->children : top_, &object);
+  listOf(object.owner).erase(ObjectList::s_iterator_to(object));
   removedSome_ = true;
   std::vector<Object*> waiting{&object};
   while (!waiting.empty()) {
     Object& each = *waiting.back();
     waiting.pop_back();
     each.record = nullptr;
-    waiting.insert(waiting.end(), each.children.begin(), each.children.end());
+    for (Object& child : each.children)
+      waiting.push_back(&child);
     each.children.clear();
   }
 }
 
 void Document::move(Object& object, Object* owner, const FeatureRecord* in) {
-  std::erase(object.owner ? object.owner->children : top_, &object);
+  listOf(object.owner).erase(ObjectList::s_iterator_to(object));
   object.owner = owner;
   object.in = in;
-  (owner ? owner->children : top_).push_back(&object);
+  listOf(owner).push_back(object);
 }
 
-void Document::set(Object& object, const FeatureRecord& feature, std::string_view text) {
+void Document::setKept(Object& object, const FeatureRecord& feature, std::string_view text) {
   std::erase_if(object.values, [&](const ElementValue& value) { return value.feature == &feature; });
   for (Attribute& attribute : object.attributes)
     if (attribute.feature == &feature) {
-      attribute.text = keep(text);
+      attribute.text = text;
       return;
     }
-  object.attributes.push_back({&feature, keep(text)});
+  object.attributes.push_back({&feature, text});
 }
 
 void Document::setAnchor(Object& object, std::string_view anchor) {
@@ -151,9 +155,41 @@ void Document::rename(Object& object, const FeatureRecord& from, const FeatureRe
   change(object.attributes);
   change(object.values);
   change(object.references);
-  for (Object* child : object.children)
-    if (child->in == &from)
-      child->in = &to;
+  for (Object& child : object.children)
+    if (child.in == &from)
+      child.in = &to;
+}
+
+void Document::close() {
+  // Texts that steps make come to some hundred bytes an object; a file that makes them copy a long one again and again
+  // is after the memory.
+  constexpr std::size_t bytesOfObject = 256, times = 8;
+  mostBytes_ = (keptBytes_ + objects_.size() * bytesOfObject) * times;
+
+  boost::unordered_flat_map<Uuid, const ClassRecord*, UuidHash> outside;
+  for (const Outsider& each : outsiders_)
+    outside.emplace(each.uuid, each.record);
+  const auto check = [&](const Object& object, const FeatureRecord& feature, std::string_view reference) {
+    const Object* inside = target(reference);
+    const ClassRecord* record = inside ? inside->record : nullptr;
+    if (!record)
+      if (const auto uuid = parseUuid(reference))
+        if (const auto found = outside.find(*uuid); found != outside.end())
+          record = found->second;
+    if (!record)
+      raise(FrameworkError::DanglingReference, placeOf(object), feature.name(), reference);
+    if (!record->isA(*feature.target))
+      raise(FrameworkError::InvalidText, placeOf(object),
+            "\"" + std::string(feature.name()) + "\" cannot refer to an object of class \"" +
+                std::string(record->name()) + "\"");
+  };
+  for (const Object& object : objects_) {
+    for (const Attribute& attribute : object.attributes)
+      if (attribute.feature->isReference())
+        check(object, *attribute.feature, attribute.text);
+    for (const Reference& each : object.references)
+      check(object, *each.feature, each.target);
+  }
 }
 
 std::size_t Document::dropDanglingReferences() {

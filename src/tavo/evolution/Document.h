@@ -4,6 +4,8 @@
 
 #include "tavo/evolution/History.h"
 
+#include <boost/intrusive/list.hpp>
+
 #include <deque>
 #include <memory_resource>
 #include <optional>
@@ -36,18 +38,29 @@ struct Reference {
   std::string_view target; ///< an identity or an anchor
 };
 
+/// The objects of one owner, or those at the top: linked, so that each can go at once however many there are.
+using Sibling = boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::normal_link>>;
+using ObjectList =
+    boost::intrusive::list<Object, boost::intrusive::base_hook<Sibling>, boost::intrusive::constant_time_size<false>>;
+
 /// An object of a document, which owns it.
-struct TAVO_EXPORT Object {
+struct TAVO_EXPORT Object : Sibling {
   const ClassRecord* record; ///< null once it has been removed
   const FeatureRecord* in;   ///< the containment that holds it; null at the top
   Object* owner;             ///< null at the top
   Uuid uuid;
-  std::string_view anchor;
+  std::string_view anchor{};
   std::uint64_t line; ///< in the file; 0 for one that evolution has made
   std::vector<Attribute> attributes{};
   std::vector<ElementValue> values{};
   std::vector<Reference> references{};
-  std::vector<Object*> children{};
+  ObjectList children{};
+
+  Object(const ClassRecord& itsRecord, const FeatureRecord* itsPlace, Object* itsOwner, const Uuid& itsUuid,
+         std::uint64_t itsLine)
+      : record(&itsRecord), in(itsPlace), owner(itsOwner), uuid(itsUuid), line(itsLine) {}
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
 
   bool isA(const ClassRecord& other) const { return record->isA(other); }
   /// Null when the file does not say.
@@ -55,8 +68,9 @@ struct TAVO_EXPORT Object {
   /// Empty when the file does not say.
   std::string_view text(const FeatureRecord& feature) const;
   /// The child in a to-one containment; null when there is none.
-  Object* child(const FeatureRecord& feature) const;
-  std::vector<Object*> childrenIn(const FeatureRecord& feature) const;
+  Object* child(const FeatureRecord& feature);
+  const Object* child(const FeatureRecord& feature) const { return const_cast<Object*>(this)->child(feature); }
+  std::vector<Object*> childrenIn(const FeatureRecord& feature);
 };
 
 class TAVO_EXPORT Document {
@@ -83,7 +97,7 @@ public:
   Version versionOf(const Family& family) const;
   void setVersion(const Family& family, Version version);
 
-  const std::vector<Object*>& top() const { return top_; }
+  const ObjectList& top() const { return top_; }
   const std::vector<Outsider>& outsiders() const { return outsiders_; }
   /// All objects in the order of the file, owners first. A visit may remove the object and add to it; what it adds at
   /// the top is not visited.
@@ -110,7 +124,11 @@ public:
   void remove(Object& object);
   void move(Object& object, Object* owner, const FeatureRecord* in);
   /// An empty text is a value like any other.
-  void set(Object& object, const FeatureRecord& feature, std::string_view text);
+  void set(Object& object, const FeatureRecord& feature, std::string_view text) {
+    setKept(object, feature, keep(text));
+  }
+  /// The same with a text that the document keeps already, as it does all that stand in its objects.
+  static void setKept(Object& object, const FeatureRecord& feature, std::string_view text);
   void setAnchor(Object& object, std::string_view anchor);
   static void clear(Object& object, const FeatureRecord& feature);
   /// Puts the value of one feature under another.
@@ -122,15 +140,23 @@ public:
   /// than once goes by the beginning of its identity.
   void renewAnchors();
 
-  /// The text, kept as long as the document.
+  /// The text, kept as long as the document. Raises LimitExceeded when evolution makes many times of what was read.
   std::string_view keep(std::string_view text);
 
+  /// Says that all has been read. Raises DanglingReference and InvalidText for references that lead nowhere, or to an
+  /// object that they cannot lead to, so that steps need not ask.
+  void close();
+
 private:
+  ObjectList& listOf(Object* owner) { return owner ? owner->children : top_; }
+
   std::string name_;
   std::pmr::monotonic_buffer_resource arena_{64 << 10};
+  std::size_t keptBytes_ = 0;
+  std::size_t mostBytes_ = std::numeric_limits<std::size_t>::max();
   std::deque<Object> objects_;
   std::vector<FamilyVersion> families_;
-  std::vector<Object*> top_;
+  ObjectList top_;
   std::vector<Outsider> outsiders_;
   bool removedSome_ = false;
   boost::unordered_flat_map<Uuid, Object*, UuidHash> byUuid_;
@@ -139,14 +165,19 @@ private:
 
 template <class Visit>
 void Document::each(const Visit& visit) {
-  std::vector<Object*> waiting(top_.rbegin(), top_.rend());
+  std::vector<Object*> waiting;
+  const auto wait = [&](ObjectList& objects) {
+    for (auto each = objects.rbegin(); each != objects.rend(); ++each)
+      waiting.push_back(&*each);
+  };
+  wait(top_);
   while (!waiting.empty()) {
     Object& object = *waiting.back();
     waiting.pop_back();
     if (!object.record)
       continue;
     visit(object);
-    waiting.insert(waiting.end(), object.children.rbegin(), object.children.rend());
+    wait(object.children);
   }
 }
 

@@ -46,7 +46,7 @@ public:
   }
 
   void end(const Whereabouts&) override { frames_.pop_back(); }
-  void finish() override {}
+  void finish() override { document_.close(); }
 
 private:
   /// A class in the file's dictionary, with its features by the names that the file gives them.
@@ -68,6 +68,8 @@ private:
     const Version version = family->find(named.version);
     if (version == noVersion)
       raise(FrameworkError::InvalidFamilyVersion, named.version, named.name, family->versions.back(), named.place);
+    if (isListed(*family))
+      raiseInvalid(named.place, "the schema \"" + named.name + "\" is listed twice");
     document_.setVersion(*family, version);
   }
 
@@ -87,6 +89,9 @@ private:
       const FeatureRecord* found = record->find(feature.id);
       if (!found || !found->life.holds(document_.versionOf(*found->owner->family)))
         raise(FrameworkError::UnknownFeature, feature.place, feature.name, described.name);
+      for (const auto& [known, other] : entry.features)
+        if (known == feature.name || other == found)
+          raiseInvalid(feature.place, "the feature \"" + feature.name + "\" is listed twice");
       entry.features.emplace_back(feature.name, found);
     }
     const auto [found, isNew] = entries_.emplace(described.name, std::make_unique<Entry>(std::move(entry)));
@@ -119,13 +124,16 @@ private:
     if (in && !entry.record->isA(*in->target))
       raiseInvalid(at_->place(), "\"" + std::string(in->name()) + "\" cannot hold an object of class \"" +
                                      std::string(entry.record->name()) + "\"");
+    const std::size_t place = in ? position(*in) : 0;
     Uuid uuid{};
     if (const auto* given = findAttribute(attributes, xf::uuid))
       uuid = requireUuid(given->value, *at_);
     else if (in && in->givesIdentityTo(*entry.record))
-      uuid = in->derivedIdentity(owner->uuid, keyOf(entry, *in, attributes), position(*in));
+      uuid = in->derivedIdentity(owner->uuid, keyOf(entry, *in, attributes), place);
     else
       raiseInvalid(at_->place(), "the object has no identity");
+    if (uuid.is_nil())
+      raiseInvalid(at_->place(), "the identity of the object is nil");
     Object& object = document_.add(*entry.record, owner, in, uuid, at_->line());
     frames_.push_back({Frame::Kind::object, &object, &entry});
     for (const XmlAttribute& attribute : attributes)
@@ -160,8 +168,11 @@ private:
   std::size_t position(const FeatureRecord& feature) {
     auto& positions = frames_.back().positions;
     for (auto& [known, next] : positions)
-      if (known == &feature)
+      if (known == &feature) {
+        if (feature.kind == FeatureKind::containsOne)
+          raiseInvalid(at_->place(), "\"" + std::string(feature.name()) + "\" holds one object only");
         return next++;
+      }
     positions.emplace_back(&feature, 1);
     return 0;
   }
@@ -190,6 +201,8 @@ private:
       frames_.push_back({Frame::Kind::leaf, nullptr, nullptr});
       return;
     case FeatureKind::attribute:
+      if (std::ranges::find(frame.object->values, &feature, &ElementValue::feature) != frame.object->values.end())
+        raiseInvalid(at_->place(), "\"" + std::string(feature.name()) + "\" stands twice in one object");
       frame.object->values.push_back({&feature, fieldsOf(attributes)});
       frames_.push_back({Frame::Kind::value, frame.object, nullptr});
       return;

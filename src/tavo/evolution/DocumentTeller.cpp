@@ -74,8 +74,8 @@ private:
       use(*value.feature, used);
     for (const auto& reference : object.references)
       use(*reference.feature, used);
-    for (const Object* child : object.children)
-      use(*child->in, used);
+    for (const Object& child : object.children)
+      use(*child.in, used);
   }
 
   const Document& document_;
@@ -116,8 +116,8 @@ public:
 
   void tell() {
     std::vector<Step> path;
-    for (const Object* top : document_.top()) {
-      path.push_back(start(*top));
+    for (const Object& top : document_.top()) {
+      path.push_back(start(top));
       while (!path.empty()) {
         Step& step = path.back();
         at_ = step.object;
@@ -179,8 +179,8 @@ private:
       parts.push_back({.feature = value.feature, .value = &value});
     for (const auto& reference : object.references)
       parts.push_back({.feature = reference.feature, .reference = &reference});
-    for (const Object* child : object.children)
-      parts.push_back({.feature = child->in, .child = child});
+    for (const Object& child : object.children)
+      parts.push_back({.feature = child.in, .child = &child});
     if (!std::ranges::is_sorted(parts, {}, orderOf))
       std::ranges::stable_sort(parts, {}, orderOf);
     return parts;

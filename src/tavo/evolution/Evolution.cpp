@@ -106,16 +106,18 @@ private:
 } // namespace
 
 void Account::note(const Document&, const Object& object, std::string_view what, std::string_view effect) {
+  // Long names are cut: an object may have thousands of losses.
+  constexpr std::size_t longest = 300, longestPath = 1000;
   std::string path;
   std::string_view below;
-  for (const Object* at = &object; at; at = at->owner)
+  for (const Object* at = &object; at && path.size() < longestPath; at = at->owner)
     for (const Attribute& attribute : at->attributes)
       // What is called like its only owner adds nothing.
       if (attribute.feature->name() == "Name" && attribute.text != below) {
         below = attribute.text;
-        path.insert(0, path.empty() ? "" : ".").insert(0, below);
+        path.insert(0, path.empty() ? "" : ".").insert(0, quoted(below, longest));
       }
-  losses_.push_back({std::move(path), std::string(what), std::string(effect)});
+  losses_.push_back({std::move(path), quoted(what, longest), quoted(effect, longest)});
 }
 
 bool registerSteps(std::string_view family, std::span<const Step> steps) noexcept {

@@ -201,8 +201,10 @@ void raiseUnexpected(std::string_view element, const std::string& place) {
   raiseInvalid(place, "the element \"" + std::string(element) + "\" has no place here");
 }
 
-std::string quoted(std::string_view text) {
-  constexpr std::size_t longest = 80;
+std::string quoted(std::string_view text, std::size_t longest) {
+  if (text.size() > longest)
+    while (longest > 0 && (static_cast<unsigned char>(text[longest]) & 0xC0u) == 0x80u)
+      --longest; // not within a character
   return std::string(text.substr(0, longest));
 }
 

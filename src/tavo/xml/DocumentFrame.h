@@ -92,7 +92,7 @@ void forEachWord(std::string_view text, const Visit& visit) {
   }
 }
 
-/// A part of a faulty text for a message.
-std::string quoted(std::string_view text);
+/// A text for a message: of a long one, only the beginning.
+std::string quoted(std::string_view text, std::size_t longest = 80);
 
 } // namespace tavo

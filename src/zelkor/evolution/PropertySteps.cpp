@@ -8,7 +8,6 @@
 #include <cctype>
 #include <charconv>
 #include <optional>
-#include <set>
 #include <tuple>
 
 namespace zelkor::property::evolution {
@@ -63,6 +62,12 @@ std::vector<std::string_view> itemsOf(const Object& object, const FeatureRecord&
   return texts;
 }
 
+/// The names of objects are whatever a file says, and may be long.
+std::string inWords(std::string_view what, std::string_view name) {
+  constexpr std::size_t longest = 200;
+  return std::string(what) + " " + std::string(name.substr(0, longest));
+}
+
 void addItem(Document& document, Object& object, const FeatureRecord& feature, std::string_view text) {
   auto found = std::ranges::find(object.values, &feature, &ElementValue::feature);
   if (found == object.values.end())
@@ -88,9 +93,9 @@ std::string_view formerTypeFor(const Object& type) {
 }
 
 /// An enumeration goes by the name that it has with the host.
-std::string nameOf(const Object& type) {
+std::string_view nameOf(const Object& type) {
   const bool isEnumeration = type.record->name() == "Enumeration";
-  return std::string(type.text(isEnumeration ? type.record->feature("nameProxy") : records().name));
+  return type.text(isEnumeration ? type.record->feature("nameProxy") : records().name);
 }
 
 /// Members of enumerations in an expression ("LinkColor.Red") become texts of their names, and arrays of them lists.
@@ -155,15 +160,15 @@ void useFormerTypes(Document& document, Account& account) {
         continue;
       document.set(object, *feature, document.referenceTo(*found->second));
       if (feature != &ofValue)
-        account.note(document, object, (feature == &ofType ? "the base type " : "the type ") + nameOf(*type),
-                     "becomes " + std::string(instead));
+        account.note(document, object, inWords(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
+                     inWords("becomes", instead));
       else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration")
         document.set(object, text, membersAsTexts(*member));
     }
     if (object.isA(r.elementValue)) {
       document.set(object, expression, membersAsTexts(object.text(expression)));
       if (object.find(units) && object.owner)
-        account.note(document, *object.owner, "the units of " + std::string(object.text(property)), "are left out");
+        account.note(document, *object.owner, inWords("the units of", object.text(property)), "are left out");
       Document::clear(object, units);
     }
     if (object.isA(r.type) && !formerTypeFor(object).empty())
@@ -199,25 +204,43 @@ public:
       document_.each(record, [this](Object& known) { resolver_ = &known; });
     if (!resolver_) {
       // The identity has to be the same each time the file is read.
-      const auto& first = *document_.top().front();
+      const auto& first = document_.top().front();
       resolver_ = &document_.add(record, nullptr, nullptr, tavo::nameUuid(first.uuid, record.qualifiedName));
       const auto& family = *record.family;
       const auto& known = document_.families();
       if (std::ranges::none_of(known, [&](const auto& each) { return each.family == &family; }))
         document_.setVersion(family, family.find("Linnet"));
+      reference_ = document_.referenceTo(*resolver_);
     }
-    return document_.referenceTo(*resolver_);
+    return reference_;
   }
 
 private:
   Document& document_;
   Object* resolver_ = nullptr;
+  std::string_view reference_;
 };
 
 void referenceByProxy(Document& document) {
   const auto& source = records().source;
+  const auto& id = source.feature("targetId");
+  const auto& ofClass = source.feature("targetClassId");
+  const auto& name = source.feature("targetName");
+  const auto& resolvedBy = source.feature("resolver");
   const auto features = converted();
   OwnResolver resolver(document);
+  // What references to one object say is the same, and kept once, however many and however long.
+  struct Told {
+    std::string_view uuid, classId, path;
+  };
+  boost::unordered_flat_map<const Object*, Told> told;
+  const auto tell = [&](const Object& target) -> const Told& {
+    const auto [found, isNew] = told.try_emplace(&target);
+    if (isNew)
+      found->second = {document.referenceTo(target), document.keep(tavo::toText(target.record->id)),
+                       document.keep(pathOf(target))};
+    return found->second;
+  };
   document.each([&](Object& object) {
     for (const auto& [plain, proxy] : features) {
       const auto* reference = object.find(*plain);
@@ -227,10 +250,11 @@ void referenceByProxy(Document& document) {
       if (!target)
         raise(tavo::FrameworkError::DanglingReference, document.placeOf(object), plain->name(), *reference);
       auto& made = document.addPart(source, object, *proxy);
-      document.set(made, source.feature("targetId"), tavo::toText(target->uuid));
-      document.set(made, source.feature("targetClassId"), tavo::toText(target->record->id));
-      document.set(made, source.feature("targetName"), pathOf(*target));
-      document.set(made, source.feature("resolver"), resolver.reference());
+      const auto& [uuid, classId, path] = tell(*target);
+      Document::setKept(made, id, uuid);
+      Document::setKept(made, ofClass, classId);
+      Document::setKept(made, name, path);
+      Document::setKept(made, resolvedBy, resolver.reference());
       Document::clear(object, *plain);
     }
   });
@@ -245,7 +269,7 @@ const Object* withUnitsOfDefault(Document& document, Object& definition, const O
   if (units.empty() || !type.isA(library("property.RealType")) || definition.child(owned))
     return &type;
   auto& made = document.add(*type.record, &definition, &owned, tavo::nameUuid(definition.uuid, "ownedType"));
-  document.set(made, r.name, type.text(r.name));
+  Document::setKept(made, r.name, type.text(r.name));
   document.set(made, r.type.feature("baseType"), document.referenceTo(type));
   document.set(made, library("property.RealType").feature("units"), units);
   document.set(*value, r.value.feature("valueType"), document.referenceTo(made));
@@ -263,15 +287,16 @@ void referencePlainly(Document& document, Account& account) {
       types.try_emplace(type.text(r.name), &type);
   });
   // A type of the profile by the same name, else the built-in one of its sort.
-  const auto typeLike = [&](const Object& source, const std::string& name) -> const Object* {
+  const auto typeLike = [&](const Object& source, std::string_view name) -> const Object* {
     const auto id = tavo::parseUuid(source.text(r.source.feature("targetClassId")));
     const auto* record = id ? findClass(*id) : nullptr;
     const std::string_view sort = record ? record->name() : std::string_view();
-    for (const auto& each :
-         {std::string_view(name).substr(name.rfind('.') + 1), std::string_view(sort == "FloatType"     ? "double"
-                                                                               : sort == "IntegerType" ? "int32"
-                                                                               : sort == "BooleanType" ? "boolean"
-                                                                                                       : "string")})
+    constexpr std::size_t longest = 1000; // no type has a longer name, but a file may
+    name.remove_prefix(name.size() - std::min(name.size(), longest));
+    for (const auto& each : {name.substr(name.rfind('.') + 1), std::string_view(sort == "FloatType"     ? "double"
+                                                                                : sort == "IntegerType" ? "int32"
+                                                                                : sort == "BooleanType" ? "boolean"
+                                                                                                        : "string")})
       if (const auto found = types.find(each); found != types.end() && found->second != source.owner)
         return found->second;
     return nullptr;
@@ -283,16 +308,17 @@ void referencePlainly(Document& document, Account& account) {
         continue;
       const auto uuid = tavo::parseUuid(made->text(r.source.feature("targetId")));
       const auto* target = uuid ? document.find(*uuid) : nullptr;
-      const std::string name(made->text(r.source.feature("targetName")));
+      const auto name = made->text(r.source.feature("targetName"));
       if (!target && plain->target == &r.type) {
         target = typeLike(*made, name);
         if (target && !object.isA(r.value))
-          account.note(document, object, (object.isA(r.type) ? "the base type " : "the type ") + name,
-                       "becomes " + std::string(target->text(r.name)));
+          account.note(document, object, inWords(object.isA(r.type) ? "the base type" : "the type", name),
+                       inWords("becomes", target->text(r.name)));
         if (target && object.isA(r.definition))
           target = withUnitsOfDefault(document, object, *target);
       } else if (!target) {
-        account.note(document, object, "the parent " + name, "is left out, with what the stereotype inherits from it");
+        account.note(document, object, inWords("the parent", name),
+                     "is left out, with what the stereotype inherits from it");
       }
       if (target)
         document.set(object, *plain, document.referenceTo(*target));
@@ -307,13 +333,19 @@ class NumberedNames {
 public:
   std::string next(std::string_view name) {
     std::string unique(name);
-    for (int number = 2; !taken_.insert(unique).second; ++number)
-      unique = std::string(name) + "_" + std::to_string(number);
+    if (const auto [known, isNew] = last_.try_emplace(unique, 1); !isNew) {
+      auto number = known->second;
+      do
+        unique = std::string(name) + "_" + std::to_string(++number);
+      while (last_.contains(unique));
+      known->second = number;
+      last_.emplace(unique, 1);
+    }
     return unique;
   }
 
 private:
-  std::set<std::string> taken_;
+  boost::unordered_flat_map<std::string, std::size_t> last_; ///< the number that the last of each name got
 };
 
 void placeProperties(Document& document) {
@@ -335,16 +367,16 @@ void placeProperties(Document& document) {
 void listProperties(Document& document) {
   const auto& r = records();
   const auto& index = r.definition.feature("p_Index");
-  const auto placeOf = [&](const Object* object) {
+  const auto placeOf = [&](const Object& object) {
     std::uint32_t place = 0;
-    const auto text = object->isA(r.definition) ? object->text(index) : std::string_view();
+    const auto text = object.isA(r.definition) ? object.text(index) : std::string_view();
     std::from_chars(text.data(), text.data() + text.size(), place);
     return place;
   };
   document.each(r.set, [&](Object& set) {
-    std::ranges::stable_sort(set.children, {}, placeOf);
-    for (auto* property : set.children)
-      Document::clear(*property, index);
+    set.children.sort([&](const Object& a, const Object& b) { return placeOf(a) < placeOf(b); }); // a stable one
+    for (auto& property : set.children)
+      Document::clear(property, index);
   });
 }
 
@@ -419,7 +451,7 @@ void keepElementData(Document& document) {
                        std::string_view of) -> Object& {
     if (!data)
       data = &document.add(r.v1Data, nullptr, nullptr,
-                           tavo::nameUuid(document.top().front()->uuid, r.v1Data.qualifiedName));
+                           tavo::nameUuid(document.top().front().uuid, r.v1Data.qualifiedName));
     auto& made = document.add(record, data, &r.v1Data.feature(list),
                               tavo::nameUuid(element.uuid, std::string(list) + " " + std::string(of)));
     document.set(made, record.feature("p_ElemUUID"), tavo::toText(element.uuid));
@@ -486,7 +518,7 @@ void returnElementData(Document& document, Account& account) {
     return element && element->isA(r.element) ? element : nullptr;
   };
   document.each(r.entry, [&](Object& entry) {
-    const auto* usage = entry.owner->owner;
+    const auto* usage = entry.owner ? entry.owner->owner : nullptr;
     const auto* value = entry.child(r.entry.feature("p_Value"));
     if (!usage || !usage->isA(r.usage) || !usage->owner || !value)
       return;
@@ -549,7 +581,7 @@ void giveUnitService(Document& document) {
   for (const auto* name : {"property.IntegerType", "property.FloatType"})
     document.each(library(name), [&](Object& type) {
       if (reference.empty()) {
-        const auto uuid = tavo::nameUuid(document.top().front()->uuid, service.qualifiedName);
+        const auto uuid = tavo::nameUuid(document.top().front().uuid, service.qualifiedName);
         reference = document.referenceTo(document.add(service, nullptr, nullptr, uuid));
       }
       document.set(type, checker, reference);
@@ -639,6 +671,8 @@ void useTextsForLists(Document& document, Account& account) {
     if (type.text(r.name) == "string" && !text)
       text = &type;
   });
+  const auto textId = text ? document.referenceTo(*text) : std::string_view();
+  const auto textPath = text ? document.keep(pathOf(*text)) : std::string_view();
   std::vector<Object*> lists;
   document.each(list, [&](Object& type) { lists.push_back(&type); });
   OwnResolver own(document); // the list may be one of another profile
@@ -647,15 +681,15 @@ void useTextsForLists(Document& document, Account& account) {
   document.each(r.source, [&](Object& source) {
     if (source.text(r.source.feature("targetClassId")) != tavo::toText(list.id))
       return;
-    if (source.owner->isA(r.definition))
+    if (source.owner && source.owner->isA(r.definition))
       account.note(document, *source.owner, "the type stringArray", "becomes string");
     if (!text)
       return;
-    document.set(source, id, tavo::toText(text->uuid));
+    Document::setKept(source, id, textId);
     document.set(source, r.source.feature("targetClassId"), tavo::toText(text->record->id));
-    document.set(source, r.source.feature("targetName"), pathOf(*text));
+    Document::setKept(source, r.source.feature("targetName"), textPath);
     if (hasOwnResolvers)
-      document.set(source, r.source.feature("resolver"), own.reference());
+      Document::setKept(source, r.source.feature("resolver"), own.reference());
   });
   for (auto* type : lists)
     document.remove(*type);
@@ -666,7 +700,7 @@ void importDependencies(Document& document, Account& account) {
   const auto& dependent = r.profiles.feature("p_DependentProfileProxy");
   document.each(r.profiles, [&](Object& profiles) {
     for (const auto* source : profiles.childrenIn(dependent))
-      account.note(document, profiles, "the profile " + std::string(source->text(r.source.feature("targetName"))),
+      account.note(document, profiles, inWords("the profile", source->text(r.source.feature("targetName"))),
                    "becomes an import of its own");
     Document::rename(profiles, dependent, r.profiles.feature("ProfileProxy"));
   });

@@ -70,7 +70,7 @@ void shareTargets(Document& document) {
         target = &document.add(r.target, resolver, &r.proxies, tavo::nameUuid(resolver->uuid, id));
         for (int i = 0; i < 3; ++i)
           if (const auto* text = source.find(*r.ofSource[i]))
-            document.set(*target, *r.ofTarget[i], *text);
+            Document::setKept(*target, *r.ofTarget[i], *text);
       }
       document.set(source, r.shared, document.referenceTo(*target));
     }
@@ -85,12 +85,20 @@ void tellEachSource(Document& document, Account&) {
   // What had lost its resolver was found again by name, as if there were one.
   const auto& named = classNamed("zelkor.profile.ProfileResolver");
   document.each(classNamed("zelkor.services.proxy.LostModelResolver"), [&](Object& lost) { lost.record = &named; });
+  boost::unordered_flat_map<const Object*, std::string_view> references;
+  const auto referenceTo = [&](const Object& resolver) {
+    const auto [found, isNew] = references.try_emplace(&resolver);
+    if (isNew)
+      found->second = document.referenceTo(resolver);
+    return found->second;
+  };
   document.each(r.source, [&](Object& source) {
     if (const auto* target = document.target(source.text(r.shared))) {
       for (int i = 0; i < 3; ++i)
         if (const auto* text = target->find(*r.ofTarget[i]))
-          document.set(source, *r.ofSource[i], *text);
-      document.set(source, r.resolvedBy, document.referenceTo(*target->owner));
+          Document::setKept(source, *r.ofSource[i], *text);
+      if (target->owner)
+        Document::setKept(source, r.resolvedBy, referenceTo(*target->owner));
     }
     Document::clear(source, r.shared);
   });

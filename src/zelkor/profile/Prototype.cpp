@@ -1,5 +1,7 @@
 #include "zelkor/profile/Prototype.impl.h"
 
+#include "tavo/core/Errors.h"
+#include "tavo/core/Limits.h"
 #include "tavo/model/Transaction.h"
 #include "zelkor/clone/CloneContext.h"
 #include "zelkor/framework/Errors.h"
@@ -180,6 +182,9 @@ void Prototype::Impl::checkHealth() const {
       raise(ProfileError::CircularPrototypeInheritance, getFullyQualifiedName(), getParent().getFullyQualifiedName());
     if (contains(line, next))
       break; // a circle further up is the fault of those in it
+    // All ancestors are asked for every stereotype: those of a line of thousands would take for ever.
+    if (const auto most = tavo::Limits::current().nesting; line.size() > most)
+      raise(tavo::FrameworkError::LimitExceeded, getFullyQualifiedName(), "the stereotypes above one", most);
     line.push_back(next);
   }
   line.erase(line.begin());

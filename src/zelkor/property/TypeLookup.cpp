@@ -1,5 +1,7 @@
 #include "zelkor/property/TypeLookup.h"
 
+#include "tavo/core/Errors.h"
+#include "tavo/core/Limits.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/property/Enumeration.h"
 #include "zelkor/property/ValueType.impl.h"
@@ -27,6 +29,8 @@ bool BaseTypes::next() {
     return false;
   if (base == passed_)
     raise(PropertyError::BaseTypeCycle, base.getName());
+  if (const auto most = tavo::Limits::current().nesting; steps_ >= most) // every property goes through all of them
+    raise(tavo::FrameworkError::LimitExceeded, base.getName(), "the base types of one type", most);
   if (++steps_ == renewAt_) {
     renewAt_ *= 2;
     passed_ = base;
