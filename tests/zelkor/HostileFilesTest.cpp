@@ -16,9 +16,11 @@ protected:
   }
   /// A profile of the first release: the example, with other content.
   std::string old(const std::string& content) const {
-    const auto example = contentOf(fs::path(ZELKOR_TEST_DATA) / "releases" / "Plover" / "Plant.xml");
-    return example.substr(0, example.find("<Profile uuid")) + "<Profile uuid=\"" + identity(0) +
-           "\" Name=\"Hostile\">" + content + "</Profile></objects></tavo>";
+    const auto example = contentOf(fs::path(ZELKOR_TEST_DATA) / "../../data/releases/Plover/Plant.xml");
+    const auto head = example.find("<Profile uuid");
+    EXPECT_NE(head, example.npos);
+    return example.substr(0, head) + "<Profile uuid=\"" + identity(0) + "\" Name=\"Hostile\">" + content +
+           "</Profile></objects></tavo>";
   }
   /// Its only stereotype, with so many properties.
   static std::string properties(std::size_t count, const std::string& name, const std::string& type) {

@@ -1,6 +1,7 @@
 // What the versions of the library's schema did to files, beyond what the schemas say; docs/schema-history.md tells
 // why.
 #include "tavo/core/Errors.h"
+#include "tavo/core/Limits.h"
 #include "tavo/evolution/Evolution.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cctype>
 #include <charconv>
 #include <optional>
+#include <set>
 #include <tuple>
 
 namespace zelkor::property::evolution {
@@ -199,25 +201,27 @@ class OwnResolver {
 public:
   explicit OwnResolver(Document& document) : document_(document) {}
   std::string_view reference() {
-    const auto& record = library("services.proxy.CurrentModelResolver");
-    if (!resolver_)
-      document_.each(record, [this](Object& known) { resolver_ = &known; });
-    if (!resolver_) {
-      // The identity has to be the same each time the file is read.
-      const auto& first = document_.top().front();
-      resolver_ = &document_.add(record, nullptr, nullptr, tavo::nameUuid(first.uuid, record.qualifiedName));
-      const auto& family = *record.family;
-      const auto& known = document_.families();
-      if (std::ranges::none_of(known, [&](const auto& each) { return each.family == &family; }))
-        document_.setVersion(family, family.find("Linnet"));
-      reference_ = document_.referenceTo(*resolver_);
-    }
+    if (reference_.empty())
+      reference_ = document_.referenceTo(resolver());
     return reference_;
   }
 
 private:
+  Object& resolver() {
+    const auto& record = library("services.proxy.CurrentModelResolver");
+    Object* known = nullptr;
+    document_.each(record, [&](Object& each) { known = &each; });
+    if (known)
+      return *known;
+    const auto& family = *record.family;
+    const auto& families = document_.families();
+    if (std::ranges::none_of(families, [&](const auto& each) { return each.family == &family; }))
+      document_.setVersion(family, family.find("Linnet"));
+    // The identity has to be the same each time the file is read.
+    return document_.add(record, nullptr, nullptr, tavo::nameUuid(document_.top().front().uuid, record.qualifiedName));
+  }
+
   Document& document_;
-  Object* resolver_ = nullptr;
   std::string_view reference_;
 };
 
@@ -498,9 +502,12 @@ boost::unordered_flat_map<std::string_view, std::string_view> parentsInOtherProf
   boost::unordered_flat_map<std::string_view, std::string_view> found;
   document.each(r.setUsage, [&](Object& usage) {
     const auto name = usage.text(r.name);
-    std::set<const Object*> passed{&usage};
-    for (const auto* at = document.target(usage.text(r.setUsage.feature("p_Parent"))); at && passed.insert(at).second;
-         at = document.target(at->text(r.setUsage.feature("p_Parent"))))
+    const auto parentOf = [&](const Object& each) {
+      return document.target(each.text(r.setUsage.feature("p_Parent")));
+    };
+    // No further than stereotypes may inherit: a file may lead in circles, or along a line of thousands for each.
+    auto left = tavo::Limits::current().nesting;
+    for (const auto* at = parentOf(usage); at && left > 0; at = parentOf(*at), --left)
       if (const auto parent = at->text(r.name); profileOf(parent) != profileOf(name)) {
         found.try_emplace(name, parent);
         break;
