@@ -6,6 +6,7 @@
 #include "arch/Connector.h"
 #include "arch/Port.h"
 #include "zelkor/evolution/Evolver.h"
+#include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/evolution/ReleaseRegistry.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/meta/ValueStruct.h"
@@ -216,7 +217,7 @@ TEST_F(CorpusTest, PresentFilesGoDownToEachReleaseAndComeBack) {
       const auto old = down(now, release);
       account += release.toUtf8() + "\n";
       for (const auto& loss : losses_)
-        account += "  " + loss.object + ": " + loss.what + " " + loss.effect + "\n";
+        account += "  " + loss.object + ": " + property::evolution::inWords(loss) + "\n";
       const auto again = upAgain(old, path.filename());
       if (release == present) {
         EXPECT_EQ(differences(now, again), "");

@@ -6,10 +6,16 @@
 #include "tests/support/FaultyHost.h"
 
 #include "zelkor/clone/CloneContext.h"
+#include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/profile/ProfileUseChecker.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace zelkor {
 namespace {
+
+namespace fs = std::filesystem;
 
 class ModelFaultTest : public ModelFixture {
 protected:
@@ -175,11 +181,104 @@ TEST_F(ModelFaultTest, WhatIsReadFromFilesOnTheWay) {
 }
 
 TEST_F(ModelFaultTest, WhatIsOpenedIsOpenedWholeOrNotAtAll) {
-  modelFile.saveAs(file("plant.xml"));
-  const auto models = tavo::Constellation::process().models().size();
-  testsupport::failEachAllocation(
-      [&] { (void)ModelFile::open(file("plant.xml")); },
-      [&](std::size_t) { EXPECT_EQ(tavo::Constellation::process().models().size(), models); });
+  for (const auto* release : {u"Avocet", u"Plover"}) {
+    property::evolution::exportForRelease(model(), u"plant", file("plant.xml"), release);
+    const auto models = tavo::Constellation::process().models().size();
+    const auto failures = testsupport::failEachAllocation(
+        [&] { (void)ModelFile::open(file("plant.xml")); },
+        [&](std::size_t) { EXPECT_EQ(tavo::Constellation::process().models().size(), models); });
+    EXPECT_GT(failures, 100u);
+  }
+}
+
+class UpgradeTest : public ModelFaultTest {
+protected:
+  UpgradeTest() {
+    property::evolution::exportForRelease(model(), u"old", path, u"Thrush");
+    before = contentOf(path);
+    auto old = ModelFile::open(path);
+    old.save();
+    after = contentOf(path);
+    restore();
+  }
+  void restore() const {
+    fs::remove(path);
+    write(path, before);
+  }
+  /// Opens the old file and saves it, with one call of the file system failing; whether any did.
+  bool upgradeWith(testsupport::FaultyFileSystem& faulty) {
+    const tavo::ScopedFileSystem installed(faulty);
+    auto old = ModelFile::open(path);
+    try {
+      old.save();
+    } catch (const tavo::Error& error) {
+      const bool isNew = error.id() == "tavo:io:SavedButNotSynced";
+      EXPECT_EQ(old.olderVersion(), isNew ? "" : "2.2");
+      EXPECT_EQ(contentOf(path), isNew ? after : before);
+      return true;
+    }
+    return faulty.calls.size() > faulty.failing;
+  }
+
+  const fs::path path = file("old.xml");
+  std::string before, after;
+};
+
+TEST_F(UpgradeTest, LeavesTheOldFileOrTheNewOneWhateverFails) {
+  bool failed = true;
+  for (std::size_t failing = 0; failed; ++failing) {
+    ASSERT_LT(failing, 1000u);
+    restore();
+    testsupport::FaultyFileSystem faulty;
+    faulty.failing = failing, faulty.mostAtOnce = 10'000;
+    try {
+      failed = upgradeWith(faulty);
+    } catch (const tavo::Error&) { // it could not even be opened
+      EXPECT_EQ(contentOf(path), before);
+    }
+  }
+  EXPECT_EQ(contentOf(path), after);
+  restore();
+  testsupport::failEachAllocation([&] { ModelFile::open(path).save(); },
+                                  [&](std::size_t) { EXPECT_EQ(contentOf(path), before); });
+  EXPECT_EQ(contentOf(path), after);
+}
+
+TEST_F(UpgradeTest, LeavesTheOldFileOrTheNewOneWhenTheProcessIsKilled) {
+  bool killed = true;
+  for (std::size_t failing = 0; killed; ++failing) {
+    ASSERT_LT(failing, 1000u);
+    restore();
+    const auto child = ::fork();
+    if (child == 0) {
+      testsupport::FaultyFileSystem faulty;
+      faulty.failing = failing, faulty.mostAtOnce = 10'000, faulty.killing = true;
+      upgradeWith(faulty);
+      ::_exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    killed = WIFSIGNALED(status);
+    const auto content = contentOf(path);
+    EXPECT_TRUE(content == after || (killed && content == before)) << failing;
+  }
+}
+
+TEST_F(UpgradeTest, OfTwoProcessesTheSecondIsTold) {
+  auto mine = ModelFile::open(path);
+  const auto child = ::fork();
+  if (child == 0) {
+    auto theirs = ModelFile::open(path);
+    theirs.save();
+    ::_exit(0);
+  }
+  ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+  Architecture::getArchitecture(mine.model()).addComponent(u"Mine");
+  EXPECT_ERROR(mine.save(), "tavo:io:FileChangedOnDisk");
+  EXPECT_TRUE(mine.isDirty());
+  EXPECT_EQ(contentOf(path), after);
+  mine.saveAs(file("mine.xml"));
+  EXPECT_FALSE(mine.isDirty());
 }
 
 } // namespace

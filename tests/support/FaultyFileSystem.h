@@ -4,14 +4,16 @@
 #include "tavo/io/FileSystem.h"
 
 #include <cerrno>
+#include <csignal>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace testsupport {
 
-/// The operating system's file system, but the n-th call fails, or all calls from the n-th on; it keeps a list of its
-/// calls.
+/// The operating system's file system, but the n-th call fails, or all calls from the n-th on, or the process is gone
+/// instead of the n-th call; it keeps a list of its calls.
 class FaultyFileSystem final : public tavo::FileSystem {
 public:
   static constexpr std::size_t never = static_cast<std::size_t>(-1);
@@ -32,7 +34,11 @@ public:
   }
   std::size_t write(Handle file, std::string_view bytes) override {
     // In bits, as a file system may.
-    return call("write"), real_.write(file, bytes.substr(0, 5));
+    call("write");
+    std::string taken(bytes.substr(0, mostAtOnce));
+    if (const auto at = garbled.empty() ? taken.npos : taken.find(garbled); at != taken.npos)
+      taken.replace(at, garbled.size(), garbled.size(), '?');
+    return real_.write(file, taken);
   }
   void copyAccess(Handle file, const tavo::FileInfo& from) override {
     call("copyAccess"), real_.copyAccess(file, from);
@@ -53,6 +59,9 @@ public:
 
   std::size_t failing = never;
   bool fromThereOn = false;
+  bool killing = false;
+  std::size_t mostAtOnce = 5; ///< bytes that one write takes
+  std::string garbled{};      ///< reaches the disk as something else
   int error = EIO;
   std::vector<std::string> calls;
 
@@ -60,6 +69,8 @@ private:
   void call(const char* name) {
     const std::size_t number = calls.size();
     calls.emplace_back(name);
+    if (killing && number == failing)
+      ::kill(::getpid(), SIGKILL);
     if (number == failing || (fromThereOn && number > failing))
       throw std::system_error(error, std::generic_category());
   }

@@ -54,21 +54,25 @@ TEST_F(ProfileFaultTest, AProfileIsRenamedForEverybodyOrForNobody) {
 }
 
 TEST_F(ProfileFaultTest, AProfileIsLoadedWithWhatItNeedsOrNotAtAll) {
-  saveParentAndChild();
   std::string announced;
   const auto token = services::ModelEventBroadcastSystem::instance().subscribe(
       [&](const services::ModelEvent& event) { announced += event.name.toUtf8(); });
-  const auto models = tavo::Constellation::process().models().size();
-  const auto failures =
-      testsupport::failEachAllocation([&] { Profile::loadFromFile(u"Child"); },
-                                      [&](std::size_t) {
-                                        EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{});
-                                        EXPECT_EQ(tavo::Constellation::process().models().size(), models);
-                                        EXPECT_EQ(announced, "");
-                                      });
-  EXPECT_GT(failures, 100u);
-  EXPECT_FALSE(Profile::findLoadedProfile(u"Child").getIsUnhealthyOnLoad());
-  EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Child", u"Parent"}));
+  for (const auto* release : {u"Avocet", u"Thrush"}) {
+    saveParentAndChildFor(release);
+    announced.clear();
+    const auto models = tavo::Constellation::process().models().size();
+    const auto failures =
+        testsupport::failEachAllocation([&] { Profile::loadFromFile(u"Child"); },
+                                        [&](std::size_t) {
+                                          EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{});
+                                          EXPECT_EQ(tavo::Constellation::process().models().size(), models);
+                                          EXPECT_EQ(announced, "");
+                                        });
+    EXPECT_GT(failures, 100u);
+    EXPECT_FALSE(Profile::findLoadedProfile(u"Child").getIsUnhealthyOnLoad());
+    EXPECT_EQ(catalog().getLoadedProfileNames(), (Texts{u"Child", u"Parent"}));
+    catalog().unloadAllProfiles();
+  }
 }
 
 TEST_F(ProfileFaultTest, AProfileIsMadeOrNot) {
@@ -102,6 +106,26 @@ TEST_F(ProfileFaultTest, AProfileKnowsWhetherItWasSaved) {
   EXPECT_GT(failures, 10u);
   EXPECT_FALSE(profile.dirty());
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 2); // the profile and the working folder
+}
+
+TEST_F(ProfileFaultTest, AProfileIsExportedOrWhatWasThereStays) {
+  const auto profile = Profile::newProfile(u"P");
+  add(profile, u"Stereotype");
+  save(profile);
+  profile.setDescription(u"changed since");
+  write(file("old.xml"), "what was there");
+  const auto models = tavo::Constellation::process().models().size();
+  const auto failures = testsupport::failEachAllocation(
+      [&] { profile.exportToPrevious(text(file("old.xml")), u"Plover"); },
+      [&](std::size_t) {
+        EXPECT_EQ(contentOf(file("old.xml")), "what was there");
+        EXPECT_EQ(tavo::Constellation::process().models().size(), models);
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 3); // both files and the working folder
+      });
+  EXPECT_GT(failures, 1000u);
+  EXPECT_NE(contentOf(file("old.xml")), "what was there");
+  EXPECT_TRUE(profile.dirty());
+  EXPECT_EQ(profile.filePath(), text(file("P.xml")));
 }
 
 TEST_F(ProfileFaultTest, AProfileIsUnloadedOrStays) {

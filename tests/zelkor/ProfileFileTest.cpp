@@ -1,6 +1,7 @@
 #include "tests/support/FaultyFileSystem.h"
 #include "tests/zelkor/ProfileFixture.h"
 
+#include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/property/ValueType.h"
 #include "zelkor/services/ModelIdentifier.h"
@@ -373,8 +374,71 @@ TEST_F(ProfileFileTest, ASaveThatFailsAnywhereLeavesTheOldFileOrTheNewOneAndSays
   EXPECT_GT(failures, 8u);
 }
 
+TEST_F(ProfileFileTest, AnExportThatFailsAnywhereLeavesWhatWasThereOrAWholeCopy) {
+  const auto profile = Profile::newProfile(u"P");
+  save(profile);
+  profile.setDescription(u"changed since");
+  const auto export_ = [&] { profile.exportToPrevious(text(file("old.xml")), u"Plover"); };
+  export_();
+  const auto whole = contentOf(file("old.xml"));
+  bool failed = true;
+  for (std::size_t step = 0; failed; ++step) {
+    ASSERT_LT(step, 1000u);
+    write(file("old.xml"), "what was there");
+    FaultyFileSystem faulty;
+    faulty.failing = step, faulty.mostAtOnce = 10'000;
+    bool notSynced = false;
+    try {
+      const tavo::ScopedFileSystem installed(faulty);
+      export_();
+      failed = false;
+    } catch (const tavo::Error& error) {
+      EXPECT_EQ(error.id(), "Velmora:Profile:CannotExportToPrevious");
+      notSynced = error.cause()->id() == "tavo:io:SavedButNotSynced";
+    }
+    EXPECT_EQ(contentOf(file("old.xml")), notSynced || !failed ? whole : "what was there") << step;
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 3); // both files and the working folder
+  }
+  EXPECT_TRUE(profile.dirty());
+  EXPECT_EQ(profile.filePath(), text(file("P.xml")));
+}
+
+TEST_F(ProfileFileTest, AnExportThatWouldDoHarmSaysWhyNot) {
+  const auto profile = Profile::newProfile(u"P");
+  profile.setFriendlyName(u"Pumps");
+  profile.setDescription(u"moving water");
+  save(profile);
+  const auto before = contentOf(file("P.xml"));
+  const auto causeOf = [&](const fs::path& path, property::evolution::Losses losses) {
+    try {
+      if (losses == property::evolution::Losses::accept)
+        profile.exportToPrevious(text(path), u"Plover");
+      else
+        property::evolution::exportForRelease(profile.model(), u"P", path, u"Plover", losses);
+    } catch (const tavo::Error& error) {
+      EXPECT_EQ(error.id(), "Velmora:Profile:CannotExportToPrevious");
+      EXPECT_EQ(error.arguments(), (Texts{u"P", u"Plover", text(path)}));
+      return error.cause() ? std::string(error.cause()->id().text()) : "no cause";
+    }
+    return std::string("no error");
+  };
+  using property::evolution::Losses;
+  fs::create_symlink("P.xml", file("link.xml"));
+  for (const auto* name : {"P.xml", "link.xml"})
+    EXPECT_EQ(causeOf(file(name), Losses::accept), "Velmora:Profile:ExportOverProfile");
+  EXPECT_EQ(causeOf(file("old.xml"), Losses::refuse), "Velmora:Profile:ReleaseLoses");
+  {
+    FaultyFileSystem faulty;
+    faulty.garbled = "moving", faulty.mostAtOnce = 1'000'000;
+    const tavo::ScopedFileSystem installed(faulty);
+    EXPECT_EQ(causeOf(file("old.xml"), Losses::accept), "Velmora:Profile:ExportDiffers");
+  }
+  EXPECT_EQ(contentOf(file("P.xml")), before);
+  EXPECT_FALSE(fs::exists(file("old.xml")));
+}
+
 TEST_F(ProfileFileTest, ALoadWhoseFileCannotBeReadToTheEndLeavesNothing) {
-  saveParentAndChild();
+  saveParentAndChildFor(u"Thrush"); // brought up to date on the way
   announced();
   for (std::size_t step = 0;; ++step) {
     ASSERT_LT(step, 10000u);

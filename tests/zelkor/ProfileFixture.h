@@ -79,6 +79,16 @@ protected:
     save(child);
     catalog().unloadAllProfiles();
   }
+  /// The same in files of a release.
+  void saveParentAndChildFor(const tavo::String& release) const {
+    saveParentAndChild();
+    for (const auto* name : {u"Parent", u"Child"}) {
+      const auto profile = Profile::loadFromFile(name);
+      profile.exportToPrevious(text(folder_ / "copy"), release);
+      fs::rename(folder_ / "copy", tavo::toPath(profile.filePath()));
+    }
+    catalog().unloadAllProfiles();
+  }
   /// The identifiers of the reports since the last call.
   std::vector<std::string> reported() {
     std::vector<std::string> ids;

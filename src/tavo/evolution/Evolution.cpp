@@ -109,15 +109,16 @@ void Account::note(const Document&, const Object& object, std::string_view what,
   // Long names are cut: an object may have thousands of losses.
   constexpr std::size_t longest = 300, longestPath = 1000;
   std::string path;
-  std::string_view below;
-  for (const Object* at = &object; at && path.size() < longestPath; at = at->owner)
+  for (const Object* at = &object; at && path.size() < longestPath; at = at->owner) {
+    if (at->in && at->in->kind == FeatureKind::containsOne)
+      continue; // a part of its owner, which people do not know by a name of its own
     for (const Attribute& attribute : at->attributes)
-      // What is called like its only owner adds nothing.
-      if (attribute.feature->name() == "Name" && attribute.text != below) {
-        below = attribute.text;
-        path.insert(0, path.empty() ? "" : ".").insert(0, quoted(below, longest));
-      }
-  losses_.push_back({std::move(path), quoted(what, longest), quoted(effect, longest)});
+      if (attribute.feature->name() == "Name")
+        path.insert(0, path.empty() ? "" : ".").insert(0, quoted(attribute.text, longest));
+  }
+  Loss loss{std::move(path), quoted(what, longest), quoted(effect, longest)};
+  if (known_.insert(loss).second)
+    losses_.push_back(std::move(loss));
 }
 
 bool registerSteps(std::string_view family, std::span<const Step> steps) noexcept {

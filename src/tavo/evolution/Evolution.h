@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -23,16 +24,20 @@ struct Loss {
   std::string object; ///< the names from the top down to it, with dots between them
   std::string what;   ///< a feature, or the class of the object
   std::string effect; ///< what becomes of it, as the end of a sentence: "is left out"
+
+  friend auto operator<=>(const Loss&, const Loss&) = default;
 };
 
 /// What a way down costs.
 class TAVO_EXPORT Account {
 public:
   void note(const Document& document, const Object& object, std::string_view what, std::string_view effect);
+  /// In the order in which they came, each once.
   const std::vector<Loss>& losses() const { return losses_; }
 
 private:
   std::vector<Loss> losses_;
+  std::set<Loss> known_;
 };
 
 /// What one version of a family is to the version before it.

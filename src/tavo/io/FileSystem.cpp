@@ -216,6 +216,8 @@ public:
     return fingerprint;
   }
 
+  const FileSystem::Path& path() const { return name_.path; }
+
   void moveTo(const FileSystem::Path& target) {
     name_.fileSystem.rename(name_.path, target);
     name_.mayExist = false;
@@ -335,7 +337,8 @@ std::size_t InputFile::read(char* to, std::size_t size) {
 }
 
 Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
-                           const Expectation& expected) {
+                           const Expectation& expected,
+                           const std::function<void(const std::filesystem::path&)>& check) {
   FileSystem& fileSystem = FileSystem::current();
   FileSystem::Path target;
   std::optional<FileHandle> folder;
@@ -355,6 +358,12 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
 
   try {
     fingerprint = temporary->finish();
+  } catch (const std::system_error& error) {
+    raise(FrameworkError::CannotWrite, path, reasonOf(error));
+  }
+  if (check)
+    check(temporary->path());
+  try {
     fileSystem.lock(folder->get());
     requireReplaceable(fileSystem, target, path, expected);
     temporary->moveTo(target);

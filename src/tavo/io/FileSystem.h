@@ -169,8 +169,12 @@ private:
 /// FileChangedOnDisk is raised when the expectation does not hold, before writing or directly before renaming. The
 /// folder is locked from that last look to the renaming: of two that save by this function, one comes first and the
 /// other one notices. A program that knows nothing of the lock can still slip in.
+///
+/// `check`, where given, is called with the path of the temporary file once it is on the disk, and may read it; what it
+/// raises passes through like what `write` raises.
 TAVO_EXPORT Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
-                                       const Expectation& expected = Expectation::anything());
+                                       const Expectation& expected = Expectation::anything(),
+                                       const std::function<void(const std::filesystem::path&)>& check = {});
 
 /// The path that a text names; raises InvalidUtf16 where it can name none.
 TAVO_EXPORT std::filesystem::path toPath(std::u16string_view text);

@@ -145,6 +145,7 @@ void useFormerTypes(Document& document, Account& account) {
   const auto& ofDefinition = r.definition.feature("valueType");
   const auto& ofValue = r.value.feature("valueType");
   const auto& ofType = r.type.feature("baseType");
+  const auto& ownedType = r.definition.feature("ownedType");
   const auto& text = r.value.feature("storedExpression");
   const auto& property = r.elementValue.feature("p_PropertyName");
   const auto& expression = r.elementValue.feature("p_Expression");
@@ -173,8 +174,11 @@ void useFormerTypes(Document& document, Account& account) {
         account.note(document, *object.owner, inWords("the units of", object.text(property)), "are left out");
       Document::clear(object, units);
     }
-    if (object.isA(r.type) && !formerTypeFor(object).empty())
+    if (object.isA(r.type) && !formerTypeFor(object).empty()) {
       former.push_back(&object);
+      if (object.record->name() == "Enumeration" && object.in != &ownedType)
+        account.note(document, object, "the enumeration " + nameOf(object), "is left out");
+    }
   });
   for (auto* type : former)
     document.remove(*type);

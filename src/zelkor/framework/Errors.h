@@ -17,7 +17,7 @@ struct ProfileError {
   static constexpr ErrorId APFXExtensionDeprecated{"Velmora:Profile:APFXExtensionDeprecated"};
   /// (stereotype, element, its kind) A stereotype does not apply to an element, or its profile is not in use.
   static constexpr ErrorId CannotApplyPrototype{"Velmora:Profile:CannotApplyPrototype"};
-  /// (profile, release, path) A profile cannot be written in the schema of an earlier release.
+  /// (name, release, path) A profile or model cannot be written in the schema of an earlier release.
   static constexpr ErrorId CannotExportToPrevious{"Velmora:Profile:CannotExportToPrevious"};
   /// (profile, model) A profile that is not in order is to be used in a model.
   static constexpr ErrorId CannotImportUnhealthyProfileIntoModel{
@@ -30,6 +30,10 @@ struct ProfileError {
   static constexpr ErrorId CircularPrototypeInheritance{"Velmora:Profile:CircularPrototypeInheritance"};
   /// (profile) A profile is loaded although something in it is wrong.
   static constexpr ErrorId ErrorLoadingProfile{"Velmora:Profile:ErrorLoadingProfile"};
+  /// (release) What was written for a release is not the same when it is opened again.
+  static constexpr ErrorId ExportDiffers{"Velmora:Profile:ExportDiffers"};
+  /// (profile) A profile's file would be replaced by a copy for another release.
+  static constexpr ErrorId ExportOverProfile{"Velmora:Profile:ExportOverProfile"};
   /// (base) What a stereotype is to be based on is neither a kind of element nor a loaded stereotype.
   static constexpr ErrorId InvalidBaseStereotype{"Velmora:Profile:InvalidBaseStereotype"};
   /// () A stereotype that does not apply to components is to be the default of components.
@@ -72,6 +76,8 @@ struct ProfileError {
   static constexpr ErrorId ProfileNotInitialized{"Velmora:Profile:ProfileNotInitialized"};
   /// (profile, dependency) A profile that another one refers to cannot be had.
   static constexpr ErrorId ProfileProxyResolveFailed{"Velmora:Profile:ProfileProxyResolveFailed"};
+  /// (release, number, the first ones) A release cannot hold everything, and that was asked for.
+  static constexpr ErrorId ReleaseLoses{"Velmora:Profile:ReleaseLoses"};
   /// (profile) A profile that cannot be had is to be removed from a model.
   static constexpr ErrorId RemoveProfileFailed{"Velmora:Profile:RemoveProfileFailed"};
   /// (stereotype) No error but a text: an element carries a stereotype.

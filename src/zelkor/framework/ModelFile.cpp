@@ -53,6 +53,7 @@ struct ModelFile::State {
   tavo::Model scratch = tavo::Model::create(); ///< where the comparison lives
   ProfileUseChecker differences{};
   KnownFile file{};
+  std::string olderVersion{};
   bool dirty = false;
   std::uint32_t lost = 0;                   ///< that the file says and the model does not
   std::vector<tavo::String> profileNames{}; ///< as the file has them
@@ -109,7 +110,11 @@ ModelFile ModelFile::create(const tavo::String& name) {
 ModelFile ModelFile::open(const fs::path& path) {
   ModelFile file(std::make_unique<State>());
   auto& state = *file.state_;
-  const auto seen = tavo::loadModel(path, state.model);
+  const auto evolved = [&](std::string_view family, std::string_view version) {
+    if (family == "zelkor_property")
+      state.olderVersion = version;
+  };
+  const auto seen = tavo::loadModel(path, state.model, {.evolved = evolved});
   if (!state.profiles())
     raise(ArchitectureError::NotAnArchitectureModel, path.native());
   requireWholeUsages(state.profiles(), path);
@@ -143,6 +148,7 @@ void ModelFile::synchronize() {
 
 const fs::path& ModelFile::path() const { return state_->file.path(); }
 bool ModelFile::isDirty() const { return state_->dirty || state_->presentProfileNames() != state_->profileNames; }
+const std::string& ModelFile::olderVersion() const { return state_->olderVersion; }
 
 void ModelFile::save() { saveAs(path().empty() ? tavo::toPath(tavo::concat(model().name(), u".xml")) : path()); }
 
@@ -156,6 +162,7 @@ void ModelFile::saveAs(const fs::path& path) {
   const auto nowIsInFile = [&] {
     transaction.commit();
     state_->model.setName(nameOf(target));
+    state_->olderVersion.clear();
     state_->nowIsInFile();
   };
   if (nameOf(target) != model().name())

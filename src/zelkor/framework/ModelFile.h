@@ -42,6 +42,9 @@ public:
   const std::filesystem::path& path() const;
   /// Whether anything has changed since then.
   bool isDirty() const;
+  /// The version of the library's schema that the file has, if that is an older one, until the model is saved to it.
+  /// Then the file is of the present version, which older releases do not open.
+  const std::string& olderVersion() const;
 
   /// Saves to the model's file, a new model under its name in the working folder. Raises what `tavo::saveModel` raises,
   /// FileChangedOnDisk when somebody else has written the file meanwhile, MigrationIncomplete when the file says more

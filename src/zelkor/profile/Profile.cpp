@@ -2,8 +2,7 @@
 
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
-#include "zelkor/evolution/Evolver.h"
-#include "zelkor/evolution/ReleaseRegistry.h"
+#include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/framework/Diagnostics.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/HostNames.h"
@@ -19,10 +18,12 @@
 #include "zelkor/services/ProxyTarget.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
 
 namespace zelkor::profile {
 
+namespace fs = std::filesystem;
 using property::PropertySet;
 using services::proxy::ModelIdentifier;
 
@@ -216,15 +217,13 @@ void Profile::Impl::setDefaultPrototype(const Prototype& prototype) {
 void Profile::Impl::saveToFile(const tavo::String& path) { ProfileCatalog::instance().saveProfile(This(), path); }
 
 void Profile::Impl::exportToPrevious(const tavo::String& path, const tavo::String& release) const {
-  try {
-    using property::evolution::ReleaseRegistry;
-    if (ReleaseRegistry::getFamilyVersionForKavraRelease(release).empty())
-      raise(ProfileError::NoWayToRelease, release);
-    const tavo::String present(ReleaseRegistry::releases().back().release);
-    property::evolution::Evolver::evolve(present, release, tavo::modelText(model()), path);
-  } catch (const tavo::Error& error) {
-    raiseBecause(error, ProfileError::CannotExportToPrevious, getP_Name(), release, path);
+  const fs::path target = tavo::toPath(path);
+  std::error_code isNoFile; // then nothing of the profile is there
+  if (!getFilePath().empty() && fs::equivalent(target, tavo::toPath(getFilePath()), isNoFile)) {
+    const tavo::Error cause(ProfileError::ExportOverProfile, {getP_Name()});
+    raiseBecause(cause, ProfileError::CannotExportToPrevious, getP_Name(), release, path);
   }
+  property::evolution::exportForRelease(model(), getP_Name(), target, release);
 }
 
 //----------------------------------------------------------------------------------------------------------------------

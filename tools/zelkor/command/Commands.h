@@ -18,7 +18,7 @@ int listReleases(bool json);
 int exportFile(const std::filesystem::path& input, const std::string& release, const std::filesystem::path& output,
                bool strict, bool json);
 /// Brings files up to date where they are; with `backup` the old ones stay beside them.
-int upgradeFiles(const std::vector<std::string>& paths, bool backup);
+int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool json);
 int check(const std::vector<std::string>& inputs, bool json);
 
 } // namespace zelkor::command

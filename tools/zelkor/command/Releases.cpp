@@ -3,77 +3,134 @@
 #include "tools/zelkor/command/Files.h"
 #include "tools/zelkor/command/Report.h"
 #include "tools/zelkor/model/Errors.h"
-#include "tools/zelkor/model/Running.h"
 #include "tools/zelkor/text/Errors.h"
 #include "tools/zelkor/text/Spelling.h"
 
 #include "kavra/Text.h"
+#include "tavo/core/Errors.h"
 #include "tavo/io/FileSystem.h"
 #include "tavo/xml/ModelXml.h"
-#include "zelkor/evolution/Evolver.h"
+#include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/evolution/ReleaseRegistry.h"
 #include "zelkor/framework/ModelFile.h"
+#include "zelkor/profile/Profile.h"
 #include "zelkor/profile/ProfileNamespace.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <iomanip>
 #include <iostream>
+#include <map>
+#include <optional>
 
 namespace zelkor::command {
 namespace {
 
 namespace fs = std::filesystem;
+using kavra::toUtf8;
 using nlohmann::ordered_json;
-using property::evolution::Evolver;
 using property::evolution::ReleaseRegistry;
 using Losses = std::vector<tavo::evolution::Loss>;
 
 tavo::String releaseNamed(const std::string& name) {
   std::vector<std::string> known;
   for (const auto& each : ReleaseRegistry::releases())
-    known.push_back(kavra::toUtf8(each.release));
+    known.push_back(toUtf8(each.release));
   if (std::ranges::find(known, name) == known.end())
     tavo::raise(text::TextError::UnknownName, "release", name, text::suggestion(name, known));
   return tavo::String::fromUtf8(name);
 }
 
-tavo::String presentRelease() { return tavo::String(ReleaseRegistry::releases().back().release); }
-
-/// What the other release is given has to open again, and to be the same when it is given once more.
-void requireSame(const tavo::String& exported, const tavo::String& release, const fs::path& output) {
-  const auto again = tavo::Model::create();
-  tavo::readModel(exported, output.string(), again);
-  if (Evolver::evolve(presentRelease(), release, tavo::modelText(again), {}) != exported)
-    tavo::raise(ModelCommandError::ExportDiffers, output.string(), release);
+/// What people call the profile or model in a file.
+tavo::String nameIn(const tavo::Model& model, const fs::path& path) {
+  const auto profile = profile::Profile::getProfile(model);
+  return profile ? profile.getName() : tavo::String::fromUtf8(path.stem().native());
 }
 
-std::string inWords(const tavo::evolution::Loss& loss) {
-  return (loss.object.empty() ? "" : loss.object + ": ") + loss.what + " " + loss.effect;
-}
-
-void print(const Losses& losses, const std::string& release, bool asJson) {
-  if (!asJson) {
-    for (const auto& loss : losses)
-      std::cout << inWords(loss) << '\n';
-    return;
+/// Losses by what they are, with the things that they happen to.
+std::vector<std::pair<std::string, std::vector<std::string>>> grouped(const Losses& losses) {
+  std::vector<std::pair<std::string, std::vector<std::string>>> groups;
+  std::map<std::string, std::size_t> known;
+  for (const auto& loss : losses) {
+    const auto words = property::evolution::inWords(loss);
+    const auto [at, isNew] = known.try_emplace(words, groups.size());
+    if (isNew)
+      groups.push_back({words, {}});
+    groups[at->second].second.push_back(loss.object);
   }
+  return groups;
+}
+
+void print(const Losses& losses) {
+  constexpr std::size_t many = 4;
+  for (const auto& [words, objects] : grouped(losses)) {
+    if (objects.size() >= many)
+      std::cout << words << ":\n";
+    for (const auto& object : objects)
+      std::cout << (objects.size() >= many ? "  " + object : (object.empty() ? "" : object + ": ") + words) << '\n';
+  }
+}
+
+void printAsJson(const Losses& losses, const std::string& release) {
   ordered_json json{{"release", release}, {"losses", ordered_json::array()}};
-  for (const auto& [object, what, effect] : losses)
-    json["losses"].push_back({{"object", object}, {"what", what}, {"effect", effect}});
+  for (const auto& [words, objects] : grouped(losses))
+    for (const auto& object : objects)
+      json["losses"].push_back({{"object", object}, {"effect", words}});
   printJson(json);
 }
 
-/// The old file, beside the new one and named after its version.
-void keepBackup(const fs::path& path, const std::string& version) {
-  const fs::path backup = path.string() + "." + version;
-  if (fs::exists(fs::symlink_status(backup)))
-    tavo::raise(ModelCommandError::FileExists, backup.string());
-  fs::copy_file(path, backup);
+/// Leaves the old file beside the new one that is about to take its place, and removes it again unless that happens.
+class Backup {
+public:
+  Backup(const fs::path& path, const std::string& version) : path_(path.string() + "." + version) {
+    const auto old = fs::canonical(path);
+    std::error_code cannotLink;
+    fs::create_hard_link(old, path_, cannotLink); // saving makes a new file, so the old one stays what it is
+    if (cannotLink) {
+      if (fs::exists(fs::symlink_status(path_)))
+        tavo::raise(ModelCommandError::FileExists, path_.string());
+      fs::copy_file(old, path_);
+    }
+    isMade_ = true;
+    auto& system = tavo::FileSystem::current();
+    for (const auto handle : {system.open(path_), system.openFolder(folderOf(path_))}) {
+      const tavo::FileHandle open(system, handle);
+      system.sync(handle);
+    }
+  }
+  Backup(const Backup&) = delete;
+  ~Backup() {
+    std::error_code ignored; // the failure to upgrade is what counts
+    if (isMade_ && !isNeeded_)
+      fs::remove(path_, ignored);
+  }
+  void keep() { isNeeded_ = true; }
+
+private:
+  fs::path path_;
+  bool isMade_ = false, isNeeded_ = false;
+};
+
+/// Saves with a backup, if one is wanted. What has been replaced although the disk reports a fault keeps its backup.
+template <class Save>
+void replace(const fs::path& path, const std::optional<std::string>& backupVersion, const Save& save) {
+  std::optional<Backup> backup;
+  if (backupVersion)
+    backup.emplace(path, *backupVersion);
+  try {
+    save();
+  } catch (const tavo::Error& error) {
+    if (backup && error.id() == tavo::FrameworkError::SavedButNotSynced)
+      backup->keep();
+    throw;
+  }
+  if (backup)
+    backup->keep();
 }
 
 /// Brings one file up to date; what it was, or nothing if it was that already.
-std::string upgrade(const fs::path& path, bool backup, Surroundings& surroundings) {
+std::string upgrade(const fs::path& path, bool backup) {
   std::string version;
   const auto note = [&](std::string_view family, std::string_view found) {
     if (family == "zelkor_property" || version.empty())
@@ -83,18 +140,14 @@ std::string upgrade(const fs::path& path, bool backup, Surroundings& surrounding
   const auto seen = tavo::loadModel(path, model, {.evolved = note});
   if (version.empty())
     return {};
+  const auto backupVersion = backup ? std::optional(version) : std::nullopt;
   if (!profile::ProfileNamespace::getProfileNamespace(model)) {
-    if (backup)
-      keepBackup(path, version);
-    tavo::saveModel(model, path, tavo::Expectation::unchanged(seen));
-    return version;
+    replace(path, backupVersion, [&] { tavo::saveModel(model, path, tavo::Expectation::unchanged(seen)); });
+  } else {
+    // The values of a model may have to find their profiles first.
+    auto file = ModelFile::open(path);
+    replace(path, backupVersion, [&] { file.save(); });
   }
-  // The values of a model may have to find their profiles first.
-  surroundings.lookIn({folderOf(path)});
-  auto file = ModelFile::open(path);
-  if (backup)
-    keepBackup(path, version);
-  file.save();
   return version;
 }
 
@@ -104,50 +157,81 @@ int listReleases(bool json) {
   const auto& services = services::proxy::evolution::ReleaseRegistry::getFamilyVersionForKavraRelease;
   auto table = ordered_json::array();
   for (const auto& [release, version] : ReleaseRegistry::releases())
-    table.push_back({{"release", kavra::toUtf8(release)},
-                     {"zelkor_property", kavra::toUtf8(version)},
-                     {"zelkor_services_proxy", kavra::toUtf8(services(tavo::String(release)))}});
+    table.push_back({{"release", toUtf8(release)},
+                     {"zelkor_property", toUtf8(version)},
+                     {"zelkor_services_proxy", toUtf8(services(tavo::String(release)))}});
   if (json) {
     printJson(table);
     return success;
   }
-  for (const auto& row : table) {
-    const auto name = row["release"].get<std::string>();
-    std::cout << name << std::string(10 - std::min<std::size_t>(name.size(), 9), ' ')
-              << row["zelkor_property"].get<std::string>() << '\n';
-  }
+  const auto line = [](const std::string& release, const std::string& property, const std::string& proxies) {
+    std::cout << std::left << std::setw(9) << release << std::setw(17) << property << proxies << '\n';
+  };
+  line("release", "zelkor_property", "zelkor_services_proxy");
+  for (const auto& row : table)
+    line(row["release"], row["zelkor_property"], row["zelkor_services_proxy"]);
   return success;
 }
 
 int exportFile(const fs::path& input, const std::string& release, const fs::path& output, bool strict, bool json) {
-  return reporting(input, {}, json, [&] {
+  text::Findings found(input.string());
+  Losses losses;
+  try {
     refuseSameFile(input, output);
     const auto to = releaseNamed(release);
     const auto model = tavo::Model::create();
     tavo::loadModel(input, model);
-    Losses losses;
-    const auto exported = Evolver::evolve(presentRelease(), to, tavo::modelText(model), {}, &losses);
-    requireSame(exported, to, output);
-    print(losses, release, json);
-    if (strict && !losses.empty())
-      tavo::raise(ModelCommandError::ExportLoses, output.string(), release, losses.size());
-    Output files;
-    files.add(output, exported.toUtf8());
-    files.write();
-  });
+    const auto name = nameIn(model, input);
+    const auto allowed = strict ? property::evolution::Losses::refuse : property::evolution::Losses::accept;
+    property::evolution::exportForRelease(model, name, output, to, allowed, &losses);
+    if (profile::Profile::getProfile(model) && toUtf8(name) != output.stem().native())
+      std::cerr << output.string() << ": a profile is called like its file, so this one will not be found as \""
+                << toUtf8(name) << "\" under that name\n";
+  } catch (...) {
+    addCurrent(found);
+  }
+  if (!json)
+    print(losses);
+  else if (found.empty())
+    printAsJson(losses, release);
+  else
+    for (const auto& [words, objects] : grouped(losses))
+      for (const auto& object : objects)
+        found.add({}, object, ModelCommandError::NotInRelease, words);
+  return report(found, json);
 }
 
-int upgradeFiles(const std::vector<std::string>& paths, bool backup) {
-  Surroundings surroundings;
-  int status = success;
+int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool json) {
+  // Models find their profiles beside them, and among the other files.
+  std::vector<fs::path> folders;
   for (const auto& path : paths)
-    status = std::max(status, reporting(path, {}, false, [&] {
-                        const auto former = upgrade(path, backup, surroundings);
-                        std::cout << path << ": " << (former.empty() ? "up to date" : "was " + former) << '\n';
-                        for (const auto& diagnostic : surroundings.takeDiagnostics())
-                          std::cerr << path << ": " << diagnostic.text << '\n';
-                      }));
-  return status;
+    folders.push_back(folderOf(path));
+  Surroundings surroundings;
+  std::vector<text::Finding> all;
+  auto files = ordered_json::array();
+  for (const auto& path : paths) {
+    text::Findings found(path);
+    auto near = folders;
+    near.insert(near.begin(), folderOf(path));
+    surroundings.lookIn(near);
+    try {
+      const auto former = upgrade(path, backup);
+      files.push_back({{"file", path}, {"was", former.empty() ? ordered_json() : ordered_json(former)}});
+      if (!json)
+        std::cout << path << ": " << (former.empty() ? "up to date" : "was " + former) << std::endl;
+    } catch (...) {
+      addCurrent(found);
+    }
+    for (const auto& diagnostic : surroundings.takeDiagnostics())
+      std::cerr << path << ": " << diagnostic.text << '\n';
+    const auto some = found.sorted();
+    if (!json)
+      print(some);
+    all.insert(all.end(), some.begin(), some.end());
+  }
+  if (json)
+    printJson({{"files", files}, {"findings", asJson(all)}});
+  return all.empty() ? success : findings;
 }
 
 } // namespace zelkor::command

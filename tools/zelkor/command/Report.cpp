@@ -25,7 +25,7 @@ void print(const std::vector<text::Finding>& findings) {
   }
 }
 
-void printAsJson(const std::vector<text::Finding>& findings) {
+nlohmann::ordered_json asJson(const std::vector<text::Finding>& findings) {
   auto list = nlohmann::ordered_json::array();
   for (const auto& finding : findings) {
     list.push_back(
@@ -35,8 +35,10 @@ void printAsJson(const std::vector<text::Finding>& findings) {
       list.back()["column"] = finding.place.column;
     }
   }
-  printJson({{"findings", list}});
+  return list;
 }
+
+void printAsJson(const std::vector<text::Finding>& findings) { printJson({{"findings", asJson(findings)}}); }
 
 int report(const text::Findings& found, bool asJson) {
   if (found.empty())

@@ -16,6 +16,8 @@ namespace zelkor::command {
 /// set).
 void print(const std::vector<text::Finding>& findings);
 
+/// A list of findings for a result in JSON.
+nlohmann::ordered_json asJson(const std::vector<text::Finding>& findings);
 /// Prints findings to the standard output, as JSON.
 void printAsJson(const std::vector<text::Finding>& findings);
 

@@ -105,7 +105,8 @@ int main(int argc, char** argv) {
   auto* upgradeCommand = app.add_subcommand("upgrade", "Bring files of older releases up to date");
   upgradeCommand->add_option("FILES", inputs, "The profiles or models")->required();
   upgradeCommand->add_flag("--backup", backup, "Keep each old file, as FILE.VERSION");
-  upgradeCommand->callback([&] { status = upgradeFiles(inputs, backup); });
+  upgradeCommand->add_flag("--json", json, "As JSON");
+  upgradeCommand->callback([&] { status = upgradeFiles(inputs, backup, json); });
 
   addModelCommands(app, status);
 

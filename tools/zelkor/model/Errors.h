@@ -16,10 +16,6 @@ struct ModelCommandError {
   static constexpr ErrorId ColumnTwice{"zelkor:model:ColumnTwice"};
   /// () A row of a table has no value.
   static constexpr ErrorId EmptyCell{"zelkor:model:EmptyCell"};
-  /// (file, release) A file for another release is not what it should be when it is opened again.
-  static constexpr ErrorId ExportDiffers{"zelkor:model:ExportDiffers"};
-  /// (file, release, losses) Another release cannot hold everything, and that was asked for.
-  static constexpr ErrorId ExportLoses{"zelkor:model:ExportLoses"};
   /// (cell) A row has more cells than the table has columns.
   static constexpr ErrorId ExtraCell{"zelkor:model:ExtraCell"};
   /// (file) A model would be written over a file that is there.
@@ -34,6 +30,8 @@ struct ModelCommandError {
   static constexpr ErrorId NameOfFile{"zelkor:model:NameOfFile"};
   /// (file) A model has no architecture, so it has no elements.
   static constexpr ErrorId NoArchitecture{"zelkor:model:NoArchitecture"};
+  /// (what becomes of it) A release cannot hold something.
+  static constexpr ErrorId NotInRelease{"zelkor:model:NotInRelease"};
   /// (cell) A cell says neither yes nor no.
   static constexpr ErrorId NotYesOrNo{"zelkor:model:NotYesOrNo"};
   /// (element, property, line) A value is given twice.

@@ -177,8 +177,14 @@ tavo::String OpenModel::property(const Element& element, const std::string& name
 }
 
 void OpenModel::save() {
-  if (file_.isDirty())
-    file_.save();
+  if (!file_.isDirty())
+    return;
+  const auto older = file_.olderVersion();
+  file_.save();
+  if (!older.empty())
+    warn("was a file of version " + older +
+         " and is one of the present version now; \"zelkor export\" writes copies "
+         "for older releases");
 }
 
 void OpenModel::tellReports() {
