@@ -46,6 +46,19 @@ private:
     for (const auto& dependency : package.declaration().depends)
       find(MetaRegistry::instance().findPackage(dependency().name));
     auto& family = *families_.emplace_back(std::make_unique<Family>(Family{&package}));
+    try {
+      fill(family, package);
+    } catch (...) { // out of memory: who comes next tries again
+      const auto isOfFamily = [&](const auto& entry) { return entry.second->family == &family; };
+      boost::unordered::erase_if(byName_, isOfFamily);
+      boost::unordered::erase_if(byId_, isOfFamily);
+      families_.pop_back();
+      throw;
+    }
+    return family;
+  }
+
+  void fill(Family& family, const MetaPackage& package) {
     const auto& versions = package.declaration().versions;
     family.versions.assign(versions.begin(), versions.end());
     if (versions.empty())
@@ -70,7 +83,6 @@ private:
     for (const HistoryDecl& past : package.declaration().history)
       if (!past.feature.empty())
         date(featureOf(past)->life, past, family);
-    return family;
   }
 
   void addClass(Family& family, std::string_view qualifiedName, const Uuid& id, bool derivesIdentity) {
