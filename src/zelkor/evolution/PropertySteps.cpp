@@ -177,7 +177,7 @@ void useFormerTypes(Document& document, Account& account) {
     if (object.isA(r.type) && !formerTypeFor(object).empty()) {
       former.push_back(&object);
       if (object.record->name() == "Enumeration" && object.in != &ownedType)
-        account.note(document, object, "the enumeration " + nameOf(object), "is left out");
+        account.note(document, object, "the enumeration " + std::string(nameOf(object)), "is left out");
     }
   });
   for (auto* type : former)
