@@ -85,6 +85,10 @@ private:
 DocumentHead headOf(const Document& document, const Names& names) {
   DocumentHead head;
   std::vector<const Family*> families;
+  const auto addFamily = [&](const Family& family) {
+    if (std::ranges::find(families, &family) == families.end())
+      families.push_back(&family);
+  };
   for (const ClassRecord* record : names.classes()) {
     const auto& used = names.of(*record);
     auto& described = head.classes.emplace_back();
@@ -94,8 +98,9 @@ DocumentHead headOf(const Document& document, const Names& names) {
     for (const auto& [feature, name] : used.features)
       described.features.push_back({name, feature->id, document.name()});
     described.place = document.name();
-    if (std::ranges::find(families, record->family) == families.end())
-      families.push_back(record->family);
+    for (const auto& [feature, name] : used.features)
+      addFamily(*feature->owner->family);
+    addFamily(*record->family);
   }
   std::ranges::sort(families, {}, [](const Family* family) { return family->name(); });
   for (const Family* family : families) {

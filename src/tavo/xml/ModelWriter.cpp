@@ -274,10 +274,16 @@ private:
   void writeHead() {
     std::vector<ClassEntry*> entries;
     std::vector<const MetaPackage*> packages;
+    const auto addPackage = [&](const MetaPackage& package) {
+      if (std::find(packages.begin(), packages.end(), &package) == packages.end())
+        packages.push_back(&package);
+    };
     for (const auto& [metaClass, entry] : entries_) {
       entries.push_back(entry.get());
-      if (std::find(packages.begin(), packages.end(), &metaClass->package()) == packages.end())
-        packages.push_back(&metaClass->package());
+      addPackage(metaClass->package());
+      for (const auto& feature : entry->features) // inherited ones may be of another package
+        if (feature.used)
+          addPackage(feature.property->owner().package());
     }
     std::sort(packages.begin(), packages.end(), [](auto* a, auto* b) { return a->name() < b->name(); });
     std::sort(entries.begin(), entries.end(),
