@@ -77,6 +77,19 @@ void addItem(Document& document, Object& object, const FeatureRecord& feature, s
   found->items.push_back({{{"value", document.keep(text)}}});
 }
 
+/// Lets an object say under one feature what another, or itself, says under another, however the file spells it.
+void copyValue(Document& document, const Object& from, const FeatureRecord& feature, Object& to,
+               const FeatureRecord& as) {
+  if (const auto* text = from.find(feature))
+    return document.set(to, as, *text);
+  const auto found = std::ranges::find(from.values, &feature, &ElementValue::feature);
+  if (found == from.values.end())
+    return;
+  auto copy = *found;
+  copy.feature = &as;
+  to.values.push_back(std::move(copy));
+}
+
 //----------------------------------------------------------------------------------------------------------------------
 // Linnet: units, enumerations, and numbers of all sizes
 
@@ -169,7 +182,8 @@ void useFormerTypes(Document& document, Account& account) {
         document.set(object, text, membersAsTexts(*member));
     }
     if (object.isA(r.elementValue)) {
-      document.set(object, expression, membersAsTexts(object.text(expression)));
+      if (const auto* member = object.find(expression))
+        document.set(object, expression, membersAsTexts(*member));
       if (object.find(units) && object.owner)
         account.note(document, *object.owner, inWords("the units of", object.text(property)), "are left out");
       Document::clear(object, units);
@@ -481,8 +495,7 @@ void keepElementData(Document& document) {
       auto& made = add(r.v1Value, "p_ValueEntries", element, property);
       document.set(made, r.v1Value.feature("p_PropertyName"), property);
       for (const auto* feature : {"p_Expression", "p_Units"})
-        if (const auto* text = value->find(r.elementValue.feature(feature)))
-          document.set(made, r.v1Value.feature(feature), *text);
+        copyValue(document, *value, r.elementValue.feature(feature), made, r.v1Value.feature(feature));
       document.remove(*value);
     }
   });
@@ -494,9 +507,8 @@ void addElementValue(Document& document, Object& element, std::string_view prope
   auto& made =
       document.add(r.elementValue, &element, &r.element.feature("p_Values"), tavo::nameUuid(element.uuid, property));
   document.set(made, r.elementValue.feature("p_PropertyName"), property);
-  document.set(made, r.elementValue.feature("p_Expression"), from.text(expression));
-  if (const auto* text = from.find(units))
-    document.set(made, r.elementValue.feature("p_Units"), *text);
+  copyValue(document, from, expression, made, r.elementValue.feature("p_Expression"));
+  copyValue(document, from, units, made, r.elementValue.feature("p_Units"));
 }
 
 /// By the name of a stereotype in use, its nearest ancestor in another profile.
@@ -617,17 +629,6 @@ void useNoSets(Document& document, Account& account) {
 //----------------------------------------------------------------------------------------------------------------------
 // 2.6: colours for components and for lines, defaults for new elements, lists of names
 
-/// Moves what stands under one feature, or a copy of it, to another.
-void copyValue(Object& object, const FeatureRecord& from, const FeatureRecord& to) {
-  for (std::size_t i = 0; i < object.values.size(); ++i)
-    if (object.values[i].feature == &from) {
-      auto copy = object.values[i];
-      copy.feature = &to;
-      object.values.push_back(std::move(copy));
-      return;
-    }
-}
-
 bool hasValue(const Object& object, const FeatureRecord& feature) {
   return std::ranges::find(object.values, &feature, &ElementValue::feature) != object.values.end();
 }
@@ -639,9 +640,9 @@ void splitColors(Document& document) {
     const auto kinds = itemsOf(stereotype, r.stereotype.feature("appliesTo"));
     const auto lines = std::ranges::count(kinds, "Connector");
     if (lines == 0 || lines < std::ssize(kinds))
-      copyValue(stereotype, color, r.stereotype.feature("componentHeaderColor"));
+      copyValue(document, stereotype, color, stereotype, r.stereotype.feature("componentHeaderColor"));
     if (lines != 0 || kinds.empty())
-      copyValue(stereotype, color, r.stereotype.feature("connectorLineColor"));
+      copyValue(document, stereotype, color, stereotype, r.stereotype.feature("connectorLineColor"));
     Document::clear(stereotype, color);
   });
 }
@@ -658,7 +659,7 @@ void joinColors(Document& document, Account& account) {
     const bool both = hasValue(stereotype, header) && hasValue(stereotype, line);
     if (both && fieldsOf(stereotype, header) != fieldsOf(stereotype, line))
       account.note(document, stereotype, "the colour of connectors", "is left out");
-    copyValue(stereotype, hasValue(stereotype, header) ? header : line, color);
+    copyValue(document, stereotype, hasValue(stereotype, header) ? header : line, stereotype, color);
     Document::clear(stereotype, header);
     Document::clear(stereotype, line);
   });

@@ -13,6 +13,7 @@ struct Records {
   const ClassRecord& source = classNamed("zelkor.services.proxy.ProxySource");
   const ClassRecord& target = classNamed("zelkor.services.proxy.ProxyTarget");
   const ClassRecord& ownResolver = classNamed("zelkor.services.proxy.CurrentModelResolver");
+  const ClassRecord& lostResolver = classNamed("zelkor.services.proxy.LostModelResolver");
   const ClassRecord& identifier = classNamed("zelkor.services.proxy.ModelIdentifier");
   const FeatureRecord& uri = resolver.feature("URI");
   const FeatureRecord& proxies = resolver.feature("proxies");
@@ -61,10 +62,26 @@ void namesBecomePaths(Document& document, Account&) {
 void shareTargets(Document& document) {
   const auto& r = records();
   std::map<std::pair<const Object*, std::string_view>, Object*> targets;
+  std::map<std::string_view, Object*> lost;
+  // Where nothing resolves a source, the name of its target begins with that of the model that has it.
+  const auto lostResolver = [&](const Object& source) {
+    const auto name = source.text(*r.ofSource[2]);
+    const auto model = name.substr(0, name.find('.'));
+    auto*& resolver = lost[model];
+    if (!resolver) {
+      const auto uuid = tavo::nameUuid(document.top().front().uuid,
+                                       std::string(r.lostResolver.qualifiedName) + " " + std::string(model));
+      resolver = &document.add(r.lostResolver, nullptr, nullptr, uuid);
+      document.set(*resolver, r.uri, model);
+    }
+    return resolver;
+  };
   document.each(r.source, [&](Object& source) {
-    auto* resolver = document.target(source.text(r.resolvedBy));
     const auto id = source.text(*r.ofSource[0]);
-    if (resolver && !id.empty()) {
+    if (!id.empty()) {
+      auto* resolver = document.target(source.text(r.resolvedBy));
+      if (!resolver)
+        resolver = lostResolver(source);
       auto*& target = targets[{resolver, id}];
       if (!target) {
         target = &document.add(r.target, resolver, &r.proxies, tavo::nameUuid(resolver->uuid, id));
@@ -84,7 +101,7 @@ void tellEachSource(Document& document, Account&) {
   const auto& r = records();
   // What had lost its resolver was found again by name, as if there were one.
   const auto& named = classNamed("zelkor.profile.ProfileResolver");
-  document.each(classNamed("zelkor.services.proxy.LostModelResolver"), [&](Object& lost) { lost.record = &named; });
+  document.each(r.lostResolver, [&](Object& lost) { lost.record = &named; });
   boost::unordered_flat_map<const Object*, std::string_view> references;
   const auto referenceTo = [&](const Object& resolver) {
     const auto [found, isNew] = references.try_emplace(&resolver);
