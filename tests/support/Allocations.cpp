@@ -9,14 +9,19 @@ thread_local std::size_t count = 0;
 thread_local std::size_t left = never;
 thread_local bool failed = false;
 
-void* allocate(std::size_t size) {
+void* allocate(std::size_t size, std::size_t alignment = alignof(std::max_align_t)) {
   ++count;
   if (left != never && left-- == 0) {
     left = never;
     failed = true;
     throw std::bad_alloc();
   }
-  if (void* memory = std::malloc(size ? size : 1))
+  void* memory = nullptr;
+  if (alignment <= alignof(std::max_align_t))
+    memory = std::malloc(size ? size : 1);
+  else if (::posix_memalign(&memory, alignment, size) != 0)
+    memory = nullptr;
+  if (memory)
     return memory;
   throw std::bad_alloc();
 }
@@ -44,7 +49,17 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return nullptr;
   }
 }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  return allocate(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+  return allocate(size, static_cast<std::size_t>(alignment));
+}
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }

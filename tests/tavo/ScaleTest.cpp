@@ -28,6 +28,30 @@ Cost costOf(const tavo::Model& model, const Action& action) {
   return {model.recordsWritten() - records, testsupport::allocations() - allocations};
 }
 
+TEST(ScaleTest, IdentitiesAreFoundHoweverManyThereAreAndHaveBeen) {
+  constexpr std::uint32_t many = 300'000;          // enough for hashes to be looked at more precisely several times
+  const auto identity = [](std::uint32_t number) { // hosts count
+    tavo::Uuid uuid{};
+    for (std::size_t i = 0; i < 4; ++i)
+      uuid.data[12 + i] = static_cast<std::uint8_t>(number >> (24 - 8 * i));
+    return uuid;
+  };
+  const auto model = tavo::Model::create();
+  model.setUndoDepth(0); // what is destroyed is gone
+  std::vector<tavo::ModelElement> objects;
+  for (std::uint32_t i = 0; i < many; ++i)
+    objects.push_back(model.create(library::Author::metaClass(), identity(i + 1)));
+  for (std::uint32_t i = 0; i < many; ++i)
+    ASSERT_EQ(model.find(identity(i + 1)), objects[i]) << i;
+
+  for (std::uint32_t i = 0; i < many; ++i)
+    if (i % 3 != 0)
+      objects[i].destroy();
+  for (std::uint32_t i = 0; i < many; ++i)
+    ASSERT_EQ(static_cast<bool>(model.find(identity(i + 1))), i % 3 == 0) << i;
+  EXPECT_FALSE(model.find(identity(many + 1)));
+}
+
 TEST(ScaleTest, ATargetOfAMillionReferencesGoesInOneStepThatIsLinearInThem) {
   constexpr std::size_t many = 1'000'000;
   const auto model = tavo::Model::create();

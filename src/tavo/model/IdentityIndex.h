@@ -1,31 +1,226 @@
-// The identity index of a model: from UUIDs to objects, one probe in a table of pointers.
+// The identity index of a model: from UUIDs to objects, mostly by a look at one cache line.
 #pragma once
 
 #include "tavo/model/ModelElement.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 #include <memory>
 
 namespace tavo {
 
-/// Internal. Holds every object of the model, dead ones too: undo and redo then have nothing to do here. An entry is a
-/// pointer with a tag of sixteen bits of its hash, so that a search touches hardly any object but the one it is for.
+/// Internal. Holds every object of the model, dead ones too: undo and redo then have nothing to do here.
+///
+/// Among a million objects it is cache lines that cost, not what is done with them. So a hash leads to a line, which
+/// has room for eight objects and a tag of sixteen bits of the hash of each: a search compares these at once, and
+/// touches hardly any object but the one it is for. What finds no room in its line goes on to the next one that has
+/// some. Three quarters of all places may be taken, and the table grows by halves.
+///
+/// Lines are in the order of hashes, and the tag is what a line leaves open of one. So while the table grows, the
+/// hashes are known without a look at the objects, and what is read and written is one line after the other. Only when
+/// the number of lines has become several times as large, hashes are needed more precisely than tags say.
 class IdentityIndex {
 public:
   /// Room for `count` objects; may raise std::bad_alloc. `forEachObject(insert)` lists all objects that are in the
-  /// index, in the order of memory: that is faster than going through the old table.
+  /// index, in the order of memory.
   template <class ForEachObject>
   void reserve(std::size_t count, const ForEachObject& forEachObject) {
-    if (entries_ && (count * 3) / 2 <= mask_)
+    const std::size_t wanted = count / mostInLine + 1;
+    if (wanted <= lineCount_)
       return;
-    std::size_t wanted = entries_ ? mask_ + 1 : 8;
-    while ((count * 3) / 2 > wanted - 1)
-      wanted *= 2;
-    auto grown = std::make_unique<std::uint64_t[]>(wanted);
-    entries_ = std::move(grown);
-    mask_ = wanted - 1;
-    count_ = 0;
-    // Each place in the new table is somewhere else in memory; they are fetched some objects ahead.
+    const std::size_t lineCount = std::max(wanted, lineCount_ + lineCount_ / 2);
+    IdentityIndex grown;
+    grown.lines_ = std::make_unique<Line[]>(lineCount);
+    grown.lineCount_ = lineCount;
+    grown.precision_ = precisionFor(lineCount);
+    grown.probes = probes;
+    if (grown.precision_ == precision_ && !hasStrayed_)
+      grown.takeOver(*this);
+    else
+      grown.fill(forEachObject);
+    *this = std::move(grown);
+  }
+
+  void insert(ModelElement::Impl& object) noexcept { insert(codeOf(object.uuid()), &object); }
+
+  void erase(const ModelElement::Impl& object) noexcept {
+    const std::uint64_t code = codeOf(object.uuid());
+    std::size_t hole = home(code);
+    std::size_t place = 0;
+    for (;; hole = next(hole)) {
+      ++probes;
+      if ((place = lines_[hole].placeOf(tagOf(code), &object)) < placesInLine)
+        break;
+    }
+    --count_;
+    // What had to go on because a line was full comes back.
+    bool wasFull = lines_[hole].isFull();
+    lines_[hole].clear(place);
+    for (std::size_t at = next(hole); wasFull; at = next(at)) {
+      wasFull = lines_[at].isFull();
+      for (std::size_t i = 0; i < placesInLine; ++i) {
+        ModelElement::Impl* moving = lines_[at].object(i);
+        if (!moving || distance(home(codeOf(moving->uuid())), at) < distance(hole, at))
+          continue;
+        lines_[hole].put(place, lines_[at].tag(i), moving);
+        lines_[at].clear(i);
+        hole = at;
+        place = i;
+        break;
+      }
+    }
+  }
+
+  /// The live object of that identity, or null.
+  ModelElement::Impl* find(const Uuid& uuid) const noexcept {
+    if (!lines_)
+      return nullptr;
+    const std::uint64_t code = codeOf(uuid);
+    for (std::size_t at = home(code);; at = next(at)) {
+      ++probes;
+      const Line& line = lines_[at];
+      for (Places same = line.places(tagOf(code)); !same.empty(); same.dropFirst()) {
+        ModelElement::Impl* object = line.object(same.first());
+        if (object->uuid() == uuid && object->isAlive())
+          return object;
+      }
+      if (!line.isFull())
+        return nullptr;
+    }
+  }
+
+  /// Lets the processor fetch the place of an identity that is going to be looked for: among a million objects that
+  /// takes longer than making one.
+  void foresee(const Uuid& uuid) const noexcept {
+    if (!lines_)
+      return;
+    const Line* line = &lines_[home(codeOf(uuid))];
+    asm volatile("" : : "r"(line)); // else the compiler takes this for a function without effect, and drops its calls
+    __builtin_prefetch(line, 1);
+  }
+
+  mutable std::uint64_t probes = 0; ///< lines looked at, for the benchmarks
+
+  std::size_t size() const { return count_; }
+  void clear() noexcept { *this = IdentityIndex(); }
+
+private:
+  using Tag = std::uint16_t;
+  static constexpr unsigned tagBits = 16;
+  static constexpr std::size_t placesInLine = 8;
+  static constexpr std::size_t mostInLine = 6; ///< on average
+
+  /// Some places of a line: bit 16 of a word for the second one, bit 4 for the fifth.
+  class Places {
+  public:
+    /// Takes the highest bit of each four places.
+    Places(std::uint64_t first, std::uint64_t second) : bits_(first >> 15 | second >> 11) {}
+    bool empty() const { return bits_ == 0; }
+    std::size_t first() const {
+      const auto bit = static_cast<std::size_t>(std::countr_zero(bits_));
+      return bit / tagBits + bit % tagBits;
+    }
+    void dropFirst() { bits_ &= bits_ - 1; }
+
+  private:
+    std::uint64_t bits_;
+  };
+
+  /// Addresses in two parts: those of user space have 47 bits on the platforms that this library is built for, so the
+  /// highest one can say that a place is taken. Four places are looked at at once.
+  class alignas(64) Line {
+  public:
+    Places places(Tag tag) const { return {same(tag, 0) & word(high_, 0), same(tag, 1) & word(high_, 1)}; }
+    Places freePlaces() const { return {~word(high_, 0) & highest, ~word(high_, 1) & highest}; }
+    Places takenPlaces() const { return {word(high_, 0) & highest, word(high_, 1) & highest}; }
+    bool isFull() const { return (word(high_, 0) & word(high_, 1) & highest) == highest; }
+    Tag tag(std::size_t place) const { return tags_[place]; }
+    /// Null in a free place.
+    ModelElement::Impl* object(std::size_t place) const {
+      return reinterpret_cast<ModelElement::Impl*>(std::uint64_t{high_[place] & (taken - 1u)} << 32 | low_[place]);
+    }
+    std::size_t placeOf(Tag tag, const ModelElement::Impl* wanted) const {
+      for (Places some = places(tag); !some.empty(); some.dropFirst())
+        if (object(some.first()) == wanted)
+          return some.first();
+      return placesInLine;
+    }
+    void put(std::size_t place, Tag tag, const ModelElement::Impl* object) {
+      const auto address = reinterpret_cast<std::uint64_t>(object);
+      tags_[place] = tag;
+      high_[place] = static_cast<std::uint16_t>(address >> 32 | taken);
+      low_[place] = static_cast<std::uint32_t>(address);
+    }
+    void clear(std::size_t place) {
+      tags_[place] = high_[place] = 0;
+      low_[place] = 0;
+    }
+
+  private:
+    static constexpr std::uint16_t taken = 0x8000;
+    static constexpr std::uint64_t each = 0x0001000100010001, highest = each * taken, others = ~highest;
+    using Numbers = std::uint16_t[placesInLine];
+
+    static std::uint64_t word(const Numbers& numbers, std::size_t which) {
+      std::uint64_t four = 0;
+      std::memcpy(&four, numbers + 4 * which, sizeof four);
+      return four;
+    }
+    /// The highest bit of each of four places that have the tag.
+    std::uint64_t same(Tag tag, std::size_t which) const {
+      const std::uint64_t different = word(tags_, which) ^ tag * each;
+      return ~(((different & others) + others) | different) & highest;
+    }
+
+    Numbers tags_, high_;
+    std::uint32_t low_[placesInLine];
+  };
+  static_assert(sizeof(Line) == 64 && sizeof(void*) == 8 && std::endian::native == std::endian::little);
+
+  /// How many bits of a hash are looked at: some more than choose a line, the lowest sixteen of which are the tag.
+  static unsigned precisionFor(std::size_t lineCount) {
+    const unsigned bits = (static_cast<unsigned>(std::bit_width(lineCount)) + 2) / 3 * 3;
+    return std::max(bits + 6, tagBits);
+  }
+  std::uint64_t codeOf(const Uuid& uuid) const { return hashUuid(uuid) >> (64 - precision_); }
+  static Tag tagOf(std::uint64_t code) { return static_cast<Tag>(code); }
+  std::size_t home(std::uint64_t code) const {
+    return static_cast<std::size_t>(static_cast<Wide>(code) * lineCount_ >> precision_);
+  }
+  std::size_t next(std::size_t at) const { return at + 1 == lineCount_ ? 0 : at + 1; }
+  /// From one line on to another.
+  std::size_t distance(std::size_t from, std::size_t to) const {
+    return to >= from ? to - from : to + lineCount_ - from;
+  }
+
+  void insert(std::uint64_t code, const ModelElement::Impl* object) noexcept {
+    const std::size_t from = home(code);
+    std::size_t at = from;
+    for (; lines_[at].isFull(); ++probes)
+      at = next(at);
+    ++probes;
+    lines_[at].put(lines_[at].freePlaces().first(), tagOf(code), object);
+    hasStrayed_ = hasStrayed_ || distance(from, at) > farthest;
+    ++count_;
+  }
+
+  /// All entries of a table that has fewer lines, of the same precision.
+  void takeOver(const IdentityIndex& other) {
+    for (std::size_t at = 0; at < other.lineCount_; ++at) {
+      const auto last = static_cast<std::uint64_t>(((Wide{at + 1} << precision_) - 1) / other.lineCount_);
+      const Line& line = other.lines_[at];
+      for (Places some = line.takenPlaces(); !some.empty(); some.dropFirst()) {
+        // The last code with this tag that leads here, or to a line before.
+        const std::uint64_t code = last - static_cast<Tag>(last - line.tag(some.first()));
+        insert(code & ((std::uint64_t{1} << precision_) - 1), line.object(some.first()));
+      }
+    }
+  }
+
+  template <class ForEachObject>
+  void fill(const ForEachObject& forEachObject) {
+    // Each place in the table is somewhere else in memory; they are fetched some objects ahead.
     constexpr std::size_t objectsAhead = 16;
     ModelElement::Impl* waiting[objectsAhead] = {};
     std::size_t next = 0;
@@ -39,79 +234,15 @@ public:
         insert(*object);
   }
 
-  void insert(ModelElement::Impl& object) noexcept {
-    const std::size_t hash = hashUuid(object.uuid());
-    std::size_t at = hash & mask_;
-    for (; entries_[at]; ++probes)
-      at = (at + 1) & mask_;
-    entries_[at] = pack(object, hash);
-    ++count_;
-    ++probes;
-  }
+  __extension__ using Wide = unsigned __int128;
+  /// Tags tell codes apart that lead to any of 128 lines; hardly ever does an object have to go that far.
+  static constexpr std::size_t farthest = 120;
 
-  void erase(const ModelElement::Impl& object) noexcept {
-    const std::size_t hash = hashUuid(object.uuid());
-    std::size_t hole = hash & mask_;
-    ++probes;
-    for (; entries_[hole] != pack(object, hash); ++probes)
-      hole = (hole + 1) & mask_;
-    entries_[hole] = 0;
-    --count_;
-    for (std::size_t at = (hole + 1) & mask_; entries_[at]; at = (at + 1) & mask_) {
-      const std::size_t home = hashUuid(unpack(entries_[at])->uuid()) & mask_;
-      if (((at - home) & mask_) >= ((at - hole) & mask_)) {
-        entries_[hole] = std::exchange(entries_[at], 0);
-        hole = at;
-      }
-    }
-  }
-
-  /// The live object of that identity, or null.
-  ModelElement::Impl* find(const Uuid& uuid) const noexcept {
-    if (!entries_)
-      return nullptr;
-    const std::size_t hash = hashUuid(uuid);
-    ++probes;
-    for (std::size_t at = hash & mask_; entries_[at]; at = (at + 1) & mask_, ++probes)
-      if (((entries_[at] ^ hash) & tagMask) == 0) {
-        ModelElement::Impl* object = unpack(entries_[at]);
-        if (object->uuid() == uuid && object->isAlive())
-          return object;
-      }
-    return nullptr;
-  }
-
-  /// Lets the processor fetch the place of an identity that is going to be looked for: among a million objects that
-  /// takes longer than making one.
-  void foresee(const Uuid& uuid) const noexcept {
-    if (entries_)
-      __builtin_prefetch(&entries_[hashUuid(uuid) & mask_], 1);
-  }
-
-  mutable std::uint64_t probes = 0; ///< entries looked at, for the benchmarks
-
-  std::size_t size() const { return count_; }
-  void clear() noexcept {
-    entries_.reset();
-    mask_ = 0;
-    count_ = 0;
-  }
-
-private:
-  // User-space addresses have 47 bits on the platforms that this library is built for.
-  static constexpr std::uint64_t tagMask = 0xffffull << 48;
-  static_assert(sizeof(void*) == 8);
-
-  static std::uint64_t pack(const ModelElement::Impl& object, std::size_t hash) {
-    return reinterpret_cast<std::uint64_t>(&object) | (hash & tagMask);
-  }
-  static ModelElement::Impl* unpack(std::uint64_t entry) {
-    return reinterpret_cast<ModelElement::Impl*>(entry & ~tagMask);
-  }
-
-  std::unique_ptr<std::uint64_t[]> entries_;
-  std::size_t mask_ = 0;
+  std::unique_ptr<Line[]> lines_;
+  std::size_t lineCount_ = 0;
   std::size_t count_ = 0;
+  unsigned precision_ = 0;
+  bool hasStrayed_ = false; ///< an object is farther away than its tag tells
 };
 
 } // namespace tavo
