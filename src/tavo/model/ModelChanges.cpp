@@ -78,17 +78,17 @@ Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool pr
   Extent& extent = extentFor(metaClass);
   reserveIdentities(1);
   Impl& object = *extent.create(uuid);
-  identities_.insert(object);
   object.isProxy_ = proxy;
   ++alive_;
   return object;
 }
 
-Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* container, const MetaProperty* property,
-                        bool proxy, const Birth& birth) {
+Impl* ModelData::create(const MetaClass& metaClass, const WantedIdentity& wanted, Impl* container,
+                        const MetaProperty* property, bool proxy, const Birth& birth) {
   requireChangeable();
-  const Uuid uuid = wanted.is_nil() ? randomUuid() : wanted;
-  Impl* standIn = wanted.is_nil() ? nullptr : identities_.find(uuid);
+  Impl* known = wanted.uuid.is_nil() ? nullptr : identities_.find(wanted.uuid);
+  const Uuid uuid = wanted.uuid.is_nil() || (known && wanted.follows) ? randomUuid() : wanted.uuid;
+  Impl* standIn = wanted.follows ? nullptr : known;
   if (standIn && (proxy || !standIn->isProxy() || !metaClass.isA(standIn->objectClass())))
     raise(FrameworkError::DuplicateIdentity, name_, toText(uuid));
 
@@ -96,6 +96,7 @@ Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* co
   const Placement last = makeRoom(container, property);
   reserveRecord();
   Impl& object = construct(metaClass, uuid, proxy);
+  identities_.insert(object);
 
   Record record(Record::Kind::placement, &object);
   record.changesLife = true;
@@ -114,6 +115,13 @@ Impl* ModelData::create(const MetaClass& metaClass, const Uuid& wanted, Impl* co
 Impl* ModelData::createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
   assert(!isRecording());
   return &construct(metaClass, uuid, proxy);
+}
+
+bool ModelData::enter(Impl& object) noexcept {
+  if (identities_.find(object.uuid()))
+    return false;
+  identities_.insert(object);
+  return true;
 }
 
 void ModelData::placeLast(Impl& object, Impl* container, const MetaProperty* property) {

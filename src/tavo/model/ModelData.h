@@ -37,6 +37,20 @@ enum class Recording : std::uint8_t {
   reading, ///< they leave no trace, and there is no history: a file is being read
 };
 
+/// Internal. The identity that a new object is to have; nil stands for a random one.
+struct WantedIdentity {
+  WantedIdentity(const Uuid& given) : uuid(given) {}
+  static WantedIdentity followingFrom(const Uuid& place) {
+    WantedIdentity wanted(place);
+    wanted.follows = true;
+    return wanted;
+  }
+
+  Uuid uuid;
+  bool follows =
+      false; ///< from a place, where a former child may have it, which has moved up: then a random one will do
+};
+
 /// Internal. One model. Everything that changes it is a member here or of UndoLog; every change is: reserve what may
 /// fail, record, apply.
 class ModelData : public ModelHandles {
@@ -64,7 +78,7 @@ public:
 
   // Objects
 
-  ModelElement::Impl* create(const MetaClass& metaClass, const Uuid& uuid, ModelElement::Impl* container,
+  ModelElement::Impl* create(const MetaClass& metaClass, const WantedIdentity& identity, ModelElement::Impl* container,
                              const MetaProperty* property, bool proxy = false, const Birth& birth = {});
   ModelElement::Impl* find(const Uuid& uuid) const { return identities_.find(uuid); }
   void foresee(const Uuid& uuid) const noexcept { identities_.foresee(uuid); }
@@ -81,9 +95,11 @@ public:
   std::uint64_t identityProbes() const { return identities_.probes; }
   void adoptContents(ModelData& other);
 
-  // Reading a file: an object is made, gets its values, and then its place.
+  // Reading a file: an object is made, gets its values, and then its place. It is not found by its identity before it
+  // has been entered, which comes before the next one is made; false when another object has that identity.
 
   ModelElement::Impl* createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
+  bool enter(ModelElement::Impl& object) noexcept;
   void placeLast(ModelElement::Impl& object, ModelElement::Impl* container, const MetaProperty* property);
   /// Empties a model whose reading failed.
   void dropContents() noexcept;

@@ -381,8 +381,9 @@ ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property,
   // The key of a child of a map is in the builder; whoever wants the identity that follows from it gives that.
   const bool isDerived = uuid.is_nil() && !property.key(0);
   requireRoomFor(property, metaClass);
-  const ModelElement made(data().create(metaClass, isDerived ? freeIdentity(property, metaClass, {}) : uuid, this,
-                                        &property, false, values));
+  const auto identity =
+      isDerived ? WantedIdentity::followingFrom(placeIdentity(property, metaClass, {})) : WantedIdentity(uuid);
+  const ModelElement made(data().create(metaClass, identity, this, &property, false, values));
   builder.applyTo(made.object());
   made.object().cascadeCreation(builder);
   transaction.commit();
@@ -392,7 +393,8 @@ ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property,
 ModelElement::Impl* ModelElement::Impl::createInto(const MetaProperty& property, const MetaClass& metaClass,
                                                    const Birth& birth, const tavo::Uuid& key) {
   requireRoomFor(property, metaClass);
-  return data().create(metaClass, freeIdentity(property, metaClass, key), this, &property, false, birth);
+  const auto identity = WantedIdentity::followingFrom(placeIdentity(property, metaClass, key));
+  return data().create(metaClass, identity, this, &property, false, birth);
 }
 
 void ModelElement::Impl::requireRoomFor(const MetaProperty& property, const MetaClass& metaClass) const {
@@ -403,14 +405,12 @@ void ModelElement::Impl::requireRoomFor(const MetaProperty& property, const Meta
     raise(FrameworkError::CannotAddSecondObject, property.name(), metaClass.name());
 }
 
-Uuid ModelElement::Impl::freeIdentity(const MetaProperty& property, const MetaClass& metaClass,
-                                      const tavo::Uuid& key) const {
+Uuid ModelElement::Impl::placeIdentity(const MetaProperty& property, const MetaClass& metaClass,
+                                       const tavo::Uuid& key) const {
   if (!property.givesIdentityTo(metaClass))
     return {};
   const ItemList* siblings = property.isMany() ? items(property) : nullptr;
-  const auto identity = property.derivedIdentity(uuid_, key, siblings ? siblings->size() : 0);
-  // A former child may have it, which has been taken out or has moved up.
-  return data().find(identity) ? tavo::Uuid{} : identity;
+  return property.derivedIdentity(uuid_, key, siblings ? siblings->size() : 0);
 }
 
 void ModelElement::Impl::doDestroy(bool withHooks, bool withContents) {

@@ -288,9 +288,8 @@ private:
 
   void releaseZombie() noexcept;
   void requireRoomFor(const MetaProperty& property, const MetaClass& metaClass) const;
-  /// The identity that a child takes from its place; nil, which asks for a random one, where there is none or another
-  /// object has it.
-  tavo::Uuid freeIdentity(const MetaProperty& property, const MetaClass& metaClass, const tavo::Uuid& key) const;
+  /// The identity that a child takes from its place; nil where there is none.
+  tavo::Uuid placeIdentity(const MetaProperty& property, const MetaClass& metaClass, const tavo::Uuid& key) const;
 
   tavo::Uuid uuid_;
   ObjectHome* home_;

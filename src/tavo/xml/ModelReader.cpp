@@ -10,6 +10,7 @@
 #include "tavo/xml/XmlFormat.h"
 #include "tavo/xml/XmlText.h"
 
+#include <boost/container/deque.hpp>
 #include <boost/unordered/unordered_flat_map.hpp>
 
 #include <algorithm>
@@ -44,6 +45,7 @@ struct ClassEntry {
   std::string name;
   const MetaClass* metaClass = nullptr;
   std::vector<std::pair<std::string, const MetaProperty*>> features;
+  std::vector<const MetaProperty*> followers{}; ///< those of one object whose identity follows from this one
 
   const MetaProperty* find(std::string_view feature) const {
     for (const auto& [known, property] : features)
@@ -87,10 +89,11 @@ public:
   void finish() override {
     for (const Pending& pending : pending_) {
       const auto at = [&] { return document_ + ":" + std::to_string(pending.line); };
-      Impl* target = pending.anchor == noAnchor ? findTarget(pending.uuid) : anchors_[pending.anchor].object;
+      const Target wanted = pending.isAnchored ? Target{{}, pending.target} : Target{awaited_[pending.target]};
+      Impl* target = find(wanted);
       if (!target)
         raise(FrameworkError::DanglingReference, at(), pending.property->name(),
-              pending.anchor == noAnchor ? toText(pending.uuid) : anchors_[pending.anchor].name);
+              pending.isAnchored ? anchors_[pending.target].name : toText(wanted.uuid));
       makeReference(*pending.source, *pending.property, *target, at);
     }
   }
@@ -107,13 +110,22 @@ private:
         nullptr; ///< that holds the object (none for a top-level one), or that is the value's
   };
 
+  /// What a reference leads to, by identity or by anchor.
+  struct Target {
+    Uuid uuid{};
+    std::uint32_t anchor = noAnchor;
+  };
+
+  /// A reference that waits for its target; a large file has millions of them.
   struct Pending {
     Impl* source;
     const MetaProperty* property;
-    Uuid uuid;
-    std::uint32_t anchor;
     std::uint64_t line;
+    std::uint32_t target; ///< an anchor, or the index of an identity
+    bool isAnchored;
   };
+  using ManyPending =
+      boost::container::deque<Pending, void, boost::container::deque_options_t<boost::container::block_bytes<65536u>>>;
 
   struct Anchor {
     std::string name;
@@ -155,6 +167,8 @@ private:
         if (known == feature.name || other == property)
           raiseInvalid(feature.place, "the feature \"" + feature.name + "\" is listed twice");
       entry->features.emplace_back(feature.name, property);
+      if (property->kind() == FeatureKind::containsOne && property->givesIdentityTo(*property->target()))
+        entry->followers.push_back(property);
     }
     dictionary_.push_back(std::move(entry));
   }
@@ -165,6 +179,7 @@ private:
     if (data_.find(outsider.uuid))
       raise(FrameworkError::DuplicateIdentity, outsider.place, toText(outsider.uuid));
     Impl* object = data_.createUnplaced(*entry.metaClass, outsider.uuid, true);
+    data_.enter(*object);
     identities_.emplace(outsider.uuid, object);
     data_.placeLast(*object, nullptr, nullptr);
   }
@@ -227,6 +242,7 @@ private:
       raiseInvalid(place(), "the identity of the object is nil");
 
     Impl* object = createObject(entry, container, property, uuid, keyOf(entry, property, attributes));
+    arriving_ = object;
     for (const XmlAttribute& attribute : attributes) {
       if (attribute.name == xf::uuid || attribute.name == xf::classAttribute)
         continue;
@@ -239,6 +255,7 @@ private:
       }
       readAttribute(*object, entry, attribute);
     }
+    enterArriving();
     frames_.push_back({Frame::Kind::object, object, &entry, property});
   }
 
@@ -268,7 +285,28 @@ private:
     return {};
   }
 
-  /// A nil identity stands for the one that follows from the place.
+  /// An object can be found by its identity when its attributes have been read: meanwhile the processor fetches the
+  /// place of the identity, which among a million others takes as long as all the rest.
+  void enterArriving() {
+    if (Impl* object = std::exchange(arriving_, nullptr))
+      enter(*object);
+  }
+  void enter(Impl& object) {
+    if (!data_.enter(object))
+      raise(FrameworkError::DuplicateIdentity, place(), toText(object.uuid()));
+  }
+
+  /// The same for what will follow from an identity: the value of an entry, and the reference to the type of that.
+  void foreseeFollowers(const ClassEntry& entry, const Uuid& uuid, int depth = 2) const {
+    for (const MetaProperty* property : entry.followers) {
+      const Uuid follower = property->derivedIdentity(uuid, {}, 0);
+      data_.foresee(follower);
+      if (const auto known = depth > 1 ? classes_.find(property->target()) : classes_.end(); known != classes_.end())
+        foreseeFollowers(*known->second, follower, depth - 1);
+    }
+  }
+
+  /// An object that is not found by its identity yet. A nil identity stands for the one that follows from the place.
   Impl* createObject(const ClassEntry& entry, Impl* container, const MetaProperty* property, Uuid uuid,
                      const Uuid& key) {
     const bool derived = container && property->givesIdentityTo(*entry.metaClass);
@@ -279,8 +317,9 @@ private:
     if (uuid.is_nil())
       uuid = derivedIn(options_.freshIdentities ? originals_[container] : container->uuid());
     if (!options_.freshIdentities) {
-      if (data_.find(uuid))
-        raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
+      data_.foresee(uuid);
+      if (property && property->isMany())
+        foreseeFollowers(entry, uuid);
       return data_.createUnplaced(*entry.metaClass, uuid, false);
     }
     if (identities_.contains(uuid))
@@ -322,11 +361,13 @@ private:
     const MetaProperty* reference = property.target()->soleReference();
     if (!reference || !property.givesIdentityTo(*property.target()))
       raiseInvalid(place(), "\"" + std::string(attribute.name) + "\" is no attribute");
+    enterArriving();
     const ClassEntry& entry = childClass(property, {});
     forEachWord(attribute.value, [&](std::string_view target) {
       if (property.kind() == FeatureKind::containsOne && owner.one(property))
         raiseInvalid(place(), "\"" + std::string(property.name()) + "\" holds one object only");
       Impl* object = createObject(entry, &owner, &property, {}, {});
+      enter(*object);
       refer(*object, *reference, target);
       data_.placeLast(*object, &owner, &property);
     });
@@ -426,18 +467,21 @@ private:
   void refer(Impl& source, const MetaProperty& property, std::string_view text) {
     if (property.kind() == FeatureKind::refersOne && source.one(property))
       raiseInvalid(place(), "\"" + std::string(property.name()) + "\" holds one object only");
-    Pending pending{&source, &property, {}, noAnchor, 0};
+    Target target;
     if (text.size() == 36)
-      pending.uuid = readUuid(text);
+      target.uuid = readUuid(text);
     else
-      pending.anchor = anchorOf(text);
+      target.anchor = anchorOf(text);
     if (property.kind() == FeatureKind::refersOne && !property.opposite()) {
-      Impl* known = pending.anchor == noAnchor ? findTarget(pending.uuid) : anchors_[pending.anchor].object;
-      if (known)
+      if (Impl* known = find(target))
         return makeReference(source, property, *known, [this] { return place(); });
     }
-    pending.line = at_->line(); // expat counts the lines when it is asked, so not before it is needed
-    pending_.push_back(pending);
+    // Expat counts the lines when it is asked, so not before it is needed.
+    const bool isAnchored = target.anchor != noAnchor;
+    pending_.push_back({&source, &property, at_->line(),
+                        isAnchored ? target.anchor : static_cast<std::uint32_t>(awaited_.size()), isAnchored});
+    if (!isAnchored)
+      awaited_.push_back(target.uuid);
   }
 
   template <class Place>
@@ -452,10 +496,14 @@ private:
     }
   }
 
-  Impl* findTarget(const Uuid& uuid) const {
-    if (const auto found = identities_.find(uuid); found != identities_.end())
+  Impl* find(const Target& target) const {
+    if (target.anchor != noAnchor)
+      return anchors_[target.anchor].object;
+    if (const auto found = identities_.find(target.uuid); found != identities_.end())
       return found->second;
-    return options_.freshIdentities ? nullptr : data_.find(uuid);
+    if (options_.freshIdentities)
+      return nullptr;
+    return arriving_ && arriving_->uuid() == target.uuid ? arriving_ : data_.find(target.uuid);
   }
 
   std::uint32_t anchorOf(std::string_view name) {
@@ -514,7 +562,9 @@ private:
   boost::unordered_flat_map<std::string, ClassEntry*, BytesHash> classesByName_;
   boost::unordered_flat_map<const MetaClass*, ClassEntry*> classes_;
   std::vector<Frame> frames_;
-  std::vector<Pending> pending_;
+  Impl* arriving_ = nullptr; ///< whose attributes are being read
+  ManyPending pending_;
+  std::vector<Uuid> awaited_;
   std::vector<Anchor> anchors_;
   boost::unordered_flat_map<std::string, std::uint32_t, BytesHash> anchorIndex_;
   /// Objects by the identities that the file gives them, where the model does not know these.
