@@ -220,8 +220,11 @@ TEST_F(CorpusTest, PresentFilesGoDownToEachReleaseAndComeBack) {
       SCOPED_TRACE(release.toUtf8());
       const auto old = down(now, release);
       account += release.toUtf8() + "\n";
-      for (const auto& loss : losses_)
-        account += "  " + loss.object + ": " + property::evolution::inWords(loss) + "\n";
+      for (const auto& loss : losses_) {
+        const auto words = property::evolution::inWords(loss);
+        EXPECT_TRUE(loss.what.find(' ') != loss.what.npos || !words.starts_with(loss.what)) << "no words for " << words;
+        account += "  " + loss.object + ": " + words + "\n";
+      }
       const auto again = upAgain(old, path.filename());
       if (release == present) {
         EXPECT_EQ(differences(now, again), "");

@@ -260,8 +260,9 @@ class CommandTest(unittest.TestCase):
         script = self.write("complete.bash", self.run_command("completion").stdout)
         done = subprocess.run(["bash", "-c", f". ./{script}; COMP_WORDS=(zelkor sh); COMP_CWORD=1; _zelkor; "
                                "echo ${COMPREPLY[@]}; COMP_WORDS=(zelkor show --j); COMP_CWORD=2; _zelkor; "
+                               "echo ${COMPREPLY[@]}; COMP_WORDS=(zelkor export x --release Or); COMP_CWORD=4; _zelkor; "
                                "echo ${COMPREPLY[@]}"], cwd=self.folder, capture_output=True, text=True, check=True)
-        self.assertEqual(done.stdout, "show\n--json\n")
+        self.assertEqual(done.stdout, "show\n--json\nOriole\n")
 
 
 if __name__ == "__main__":

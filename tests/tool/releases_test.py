@@ -122,6 +122,12 @@ class ReleasesTest(unittest.TestCase):
                 self.assertEqual(told_json["release"], release)
         out = self.run_well("export", "m.xml", "--release", "Plover", "-o", "Plover/m.xml")
         self.assertEqual(out, 'm.A: the units of Plant.Pump.power are left out\n')
+        # Neither a fault in a profile nor a missing profile is in the way.
+        text = (self.folder / "Plant.xml").read_text()
+        self.assertIn('storedExpression="2"', text)
+        (self.folder / "Plant.xml").write_text(text.replace('storedExpression="2"', 'storedExpression="2*"'))
+        self.assertEqual(self.run_command("check", "Plant.xml").returncode, 1)
+        self.assertEqual(self.run_well("export", "Plant.xml", "--release", "Oriole", "-o", "Oriole/Plant.xml"), "")
         os.rename(self.folder / "Plant.xml", self.folder / "Plant.away")
         self.assertEqual(self.run_well("export", "m.xml", "--release", "Plover", "-o", "Plover/m.xml"), out)
 

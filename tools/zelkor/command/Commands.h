@@ -14,6 +14,8 @@ int compile(const std::filesystem::path& input, const std::filesystem::path& out
 int decompile(const std::filesystem::path& input, const std::filesystem::path& output);
 int show(const std::filesystem::path& input, bool json);
 int listReleases(bool json);
+/// Of all releases, with blanks between them.
+std::string releaseNames();
 /// Writes a copy for another release and tells what it cannot hold; with `strict` nothing is written then.
 int exportFile(const std::filesystem::path& input, const std::string& release, const std::filesystem::path& output,
                bool strict, bool json);

@@ -65,10 +65,14 @@ std::vector<std::pair<std::string, std::vector<std::string>>> grouped(const Loss
 void print(const Losses& losses) {
   constexpr std::size_t many = 4;
   for (const auto& [words, objects] : grouped(losses)) {
-    if (objects.size() >= many)
+    const bool areMany = objects.size() >= many;
+    if (areMany)
       std::cout << words << ":\n";
     for (const auto& object : objects)
-      std::cout << (objects.size() >= many ? "  " + object : (object.empty() ? "" : object + ": ") + words) << '\n';
+      if (areMany)
+        std::cout << "  " << object << '\n';
+      else
+        std::cout << object << (object.empty() ? "" : ": ") << words << '\n';
   }
 }
 
@@ -90,34 +94,43 @@ public:
     if (cannotLink) {
       if (fs::exists(fs::symlink_status(path_)))
         tavo::raise(ModelCommandError::FileExists, path_.string());
-      fs::copy_file(old, path_);
-    }
-    isMade_ = true;
-    auto& system = tavo::FileSystem::current();
-    for (const auto handle : {system.open(path_), system.openFolder(folderOf(path_))}) {
-      const tavo::FileHandle open(system, handle);
-      system.sync(handle);
+      try {
+        fs::copy_file(old, path_);
+      } catch (const fs::filesystem_error&) {
+        fs::remove(path_, cannotLink); // half of a copy
+        throw;
+      }
     }
   }
   Backup(const Backup&) = delete;
   ~Backup() {
     std::error_code ignored; // the failure to upgrade is what counts
-    if (isMade_ && !isNeeded_)
+    if (!isNeeded_)
       fs::remove(path_, ignored);
+  }
+  /// Returns when it is on the disk.
+  void sync() const {
+    auto& system = tavo::FileSystem::current();
+    const tavo::FileHandle file(system, system.open(path_));
+    system.sync(file.get());
+    const tavo::FileHandle folder(system, system.openFolder(folderOf(path_)));
+    system.sync(folder.get());
   }
   void keep() { isNeeded_ = true; }
 
 private:
   fs::path path_;
-  bool isMade_ = false, isNeeded_ = false;
+  bool isNeeded_ = false;
 };
 
 /// Saves with a backup, if one is wanted. What has been replaced although the disk reports a fault keeps its backup.
 template <class Save>
 void replace(const fs::path& path, const std::optional<std::string>& backupVersion, const Save& save) {
   std::optional<Backup> backup;
-  if (backupVersion)
+  if (backupVersion) {
     backup.emplace(path, *backupVersion);
+    backup->sync();
+  }
   try {
     save();
   } catch (const tavo::Error& error) {
@@ -171,6 +184,13 @@ int listReleases(bool json) {
   for (const auto& row : table)
     line(row["release"], row["zelkor_property"], row["zelkor_services_proxy"]);
   return success;
+}
+
+std::string releaseNames() {
+  std::string names;
+  for (const auto& each : ReleaseRegistry::releases())
+    names += (names.empty() ? "" : " ") + toUtf8(each.release);
+  return names;
 }
 
 int exportFile(const fs::path& input, const std::string& release, const fs::path& output, bool strict, bool json) {

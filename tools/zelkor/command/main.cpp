@@ -32,6 +32,9 @@ std::string completionScript(const CLI::App& app) {
             "  if [ \"$COMP_CWORD\" -eq 1 ]; then words='" +
             names +
             " --help --version'; fi\n"
+            "  if [ \"${COMP_WORDS[COMP_CWORD-1]}\" = --release ]; then words='" +
+            releaseNames() +
+            "'; fi\n"
             "  COMPREPLY=($(compgen -W \"$words\" -- \"$word\") )\n"
             "  if [ \"$COMP_CWORD\" -gt 1 ] && [ \"${word#-}\" = \"$word\" ]; then\n"
             "    COMPREPLY+=($(compgen -f -- \"$word\"))\n  fi\n}\ncomplete -o filenames -F _zelkor zelkor\n";
