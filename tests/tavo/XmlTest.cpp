@@ -63,10 +63,10 @@ TEST(XmlReaderTest, RefusesWhatIsMalformedOrCouldLoseOrDoSomething) {
   const struct {
     std::string document, place, fault;
   } refusals[] = {
-      {"", "doc:1:1", "no element found"},
+      {"", "doc:1:1", "no element found; the file ends too early, and may have been cut off"},
       {"<a>\n  <b></a>", "doc:2:8", "mismatched tag"},
-      {"<a", "doc:1:1", "unclosed token"},
-      {"<a>", "doc:1:4", "no element found"},
+      {"<a", "doc:1:1", "unclosed token; the file ends too early, and may have been cut off"},
+      {"<a>", "doc:1:4", "no element found; the file ends too early, and may have been cut off"},
       {"<a/><b/>", "doc:1:5", "junk after document element"},
       {"<a/>text", "doc:1:5", "junk after document element"},
       {"<a x='1' x='2'/>", "doc:1:10", "duplicate attribute"},

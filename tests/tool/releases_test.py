@@ -44,6 +44,11 @@ type = "Hue"
 default = "Green"
 
 [[stereotype.property]]
+name = "made"
+type = "Hue"
+default = { expr = "Hue('Green')" }
+
+[[stereotype.property]]
 name = "notes"
 type = "stringArray"
 
@@ -79,7 +84,7 @@ class ReleasesTest(unittest.TestCase):
         self.run_well("add", "m.xml", "A")
         self.run_well("import", "m.xml", "Plant")
         self.run_well("apply", "m.xml", "A", "Plant.Pump")
-        self.run_well("set", "m.xml", "A", "power", "3", "--units", "kW")
+        self.run_well("set", "m.xml", "A", "power", "3*int32(Hue.Red)", "--units", "kW")
         self.run_well("set", "m.xml", "A", "hue", "Hue.Red")
 
     def bring_old(self, *names):
@@ -106,6 +111,8 @@ class ReleasesTest(unittest.TestCase):
             "Plant: the friendly name is left out", "Plant.reviewed: the tag is left out",
             "Plant.Power: the units are left out", "Plant.Power: the base type single becomes double",
             "Plant.Pump.power: the units are left out", "Plant.Pump.hue: the type Hue becomes string",
+            "Plant.Pump.made: the type Hue becomes string",
+            "Plant.Pump.made: the default Hue('Green') stays, and is no value of a string",
         }
         versions = {row["release"]: row["zelkor_property"] for row in json.loads(self.run_well("releases", "--json"))}
         for release, expected in told.items():
@@ -115,7 +122,7 @@ class ReleasesTest(unittest.TestCase):
                 self.assertEqual(sorted(out.splitlines()), sorted(expected))
                 self.assertEqual(self.version(f"{release}/Plant.xml"), versions[release])
                 shown = json.loads(self.run_well("show", "--json", f"{release}/Plant.xml"))
-                self.assertEqual([p["name"] for p in shown["stereotypes"][0]["properties"]], ["power", "hue", "notes"])
+                self.assertEqual([p["name"] for p in shown["stereotypes"][0]["properties"]], ["power", "hue", "made", "notes"])
                 told_json = json.loads(self.run_well("export", "Plant.xml", "--release", release, "--json", "-o",
                                                      f"{release}/Plant.xml"))
                 self.assertEqual({f"{loss['object']}: {loss['effect']}" for loss in told_json["losses"]}, expected)
@@ -128,6 +135,9 @@ class ReleasesTest(unittest.TestCase):
         (self.folder / "Plant.xml").write_text(text.replace('storedExpression="2"', 'storedExpression="2*"'))
         self.assertEqual(self.run_command("check", "Plant.xml").returncode, 1)
         self.assertEqual(self.run_well("export", "Plant.xml", "--release", "Oriole", "-o", "Oriole/Plant.xml"), "")
+        values = (self.folder / "Plover/m.xml").read_text()
+        self.assertIn("p_Expression=\"'Red'\"", values)
+        self.assertIn('p_Expression="3*int32(Hue.Red)"', values)
         os.rename(self.folder / "Plant.xml", self.folder / "Plant.away")
         self.assertEqual(self.run_well("export", "m.xml", "--release", "Plover", "-o", "Plover/m.xml"), out)
 
@@ -150,17 +160,17 @@ class ReleasesTest(unittest.TestCase):
         os.symlink("Plant.xml", self.folder / "link.xml")
         refusal, before = "Velmora:Profile:CannotExportToPrevious", self.files()
         for arguments, identifier, words in [
-                (["Plant.xml", "Plover", "there.xml", "--strict"], refusal, "(7): Plant"),
+                (["Plant.xml", "Plover", "there.xml", "--strict"], refusal, "(9): Plant"),
                 (["m.xml", "Plover", "there.xml", "--strict"], refusal, 'm.A: the units of Plant.Pump.power'),
                 (["Plant.xml", "Orioles", "there.xml"], "zelkor:text:UnknownName", 'did you mean "Oriole"?'),
-                (["Plant.xml", "2.6", "there.xml"], "zelkor:text:UnknownName", '"2.6"'),
+                (["Plant.xml", "2.6", "there.xml"], "zelkor:text:UnknownName", '"2.6". "zelkor releases" lists'),
                 (["Plant.xml", "Oriole", "./Plant.xml"], "zelkor:text:OutputIsInput", "Plant.xml"),
                 (["Plant.xml", "Oriole", "link.xml"], "zelkor:text:OutputIsInput", "link.xml"),
                 (["Plant.xml", "Oriole", "none/old.xml"], refusal, "no such folder"),
                 (["Plant.xml", "Oriole", "folder"], refusal, "folder"),
                 (["none.xml", "Oriole", "there.xml"], "tavo:io:FileNotFound", "none.xml"),
                 (["foreign.xml", "Oriole", "there.xml"], "tavo:messages:InvalidText", "no model file"),
-                (["future.xml", "Oriole", "there.xml"], "tavo_evo:messages:InvalidFamilyVersion", "newer release")]:
+                (["future.xml", "Oriole", "there.xml"], "tavo_evo:messages:InvalidFamilyVersion", "with the release that wrote it")]:
             with self.subTest(arguments):
                 source, release, output, *rest = arguments
                 done = self.run_command("export", source, "--release", release, "-o", output, *rest)
@@ -230,6 +240,26 @@ class ReleasesTest(unittest.TestCase):
         told = json.loads(self.run_well("upgrade", "Works.xml", "profiles/Plant.xml", "--json"))
         self.assertEqual(told, {"files": [{"file": "Works.xml", "was": "Plover"},
                                           {"file": "profiles/Plant.xml", "was": "Plover"}], "findings": []})
+
+    def test_what_the_profiles_do_not_take_is_told_and_left_out_only_on_demand(self):
+        self.bring_old("Works.xml")
+        path = self.folder / "Works.xml"
+        path.write_text(path.read_text().replace('"3/4"', '"-3"').replace("Plant.FirePump.stages", "Plant.FirePump.gone"))
+        old, upgrade = path.read_bytes(), ["upgrade", "--leave-out", "Works.xml"]
+        self.assertEqual(self.run_command(*upgrade).returncode, 1, "the profile is missing")
+        self.assertEqual(list(self.files()), ["Works.xml"])
+        self.bring_old("Plant.xml")
+        for arguments, status in [(["values", path], 0), (["set", path, "Main", "maker", "'x'"], 1),
+                                  (["upgrade", path], 1), (upgrade, 0)]:
+            with self.subTest(arguments):
+                self.assertEqual(path.read_bytes(), old)
+                done = self.run_command(*arguments)
+                self.assertEqual(done.returncode, status, done.stderr)
+                for words in ['The value -3 of "Plant.Pump.flow" cannot be set for "Main". Because: ', '"Spare". Because: ']:
+                    self.assertEqual(done.stderr.count(words), 1, done.stderr)
+                self.assertEqual("--leave-out" in done.stderr, arguments == ["upgrade", path])
+        self.assertEqual((self.version("Works.xml"), self.files()["Works.xml.Plover"]), (PRESENT, old))
+        self.run_well("set", "Works.xml", "Main", "maker", "'x'")
 
     def test_opening_an_old_file_does_not_write_it_and_changing_it_says_so(self):
         self.bring_old("Plant.xml", "Works.xml")

@@ -118,7 +118,10 @@ private:
       const auto code = ::XML_GetErrorCode(expat_);
       if (code == ::XML_ERROR_NO_MEMORY)
         throw std::bad_alloc();
-      refuse(::XML_ErrorString(code));
+      const bool atEnd = code == ::XML_ERROR_NO_ELEMENTS || code == ::XML_ERROR_UNCLOSED_TOKEN ||
+                         code == ::XML_ERROR_PARTIAL_CHAR || code == ::XML_ERROR_UNCLOSED_CDATA_SECTION;
+      refuse(::XML_ErrorString(code) +
+             std::string(atEnd ? "; the file ends too early, and may have been cut off" : ""));
     }
     if (pending() > limits_.tokenBytes)
       exceedToken();

@@ -114,6 +114,7 @@ std::string_view nameOf(const Object& type) {
 }
 
 /// Members of enumerations in an expression ("LinkColor.Red") become texts of their names, and arrays of them lists.
+/// Arguments stay: "int32('Red')" would be another number than "int32(LinkColor.Red)".
 std::string membersAsTexts(std::string_view expression) {
   const auto isWord = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
   const auto startsName = [&](std::size_t at) {
@@ -122,6 +123,7 @@ std::string membersAsTexts(std::string_view expression) {
   };
   std::string result;
   std::vector<std::size_t> brackets;
+  std::size_t parentheses = 0; ///< that are open, from that of a call on
   bool found = false;
   for (std::size_t at = 0; at < expression.size();) {
     const auto start = at;
@@ -134,14 +136,18 @@ std::string membersAsTexts(std::string_view expression) {
            ++at)
         if (expression[at] == '.')
           last = at + 1;
-      if (isName && last != start && (at == expression.size() || expression[at] != '(')) {
+      if (isName && parentheses == 0 && last != start && (at == expression.size() || expression[at] != '(')) {
         ((result += '\'') += expression.substr(last, at - last)) += '\'';
         found = true;
         continue;
       }
     } else {
-      if (first == '[' || first == ']')
+      if (parentheses == 0 && (first == '[' || first == ']'))
         brackets.push_back(result.size());
+      if (first == '(' && (parentheses > 0 || (at > 0 && isWord(expression[at - 1]))))
+        ++parentheses;
+      else if (first == ')' && parentheses > 0)
+        --parentheses;
       ++at;
     }
     result += expression.substr(start, at - start);
@@ -178,8 +184,12 @@ void useFormerTypes(Document& document, Account& account) {
       if (feature != &ofValue)
         account.note(document, object, inWords(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
                      inWords("becomes", instead));
-      else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration")
-        document.set(object, text, membersAsTexts(*member));
+      else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration") {
+        const auto asText = membersAsTexts(*member);
+        if (asText.find('(') != asText.npos)
+          account.note(document, object, inWords("the default", asText), "stays, and is no value of a string");
+        document.set(object, text, asText);
+      }
     }
     if (object.isA(r.elementValue)) {
       if (const auto* member = object.find(expression))

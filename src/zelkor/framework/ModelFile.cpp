@@ -152,6 +152,8 @@ const std::string& ModelFile::olderVersion() const { return state_->olderVersion
 
 void ModelFile::save() { saveAs(path().empty() ? tavo::toPath(tavo::concat(model().name(), u".xml")) : path()); }
 
+void ModelFile::leaveOutLost() { state_->lost = 0; }
+
 void ModelFile::saveAs(const fs::path& path) {
   const auto target = fs::absolute(path);
   auto& file = state_->file;

@@ -50,6 +50,8 @@ public:
   /// FileChangedOnDisk when somebody else has written the file meanwhile, MigrationIncomplete when the file says more
   /// than could be taken over from its release; then model and file are as they were.
   void save();
+  /// Lets the model be saved over its file without what could not be taken over.
+  void leaveOutLost();
   /// The same to another file, which is the model's from then on. The model is called like it.
   void saveAs(const std::filesystem::path& path);
 

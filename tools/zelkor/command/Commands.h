@@ -19,8 +19,9 @@ std::string releaseNames();
 /// Writes a copy for another release and tells what it cannot hold; with `strict` nothing is written then.
 int exportFile(const std::filesystem::path& input, const std::string& release, const std::filesystem::path& output,
                bool strict, bool json);
-/// Brings files up to date where they are; with `backup` the old ones stay beside them.
-int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool json);
+/// Brings files up to date where they are; with `backup` the old ones stay beside them. With `leaveOut`, models that
+/// find all of their profiles go without what these cannot take over; the old file stays then, too.
+int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool leaveOut, bool json);
 int check(const std::vector<std::string>& inputs, bool json);
 
 } // namespace zelkor::command

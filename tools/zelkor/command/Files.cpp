@@ -48,6 +48,13 @@ void Surroundings::lookIn(std::vector<std::filesystem::path> folders) {
   classes_->forgetFiles();
 }
 
+std::string inOneLine(const kavra::Diagnostic& diagnostic) {
+  std::string text = diagnostic.text;
+  for (const auto& cause : diagnostic.causes)
+    text += " Because: " + cause;
+  return text;
+}
+
 std::filesystem::path folderOf(const std::filesystem::path& path) {
   return std::filesystem::absolute(path).parent_path();
 }

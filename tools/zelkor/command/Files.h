@@ -31,6 +31,9 @@ private:
   std::shared_ptr<kavra::Host> before_;
 };
 
+/// What the library has reported, with what led to it.
+std::string inOneLine(const kavra::Diagnostic& diagnostic);
+
 /// The folder that holds a file.
 std::filesystem::path folderOf(const std::filesystem::path& path);
 

@@ -12,6 +12,7 @@
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/evolution/ReleaseRegistry.h"
+#include "zelkor/framework/Errors.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/profile/Profile.h"
 #include "zelkor/profile/ProfileNamespace.h"
@@ -38,7 +39,8 @@ tavo::String releaseNamed(const std::string& name) {
   for (const auto& each : ReleaseRegistry::releases())
     known.push_back(toUtf8(each.release));
   if (std::ranges::find(known, name) == known.end())
-    tavo::raise(text::TextError::UnknownName, "release", name, text::suggestion(name, known));
+    tavo::raise(text::TextError::UnknownName, "release", name,
+                text::suggestion(name, known) + " \"zelkor releases\" lists them.");
   return tavo::String::fromUtf8(name);
 }
 
@@ -143,7 +145,7 @@ void replace(const fs::path& path, const std::optional<std::string>& backupVersi
 }
 
 /// Brings one file up to date; what it was, or nothing if it was that already.
-std::string upgrade(const fs::path& path, bool backup) {
+std::string upgrade(const fs::path& path, bool backup, bool leaveOut) {
   std::string version;
   const auto note = [&](std::string_view family, std::string_view found) {
     if (family == "zelkor_property" || version.empty())
@@ -159,6 +161,8 @@ std::string upgrade(const fs::path& path, bool backup) {
   } else {
     // The values of a model may have to find their profiles first.
     auto file = ModelFile::open(path);
+    if (leaveOut && file.differences().p_MissingProfiles().empty())
+      file.leaveOutLost();
     replace(path, backupVersion, [&] { file.save(); });
   }
   return version;
@@ -221,7 +225,7 @@ int exportFile(const fs::path& input, const std::string& release, const fs::path
   return report(found, json);
 }
 
-int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool json) {
+int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool leaveOut, bool json) {
   // Models find their profiles beside them, and among the other files.
   std::vector<fs::path> folders;
   for (const auto& path : paths)
@@ -235,15 +239,19 @@ int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool json) 
     near.insert(near.begin(), folderOf(path));
     surroundings.lookIn(near);
     try {
-      const auto former = upgrade(path, backup);
+      const auto former = upgrade(path, backup || leaveOut, leaveOut);
       files.push_back({{"file", path}, {"was", former.empty() ? ordered_json() : ordered_json(former)}});
       if (!json)
         std::cout << path << ": " << (former.empty() ? "up to date" : "was " + former) << std::endl;
+    } catch (const tavo::Error& error) {
+      const bool isIncomplete = error.id() == ArchitectureError::MigrationIncomplete;
+      found.add({}, {}, error,
+                isIncomplete ? "With --leave-out it goes without what is listed, once its profiles are there." : "");
     } catch (...) {
       addCurrent(found);
     }
     for (const auto& diagnostic : surroundings.takeDiagnostics())
-      std::cerr << path << ": " << diagnostic.text << '\n';
+      std::cerr << path << ": " << inOneLine(diagnostic) << '\n';
     const auto some = found.sorted();
     if (!json)
       print(some);

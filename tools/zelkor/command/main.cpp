@@ -92,7 +92,7 @@ int main(int argc, char** argv) {
   checkCommand->callback([&] { status = check(inputs, json); });
 
   std::string release;
-  bool strict = false, backup = false;
+  bool strict = false, backup = false, leaveOut = false;
   auto* releasesCommand = app.add_subcommand("releases", "List the releases and their versions of the schema");
   releasesCommand->add_flag("--json", json, "As JSON");
   releasesCommand->callback([&] { status = listReleases(json); });
@@ -108,8 +108,11 @@ int main(int argc, char** argv) {
   auto* upgradeCommand = app.add_subcommand("upgrade", "Bring files of older releases up to date");
   upgradeCommand->add_option("FILES", inputs, "The profiles or models")->required();
   upgradeCommand->add_flag("--backup", backup, "Keep each old file, as FILE.VERSION");
+  upgradeCommand->add_flag("--leave-out", leaveOut,
+                           "Also models that say what cannot be taken over, without it; the old"
+                           " file is kept");
   upgradeCommand->add_flag("--json", json, "As JSON");
-  upgradeCommand->callback([&] { status = upgradeFiles(inputs, backup, json); });
+  upgradeCommand->callback([&] { status = upgradeFiles(inputs, backup, leaveOut, json); });
 
   addModelCommands(app, status);
 

@@ -87,6 +87,18 @@ OpenModel::OpenModel(const std::filesystem::path& path)
   for (const auto& missing : missing_)
     warn("the profile \"" + toUtf8(missing) + "\" " + troubleWith(missing));
   file_.differences().setP_MissingProfiles({}); // nothing to follow
+
+  // What could not be taken over from an old file is not what the model says now. A missing profile explains it all.
+  constexpr std::size_t many = 20;
+  std::size_t lost = 0;
+  for (auto& report : surroundings_.takeDiagnostics()) {
+    if (report.id != ArchitectureError::FailedToMigrateLinnetModel.text())
+      reports_.push_back(std::move(report));
+    else if (missing_.empty() && ++lost <= many)
+      warn(inOneLine(report));
+  }
+  if (lost > many)
+    warn("and " + std::to_string(lost - many) + " more, which \"zelkor upgrade\" lists");
 }
 
 void OpenModel::tellOfChanges() const {
@@ -188,8 +200,10 @@ void OpenModel::save() {
 }
 
 void OpenModel::tellReports() {
-  for (const auto& diagnostic : surroundings_.takeDiagnostics())
-    warn(diagnostic.text);
+  for (auto& later : surroundings_.takeDiagnostics())
+    reports_.push_back(std::move(later));
+  for (const auto& report : std::exchange(reports_, {}))
+    warn(inOneLine(report));
 }
 
 } // namespace zelkor::command

@@ -18,8 +18,8 @@ namespace zelkor::command {
 /// Opens a model, with its profiles from beside it and from ZELKOR_PATH, and finds in it what the command line names.
 class OpenModel {
 public:
-  /// Raises what ModelFile::open raises. What the user should know of missing profiles is printed to the standard
-  /// error.
+  /// Raises what ModelFile::open raises. What the user should know of missing profiles, and of what an old file
+  /// says and the model does not, is printed to the standard error.
   explicit OpenModel(const std::filesystem::path& path);
   /// Prints there that the profiles have changed, if they have.
   void tellOfChanges() const;
@@ -72,6 +72,7 @@ private:
   Surroundings surroundings_;
   ModelFile file_;
   std::vector<tavo::String> missing_;
+  std::vector<kavra::Diagnostic> reports_{}; ///< of opening, not told yet
 };
 
 } // namespace zelkor::command
