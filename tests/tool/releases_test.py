@@ -49,6 +49,12 @@ type = "Hue"
 default = { expr = "Hue('Green')" }
 
 [[stereotype.property]]
+name = "serials"
+type = "int64"
+dimensions = [1, 2]
+default = { expr = "[7 2147483649]" }
+
+[[stereotype.property]]
 name = "notes"
 type = "stringArray"
 
@@ -112,6 +118,8 @@ class ReleasesTest(unittest.TestCase):
             "Plant.Power: the units are left out", "Plant.Power: the base type single becomes double",
             "Plant.Pump.power: the units are left out", "Plant.Pump.hue: the type Hue becomes string",
             "Plant.Pump.made: the type Hue becomes string",
+            "Plant.Pump.serials: the base type int64 becomes int32",
+            "Plant.Pump.serials: the default [7 2147483649] stays, and is out of range",
             "Plant.Pump.made: the default Hue('Green') stays, and is no value of a string",
         }
         versions = {row["release"]: row["zelkor_property"] for row in json.loads(self.run_well("releases", "--json"))}
@@ -122,7 +130,7 @@ class ReleasesTest(unittest.TestCase):
                 self.assertEqual(sorted(out.splitlines()), sorted(expected))
                 self.assertEqual(self.version(f"{release}/Plant.xml"), versions[release])
                 shown = json.loads(self.run_well("show", "--json", f"{release}/Plant.xml"))
-                self.assertEqual([p["name"] for p in shown["stereotypes"][0]["properties"]], ["power", "hue", "made", "notes"])
+                self.assertEqual([p["name"] for p in shown["stereotypes"][0]["properties"]], ["power", "hue", "made", "serials", "notes"])
                 told_json = json.loads(self.run_well("export", "Plant.xml", "--release", release, "--json", "-o",
                                                      f"{release}/Plant.xml"))
                 self.assertEqual({f"{loss['object']}: {loss['effect']}" for loss in told_json["losses"]}, expected)
@@ -160,7 +168,7 @@ class ReleasesTest(unittest.TestCase):
         os.symlink("Plant.xml", self.folder / "link.xml")
         refusal, before = "Velmora:Profile:CannotExportToPrevious", self.files()
         for arguments, identifier, words in [
-                (["Plant.xml", "Plover", "there.xml", "--strict"], refusal, "(9): Plant"),
+                (["Plant.xml", "Plover", "there.xml", "--strict"], refusal, "(11): Plant"),
                 (["m.xml", "Plover", "there.xml", "--strict"], refusal, 'm.A: the units of Plant.Pump.power'),
                 (["Plant.xml", "Orioles", "there.xml"], "zelkor:text:UnknownName", 'did you mean "Oriole"?'),
                 (["Plant.xml", "2.6", "there.xml"], "zelkor:text:UnknownName", '"2.6". "zelkor releases" lists'),

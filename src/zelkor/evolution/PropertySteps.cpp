@@ -159,6 +159,20 @@ std::string membersAsTexts(std::string_view expression) {
   return result;
 }
 
+/// Whether a number stands in an expression that is too large for "int32".
+bool holdsLargeNumber(std::string_view expression) {
+  constexpr std::string_view digits = "0123456789";
+  constexpr std::uint64_t most = 2147483648; // with a sign before it, it fits
+  for (auto at = expression.find_first_of(digits); at < expression.size(); at = expression.find_first_of(digits, at)) {
+    std::uint64_t number = 0;
+    const auto [end, fault] = std::from_chars(expression.data() + at, expression.data() + expression.size(), number);
+    if (fault != std::errc() || number > most)
+      return true;
+    at = static_cast<std::size_t>(end - expression.data());
+  }
+  return false;
+}
+
 void useFormerTypes(Document& document, Account& account) {
   const auto& r = records();
   const auto& ofDefinition = r.definition.feature("valueType");
@@ -166,6 +180,8 @@ void useFormerTypes(Document& document, Account& account) {
   const auto& ofType = r.type.feature("baseType");
   const auto& ownedType = r.definition.feature("ownedType");
   const auto& text = r.value.feature("storedExpression");
+  const auto& defaultValue = r.definition.feature("defaultValue");
+  const auto& range = library("property.IntegerType").feature("range");
   const auto& property = r.elementValue.feature("p_PropertyName");
   const auto& expression = r.elementValue.feature("p_Expression");
   const auto& units = r.elementValue.feature("p_Units");
@@ -181,10 +197,16 @@ void useFormerTypes(Document& document, Account& account) {
       if (instead.empty() || found == byName.end())
         continue;
       document.set(object, *feature, document.referenceTo(*found->second));
-      if (feature != &ofValue)
+      if (feature != &ofValue) {
         account.note(document, object, inWords(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
                      inWords("becomes", instead));
-      else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration") {
+        // A type that a property has for itself, without bounds, is no wider than the one that it stands on.
+        const bool isOwned = object.in == &ownedType && !object.find(range);
+        const auto* definition = isOwned ? object.owner : &object;
+        const auto* value = definition->isA(r.definition) ? definition->child(defaultValue) : nullptr;
+        if (value && instead == "int32" && holdsLargeNumber(value->text(text)))
+          account.note(document, *definition, inWords("the default", value->text(text)), "stays, and is out of range");
+      } else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration") {
         const auto asText = membersAsTexts(*member);
         if (asText.find('(') != asText.npos)
           account.note(document, object, inWords("the default", asText), "stays, and is no value of a string");
