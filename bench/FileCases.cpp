@@ -6,9 +6,15 @@
 #include "tavo/io/Bytes.h"
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
+#include "zelkor/evolution/Evolver.h"
 #include "zelkor/profile/Profile.h"
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <malloc.h>
 
 namespace bench {
 namespace {
@@ -97,7 +103,67 @@ void measureFile(Table& table, const Setting& setting, const char* name, void (*
   Table::addBytes(setting, "  in the file", size, objects);
 }
 
+/// What a process has taken of the machine at most since `action` began, beyond what it had.
+template <class Action>
+std::size_t peakOf(const Action& action) {
+  const auto kilobytes = [](const char* what) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+      if (line.starts_with(what))
+        return std::strtoull(line.c_str() + std::strlen(what), nullptr, 10);
+    return 0ull;
+  };
+  ::malloc_trim(0);
+  std::ofstream("/proc/self/clear_refs") << "5"; // the peak starts anew
+  const auto before = kilobytes("VmRSS:");
+  action();
+  return (kilobytes("VmHWM:") - before) << 10;
+}
+
+/// The profile as a file of the oldest release, against one of the present release with the same content.
+void measureRelease(Table& table, const Setting& setting) {
+  using zelkor::property::evolution::Evolver;
+  std::string old, present;
+  {
+    const Scene scene;
+    tavo::Transaction transaction(scene.model);
+    fillProfile(scene.model, setting);
+    transaction.commit();
+    old = Evolver::evolve(u"Avocet", u"Plover", tavo::modelText(scene.model), {}).toUtf8();
+  }
+  const auto load = [](const std::string& bytes) {
+    const Model model = Model::create();
+    tavo::MemorySource source(bytes);
+    tavo::readModel(source, "bench", model);
+    return model;
+  };
+  {
+    const Model model = load(old);
+    present = save(model, old.size() * 2);
+    model.destroy();
+  }
+  Meter loading, migrating;
+  std::size_t objects = 0, loaded = 0, peak = 0;
+  for (std::size_t round = 0; round < (setting.objects > 1000 ? 3 : 30); ++round) {
+    Model model;
+    loading.run(setting.objects, [&] { model = load(present); });
+    objects = model.objectCount();
+    model.destroy();
+    model = {};
+    peak = peakOf([&] { migrating.run(setting.objects, [&] { model = load(old); }); });
+    loaded = model.objectCount();
+    if (round == 0 && save(model, present.size()) != present)
+      loaded = 0; // shows as a wrong checksum
+    model.destroy();
+  }
+  table.add(setting, "present release: load", loading, 0, objects, objects, {});
+  table.add(setting, "oldest release: load", migrating, loading.nanoseconds(), loaded, objects, {});
+  Table::addBytes(setting, "  at the peak", peak, old.size(), "byte of the file");
+}
+
 } // namespace
+
+void runReleaseCases(Table& table, const Setting& setting) { measureRelease(table, setting); }
 
 void runFileCases(Table& table, const Setting& setting) {
   measureFile(table, setting, "library", fillLibrary);

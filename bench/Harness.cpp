@@ -138,9 +138,10 @@ void Table::add(const Setting& setting, const std::string& name, const Meter& me
   rows_.push_back({setting, name, meter});
 }
 
-void Table::addBytes(const Setting& setting, const std::string& name, std::size_t bytes, std::size_t objects) {
-  std::printf("%-26s %8zu %-8s %3zu %6s %9.1f bytes per object\n", name.c_str(), setting.objects, "", setting.textUnits,
-              "", static_cast<double>(bytes) / static_cast<double>(objects));
+void Table::addBytes(const Setting& setting, const std::string& name, std::size_t bytes, std::size_t count,
+                     const char* what) {
+  std::printf("%-26s %8zu %-8s %3zu %6s %9.1f bytes per %s\n", name.c_str(), setting.objects, "", setting.textUnits, "",
+              static_cast<double>(bytes) / static_cast<double>(count), what);
 }
 
 int Table::finish() const {

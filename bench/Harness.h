@@ -100,8 +100,9 @@ public:
   /// `floor` is the time in nanoseconds to compare with, zero for none; `checksum` must be `expected`.
   void add(const Setting& setting, const std::string& name, const Meter& meter, double floor, std::uint64_t checksum,
            std::uint64_t expected, const Promise& promise = {});
-  /// Heap bytes of each of so many objects.
-  static void addBytes(const Setting& setting, const std::string& name, std::size_t bytes, std::size_t objects);
+  /// Bytes of each of so many objects, or of what else is counted.
+  static void addBytes(const Setting& setting, const std::string& name, std::size_t bytes, std::size_t count,
+                       const char* what = "object");
 
   /// Says what is wrong; how many things are.
   int finish() const;
@@ -147,6 +148,7 @@ std::size_t heapBytes();
 void runModelCases(Table& table, const Setting& setting);
 void runValueCases(Table& table, const Setting& setting);
 void runFileCases(Table& table, const Setting& setting);
+void runReleaseCases(Table& table, const Setting& setting);
 void runArchCases(Table& table, const Setting& setting);
 
 } // namespace bench

@@ -16,10 +16,12 @@ struct Group {
 constexpr Group groups[] = {{"model", bench::runModelCases},
                             {"values", bench::runValueCases},
                             {"files", bench::runFileCases},
+                            {"releases", bench::runReleaseCases},
                             {"arch", bench::runArchCases}};
 
 int misuse() {
-  std::fputs("usage: zelkor_bench [--smoke] [model] [values] [files] [arch] [largest number of objects]\n", stderr);
+  std::fputs("usage: zelkor_bench [--smoke] [model] [values] [files] [releases] [arch] [largest number of objects]\n",
+             stderr);
   return 2;
 }
 

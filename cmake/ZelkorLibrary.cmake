@@ -14,6 +14,10 @@ function(zelkor_compile_options target)
                                              -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${ZELKOR_SANITIZE})
   endif()
+  if(ZELKOR_BUILD_FUZZERS)
+    # Fuzzers see which ways the libraries take.
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
 endfunction()
 
 # A shared library NAME with the alias NAME::NAME, the include roots src and <build>/gen, hidden visibility
