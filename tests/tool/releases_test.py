@@ -184,6 +184,7 @@ class ReleasesTest(unittest.TestCase):
                 done = self.run_command("export", source, "--release", release, "-o", output, *rest)
                 self.assertEqual(done.returncode, 1)
                 self.assertEqual(len(done.stderr.splitlines()), 1, done.stderr)
+                self.assertEqual(done.stdout != "", bool(rest), done.stdout)
                 self.assertTrue(done.stderr.startswith(f"{source}"), done.stderr)
                 self.assertIn(identifier + ": ", done.stderr)
                 self.assertIn(words, done.stderr)
@@ -268,6 +269,11 @@ class ReleasesTest(unittest.TestCase):
                 self.assertEqual("--leave-out" in done.stderr, arguments == ["upgrade", path])
         self.assertEqual((self.version("Works.xml"), self.files()["Works.xml.Plover"]), (PRESENT, old))
         self.run_well("set", "Works.xml", "Main", "maker", "'x'")
+        # A copy for the present release was made without a look at the profiles, and is waiting for them.
+        self.bring_old("Works.xml")
+        self.run_well("export", "Works.xml", "--release", "Avocet", "-o", "copy.xml")
+        self.assertEqual(self.run_well("upgrade", "copy.xml"), f"copy.xml: was {PRESENT}\n")
+        self.assertEqual(self.run_well("upgrade", "copy.xml"), "copy.xml: up to date\n")
 
     def test_opening_an_old_file_does_not_write_it_and_changing_it_says_so(self):
         self.bring_old("Plant.xml", "Works.xml")

@@ -12,6 +12,7 @@
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/evolution/ReleaseRegistry.h"
+#include "zelkor/evolution/V1EvolutionData.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/profile/Profile.h"
@@ -153,6 +154,9 @@ std::string upgrade(const fs::path& path, bool backup, bool leaveOut) {
   };
   const auto model = tavo::Model::create();
   const auto seen = tavo::loadModel(path, model, {.evolved = note});
+  // A copy that export made of a model of the first releases still waits for its profiles.
+  if (version.empty() && model.findTopLevel<property::evolution::V1EvolutionData>())
+    version = toUtf8(ReleaseRegistry::releases().back().version);
   if (version.empty())
     return {};
   const auto backupVersion = backup ? std::optional(version) : std::nullopt;
@@ -213,6 +217,8 @@ int exportFile(const fs::path& input, const std::string& release, const fs::path
                 << toUtf8(name) << "\" under that name\n";
   } catch (...) {
     addCurrent(found);
+    if (!strict)
+      losses.clear(); // nothing was written, for another reason
   }
   if (!json)
     print(losses);
