@@ -127,6 +127,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool isGoodForOther = readByOther(document, other);
   if (ours.content.hasOtherNames() || other.hasOtherNames())
     return 0;
+  // Their targets are names, too, but the other may not tell of them.
+  if (const bool hasInstruction = document.find("<?", 1) != document.npos; !isGood && hasInstruction)
+    return 0;
   fuzz::require(isGood == isGoodForOther, "both parsers take the document, or none");
   fuzz::require(!isGood || ours.content.get() == other.get(), "both parsers find the same in it");
   return 0;
