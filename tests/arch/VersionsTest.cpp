@@ -92,7 +92,7 @@ std::string differences(const std::vector<std::string>& recorded, const std::vec
       if (!each.starts_with(' '))
         of = each.substr(0, each.find(' '));
       if (std::ranges::none_of(in, [&](const auto& other) { return same(each, other); }))
-        text += mark + of + ": " + each + "\n";
+        text.append(mark).append(of).append(": ").append(each).append("\n");
     }
     return text;
   };

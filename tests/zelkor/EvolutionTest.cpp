@@ -6,6 +6,7 @@
 #include "zelkor/evolution/Evolver.h"
 #include "zelkor/evolution/ReleaseRegistry.h"
 #include "zelkor/profile/Tag.h"
+#include "zelkor/property/ValueType.h"
 
 namespace zelkor::profile {
 namespace {
@@ -73,6 +74,25 @@ TEST_F(EvolutionTest, WhatAllReleasesKnowComesBack) {
       continue;
     EXPECT_EQ(tavo::toUtf8(again), tavo::toUtf8(present));
   }
+}
+
+TEST_F(EvolutionTest, BuiltInTypesOfAReleaseThatTheProfileLacksAreMade) {
+  auto profile = Profile::newProfile(u"Plant");
+  const auto set = profile.addPrototype(u"Pump", u"zelkor.Component", {}).getPropertySet();
+  set.addProperty(u"stages", u"int8");
+  set.addProperty(u"tags", u"stringArray");
+  for (const auto& type : profile.valueTypes().toVector())
+    if (type.getName() == u"int32" || type.getName() == u"string")
+      type.destroy();
+  const auto old = evolve(u"Avocet", u"Plover", tavo::modelText(profile.model()));
+  EXPECT_EQ(inWords(losses), (std::vector<std::string>{"Plant.Pump.tags: the type stringArray becomes string",
+                                                       "Plant.Pump.stages: the type int8 becomes int32"}));
+  const auto again = tavo::Model::create();
+  tavo::readModel(old, "Plant.xml", again);
+  const auto properties = Profile::getProfile(again).prototypes().find(u"Pump").getPropertySet();
+  EXPECT_EQ(properties.getPropertyByName(u"stages").type().getName(), u"int32");
+  EXPECT_EQ(properties.getPropertyByName(u"tags").type().getName(), u"string");
+  again.destroy();
 }
 
 } // namespace

@@ -26,8 +26,9 @@ protected:
   static std::string properties(std::size_t count, const std::string& name, const std::string& type) {
     std::string all =
         "<stereotypes uuid=\"" + identity(1) + "\" Name=\"S\"><propertySet uuid=\"" + identity(2) + "\" Name=\"S\">";
+    const auto end = "\" Name=\"" + name + "\" valueType=\"" + type + "\"/>";
     for (std::size_t i = 0; i < count; ++i)
-      all += "<properties uuid=\"" + identity(10 + i) + "\" Name=\"" + name + "\" valueType=\"" + type + "\"/>";
+      all.append("<properties uuid=\"").append(identity(10 + i)).append(end);
     return all + "</propertySet></stereotypes>";
   }
   static std::string type(const std::string& name) {

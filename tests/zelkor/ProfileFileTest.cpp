@@ -378,8 +378,8 @@ TEST_F(ProfileFileTest, AnExportThatFailsAnywhereLeavesWhatWasThereOrAWholeCopy)
   const auto profile = Profile::newProfile(u"P");
   save(profile);
   profile.setDescription(u"changed since");
-  const auto export_ = [&] { profile.exportToPrevious(text(file("old.xml")), u"Plover"); };
-  export_();
+  const auto exportIt = [&] { profile.exportToPrevious(text(file("old.xml")), u"Plover"); };
+  exportIt();
   const auto whole = contentOf(file("old.xml"));
   bool failed = true;
   for (std::size_t step = 0; failed; ++step) {
@@ -390,7 +390,7 @@ TEST_F(ProfileFileTest, AnExportThatFailsAnywhereLeavesWhatWasThereOrAWholeCopy)
     bool notSynced = false;
     try {
       const tavo::ScopedFileSystem installed(faulty);
-      export_();
+      exportIt();
       failed = false;
     } catch (const tavo::Error& error) {
       EXPECT_EQ(error.id(), "Velmora:Profile:CannotExportToPrevious");

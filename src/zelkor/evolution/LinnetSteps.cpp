@@ -1,0 +1,152 @@
+// Linnet brought units, enumerations, and numbers of all sizes.
+#include "zelkor/evolution/PropertyRecords.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+
+namespace zelkor::property::evolution {
+namespace {
+
+/// The type that takes the place of one that there was not yet.
+std::string_view formerTypeFor(const Object& type) {
+  const auto& r = records();
+  const auto name = type.text(r.name);
+  if (type.record->name() == "Enumeration")
+    return "string";
+  if (type.find(r.type.feature("baseType")))
+    return {}; // made by the profile, on a base that is dealt with itself
+  if (name == "single")
+    return "double";
+  static constexpr std::array wholes = {"int8", "int16", "int64", "uint8", "uint16", "uint32", "uint64"};
+  return std::ranges::find(wholes, name) != wholes.end() ? "int32" : std::string_view();
+}
+
+/// An enumeration goes by the name that it has with the host.
+std::string_view nameOf(const Object& type) {
+  const bool isEnumeration = type.record->name() == "Enumeration";
+  return type.text(isEnumeration ? type.record->feature("nameProxy") : records().name);
+}
+
+/// Members of enumerations in an expression ("LinkColor.Red") become texts of their names, and arrays of them lists.
+/// Arguments stay: "int32('Red')" would be another number than "int32(LinkColor.Red)".
+std::string membersAsTexts(std::string_view expression) {
+  const auto isWord = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
+  const auto startsName = [&](std::size_t at) {
+    return at < expression.size() && isWord(expression[at]) &&
+           !std::isdigit(static_cast<unsigned char>(expression[at]));
+  };
+  std::string result;
+  std::vector<std::size_t> brackets;
+  std::size_t parentheses = 0; ///< that are open, from that of a call on
+  bool found = false;
+  for (std::size_t at = 0; at < expression.size();) {
+    const auto start = at;
+    if (const char first = expression[at]; first == '\'' || first == '"') {
+      at = std::min(expression.find(first, at + 1), expression.size() - 1) + 1;
+    } else if (isWord(first)) {
+      auto last = at;
+      const bool isName = startsName(at);
+      for (++at; at < expression.size() && (isWord(expression[at]) || (expression[at] == '.' && startsName(at + 1)));
+           ++at)
+        if (expression[at] == '.')
+          last = at + 1;
+      if (isName && parentheses == 0 && last != start && (at == expression.size() || expression[at] != '(')) {
+        ((result += '\'') += expression.substr(last, at - last)) += '\'';
+        found = true;
+        continue;
+      }
+    } else {
+      if (parentheses == 0 && (first == '[' || first == ']'))
+        brackets.push_back(result.size());
+      if (first == '(' && (parentheses > 0 || (at > 0 && isWord(expression[at - 1]))))
+        ++parentheses;
+      else if (first == ')' && parentheses > 0)
+        --parentheses;
+      ++at;
+    }
+    result += expression.substr(start, at - start);
+  }
+  if (!found)
+    return std::string(expression);
+  for (const auto at : brackets)
+    result[at] = result[at] == '[' ? '{' : '}';
+  return result;
+}
+
+/// Whether a number stands in an expression that is too large for "int32".
+bool holdsLargeNumber(std::string_view expression) {
+  constexpr std::string_view digits = "0123456789";
+  constexpr std::uint64_t most = 2147483648; // with a sign before it, it fits
+  for (auto at = expression.find_first_of(digits); at < expression.size(); at = expression.find_first_of(digits, at)) {
+    std::uint64_t number = 0;
+    const auto [end, fault] = std::from_chars(expression.data() + at, expression.data() + expression.size(), number);
+    if (fault != std::errc() || number > most)
+      return true;
+    at = static_cast<std::size_t>(end - expression.data());
+  }
+  return false;
+}
+
+void useFormerTypes(Document& document, Account& account) {
+  const auto& r = records();
+  const auto& ofDefinition = r.definition.feature("valueType");
+  const auto& ofValue = r.value.feature("valueType");
+  const auto& ofType = r.type.feature("baseType");
+  const auto& ownedType = r.definition.feature("ownedType");
+  const auto& text = r.value.feature("storedExpression");
+  const auto& defaultValue = r.definition.feature("defaultValue");
+  const auto& range = library("property.IntegerType").feature("range");
+  const auto& property = r.elementValue.feature("p_PropertyName");
+  const auto& expression = r.elementValue.feature("p_Expression");
+  const auto& units = r.elementValue.feature("p_Units");
+  SharedTypes types(document);
+
+  std::vector<Object*> unknown;
+  document.each([&](Object& object) {
+    for (const auto* feature : {&ofDefinition, &ofValue, &ofType}) {
+      const auto* type = document.target(object.text(*feature));
+      const auto instead = type ? formerTypeFor(*type) : std::string_view();
+      auto* former = instead.empty() ? nullptr : types.builtIn(instead);
+      if (!former)
+        continue;
+      document.set(object, *feature, document.referenceTo(*former));
+      if (feature != &ofValue) {
+        account.note(document, object, inWords(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
+                     inWords("becomes", instead));
+        // A type that a property has for itself, without bounds, is no wider than the one that it stands on.
+        const bool isOwned = object.in == &ownedType && !object.find(range);
+        const auto* definition = isOwned ? object.owner : &object;
+        const auto* value = definition->isA(r.definition) ? definition->child(defaultValue) : nullptr;
+        if (value && instead == "int32" && holdsLargeNumber(value->text(text)))
+          account.note(document, *definition, inWords("the default", value->text(text)), "stays, and is out of range");
+      } else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration") {
+        const auto asText = membersAsTexts(*member);
+        if (asText.find('(') != asText.npos)
+          account.note(document, object, inWords("the default", asText), "stays, and is no value of a string");
+        document.set(object, text, asText);
+      }
+    }
+    if (object.isA(r.elementValue)) {
+      if (const auto* member = object.find(expression))
+        document.set(object, expression, membersAsTexts(*member));
+      if (object.find(units) && object.owner)
+        account.note(document, *object.owner, inWords("the units of", object.text(property)), "are left out");
+      Document::clear(object, units);
+    }
+    if (object.isA(r.type) && !formerTypeFor(object).empty()) {
+      unknown.push_back(&object);
+      if (object.record->name() == "Enumeration" && object.in != &ownedType)
+        account.note(document, object, "the enumeration " + std::string(nameOf(object)), "is left out");
+    }
+  });
+  for (auto* type : unknown)
+    document.remove(*type);
+}
+
+constexpr Step step{.to = "Linnet", .down = &useFormerTypes};
+[[maybe_unused]] const bool registered = registerSteps("zelkor_property", {&step, 1});
+
+} // namespace
+} // namespace zelkor::property::evolution

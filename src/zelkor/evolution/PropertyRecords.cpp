@@ -1,0 +1,125 @@
+#include "zelkor/evolution/PropertyRecords.h"
+
+#include <algorithm>
+
+namespace zelkor::property::evolution {
+
+const ClassRecord& library(const char* name) { return classNamed(std::string("zelkor.") + name); }
+
+const Records& records() {
+  static const Records all;
+  return all;
+}
+
+std::string pathOf(const Object& object) {
+  std::string path(object.text(records().name));
+  for (const auto* owner = object.owner; owner; owner = owner->owner)
+    if (const auto name = owner->text(records().name); !name.empty() && !owner->isA(records().set))
+      path.insert(0, ".").insert(0, name);
+  return path;
+}
+
+std::string inWords(std::string_view what, std::string_view name) {
+  constexpr std::size_t longest = 200;
+  return std::string(what) + " " + std::string(name.substr(0, longest));
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// Values
+
+namespace {
+
+auto valueOf(auto& values, const FeatureRecord& feature) {
+  return std::ranges::find(values, &feature, &ElementValue::feature);
+}
+
+constexpr std::string_view itemText = "value";
+
+} // namespace
+
+bool hasValue(const Object& object, const FeatureRecord& feature) {
+  return valueOf(object.values, feature) != object.values.end();
+}
+
+std::vector<std::string_view> itemsOf(const Object& object, const FeatureRecord& feature) {
+  std::vector<std::string_view> texts;
+  if (const auto found = valueOf(object.values, feature); found != object.values.end())
+    for (const auto& item : found->items) {
+      const auto text = std::ranges::find(item.fields, itemText, &std::pair<std::string_view, std::string_view>::first);
+      texts.push_back(text == item.fields.end() ? std::string_view() : text->second);
+    }
+  return texts;
+}
+
+void addItem(Document& document, Object& object, const FeatureRecord& feature, std::string_view text) {
+  auto found = valueOf(object.values, feature);
+  if (found == object.values.end())
+    found = object.values.insert(found, ElementValue{&feature});
+  found->items.push_back({{{itemText, document.keep(text)}}});
+}
+
+void copyValue(Document& document, const Object& from, const FeatureRecord& feature, Object& to,
+               const FeatureRecord& as) {
+  if (const auto* text = from.find(feature))
+    return document.set(to, as, *text);
+  const auto found = valueOf(from.values, feature);
+  if (found == from.values.end())
+    return;
+  auto copy = *found;
+  copy.feature = &as;
+  to.values.push_back(std::move(copy));
+}
+
+//----------------------------------------------------------------------------------------------------------------------
+// What a document has one of
+
+std::string_view OwnResolver::reference() {
+  if (reference_.empty())
+    reference_ = document_.referenceTo(resolver());
+  return reference_;
+}
+
+Object& OwnResolver::resolver() {
+  const auto& record = library("services.proxy.CurrentModelResolver");
+  Object* known = nullptr;
+  document_.each(record, [&](Object& each) { known = &each; });
+  if (known)
+    return *known;
+  const auto& family = *record.family;
+  const auto& families = document_.families();
+  if (std::ranges::none_of(families, [&](const auto& each) { return each.family == &family; }))
+    document_.setVersion(family, family.find("Linnet"));
+  // The identity has to be the same each time the file is read.
+  return document_.add(record, nullptr, nullptr, tavo::nameUuid(document_.top().front().uuid, record.qualifiedName));
+}
+
+SharedTypes::SharedTypes(Document& document) : document_(document) {
+  const auto& r = records();
+  document.each([&](Object& object) {
+    if (object.isA(r.profile) && !profile_)
+      profile_ = &object;
+    else if (object.isA(r.type) && object.in != &r.definition.feature("ownedType"))
+      byName_.try_emplace(object.text(r.name), &object);
+  });
+}
+
+Object* SharedTypes::find(std::string_view name) const {
+  const auto found = byName_.find(name);
+  return found == byName_.end() ? nullptr : found->second;
+}
+
+Object* SharedTypes::builtIn(std::string_view name) {
+  if (auto* known = find(name); known || !profile_)
+    return known;
+  const auto& record = library(name == "string"    ? "property.StringType"
+                               : name == "boolean" ? "property.BooleanType"
+                               : name == "double"  ? "property.FloatType"
+                                                   : "property.IntegerType");
+  const auto uuid = tavo::nameUuid(profile_->uuid, name);
+  auto& made = document_.add(record, profile_, &records().profile.feature("valueTypes"), uuid);
+  document_.set(made, records().name, name);
+  byName_.emplace(made.text(records().name), &made);
+  return &made;
+}
+
+} // namespace zelkor::property::evolution

@@ -1,0 +1,413 @@
+// 2.2 brought stereotypes that reach across profiles, and sets of properties in use, which hold the values of the
+// elements.
+#include "zelkor/evolution/PropertyRecords.h"
+
+#include "tavo/core/Errors.h"
+#include "tavo/core/Limits.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <set>
+#include <tuple>
+
+namespace zelkor::property::evolution {
+namespace {
+
+/// The references that became sources of proxies.
+struct Converted {
+  const FeatureRecord *plain, *proxy;
+};
+
+std::array<Converted, 4> converted() {
+  const auto& r = records();
+  return {{{&r.definition.feature("valueType"), &r.definition.feature("typeProxy")},
+           {&r.value.feature("valueType"), &r.value.feature("valueTypeProxy")},
+           {&r.type.feature("baseType"), &r.type.feature("typeProxy")},
+           {&r.stereotype.feature("parent"), &r.stereotype.feature("parentProxy")}}};
+}
+
+void referenceByProxy(Document& document) {
+  const auto& source = records().source;
+  const auto& id = source.feature("targetId");
+  const auto& ofClass = source.feature("targetClassId");
+  const auto& name = source.feature("targetName");
+  const auto& resolvedBy = source.feature("resolver");
+  const auto features = converted();
+  OwnResolver resolver(document);
+  // What references to one object say is the same, and kept once, however many and however long.
+  struct Told {
+    std::string_view uuid, classId, path;
+  };
+  boost::unordered_flat_map<const Object*, Told> told;
+  const auto tell = [&](const Object& target) -> const Told& {
+    const auto [found, isNew] = told.try_emplace(&target);
+    if (isNew)
+      found->second = {document.referenceTo(target), document.keep(tavo::toText(target.record->id)),
+                       document.keep(pathOf(target))};
+    return found->second;
+  };
+  document.each([&](Object& object) {
+    for (const auto& [plain, proxy] : features) {
+      const auto* reference = object.find(*plain);
+      if (!reference)
+        continue;
+      const auto* target = document.target(*reference);
+      if (!target)
+        raise(tavo::FrameworkError::DanglingReference, document.placeOf(object), plain->name(), *reference);
+      auto& made = document.addPart(source, object, *proxy);
+      const auto& [uuid, classId, path] = tell(*target);
+      Document::setKept(made, id, uuid);
+      Document::setKept(made, ofClass, classId);
+      Document::setKept(made, name, path);
+      Document::setKept(made, resolvedBy, resolver.reference());
+      Document::clear(object, *plain);
+    }
+  });
+}
+
+/// A number whose type stays behind in another profile keeps the units of its default, in a type of its own.
+const Object* withUnitsOfDefault(Document& document, Object& definition, const Object& type) {
+  const auto& r = records();
+  const auto& owned = r.definition.feature("ownedType");
+  auto* value = definition.child(r.definition.feature("defaultValue"));
+  const auto units = value ? value->text(r.value.feature("units")) : std::string_view();
+  if (units.empty() || !type.isA(library("property.RealType")) || definition.child(owned))
+    return &type;
+  auto& made = document.add(*type.record, &definition, &owned, tavo::nameUuid(definition.uuid, "ownedType"));
+  Document::setKept(made, r.name, type.text(r.name));
+  document.set(made, r.type.feature("baseType"), document.referenceTo(type));
+  document.set(made, library("property.RealType").feature("units"), units);
+  document.set(*value, r.value.feature("valueType"), document.referenceTo(made));
+  if (auto* proxy = value->child(r.value.feature("valueTypeProxy")))
+    document.remove(*proxy);
+  return &made;
+}
+
+void referencePlainly(Document& document, Account& account) {
+  const auto& r = records();
+  const auto features = converted();
+  SharedTypes types(document);
+  // A type of the profile by the same name, else the built-in one of its sort.
+  const auto typeLike = [&](const Object& source, std::string_view name) -> const Object* {
+    constexpr std::size_t longest = 1000; // no type has a longer name, but a file may
+    name.remove_prefix(name.size() - std::min(name.size(), longest));
+    if (const auto* same = types.find(name.substr(name.rfind('.') + 1)); same && same != source.owner)
+      return same;
+    const auto id = tavo::parseUuid(source.text(r.source.feature("targetClassId")));
+    const auto* record = id ? findClass(*id) : nullptr;
+    const std::string_view sort = record ? record->name() : std::string_view();
+    const auto* builtIn = types.builtIn(sort == "FloatType"     ? "double"
+                                        : sort == "IntegerType" ? "int32"
+                                        : sort == "BooleanType" ? "boolean"
+                                                                : "string");
+    return builtIn == source.owner ? nullptr : builtIn;
+  };
+  document.each([&](Object& object) {
+    for (const auto& [plain, proxy] : features) {
+      auto* made = object.child(*proxy);
+      if (!made)
+        continue;
+      const auto uuid = tavo::parseUuid(made->text(r.source.feature("targetId")));
+      const auto* target = uuid ? document.find(*uuid) : nullptr;
+      const auto name = made->text(r.source.feature("targetName"));
+      if (!target && plain->target == &r.type) {
+        target = typeLike(*made, name);
+        if (target && !object.isA(r.value))
+          account.note(document, object, inWords(object.isA(r.type) ? "the base type" : "the type", name),
+                       inWords("becomes", target->text(r.name)));
+        if (target && object.isA(r.definition))
+          target = withUnitsOfDefault(document, object, *target);
+      } else if (!target) {
+        account.note(document, object, inWords("the parent", name),
+                     "is left out, with what the stereotype inherits from it");
+      }
+      if (target)
+        document.set(object, *plain, document.referenceTo(*target));
+      document.remove(*made);
+    }
+  });
+}
+
+/// Properties stood in a list, which let two have one name. The second gets a number; so do the values that elements
+/// have for it, which stood in the order of the properties.
+class NumberedNames {
+public:
+  std::string next(std::string_view name) {
+    std::string unique(name);
+    if (const auto [known, isNew] = last_.try_emplace(unique, 1); !isNew) {
+      auto number = known->second;
+      do
+        unique = std::string(name) + "_" + std::to_string(++number);
+      while (last_.contains(unique));
+      known->second = number;
+      last_.emplace(unique, 1);
+    }
+    return unique;
+  }
+
+private:
+  boost::unordered_flat_map<std::string, std::size_t> last_; ///< the number that the last of each name got
+};
+
+void placeProperties(Document& document) {
+  const auto& r = records();
+  const auto& properties = r.set.feature("properties");
+  const auto& index = r.definition.feature("p_Index");
+  document.each(r.set, [&](Object& set) {
+    NumberedNames names;
+    std::size_t place = 0;
+    for (auto* property : set.childrenIn(properties)) {
+      document.set(*property, index, std::to_string(place++));
+      const auto name = property->text(r.name);
+      if (const auto unique = names.next(name); unique != name)
+        document.set(*property, r.name, unique);
+    }
+  });
+}
+
+void listProperties(Document& document) {
+  const auto& r = records();
+  const auto& index = r.definition.feature("p_Index");
+  const auto placeOf = [&](const Object& object) {
+    std::uint32_t place = 0;
+    const auto text = object.isA(r.definition) ? object.text(index) : std::string_view();
+    std::from_chars(text.data(), text.data() + text.size(), place);
+    return place;
+  };
+  document.each(r.set, [&](Object& set) {
+    set.children.sort([&](const Object& a, const Object& b) { return placeOf(a) < placeOf(b); }); // a stable one
+    for (auto& property : set.children)
+      Document::clear(property, index);
+  });
+}
+
+/// What bounds a number that nothing else bounds: the end of all numbers of the type that it stands on.
+struct WidestRange {
+  std::string_view type, lowest, highest;
+};
+constexpr WidestRange widestRanges[] = {{"int32", "-2147483648", "2147483647"},
+                                        {"double", "-1.7976931348623157e+308", "1.7976931348623157e+308"},
+                                        {"single", "-3.4028234663852886e+38", "3.4028234663852886e+38"},
+                                        {"int8", "-128", "127"},
+                                        {"uint8", "0", "255"},
+                                        {"int16", "-32768", "32767"},
+                                        {"uint16", "0", "65535"},
+                                        {"uint32", "0", "4294967295"},
+                                        {"int64", "-9223372036854775808", "9223372036854775807"},
+                                        {"uint64", "0", "9223372036854775807"}};
+
+const WidestRange& widestRangeOf(const Object& type) {
+  const auto named = [](std::string_view name) { return std::ranges::find(widestRanges, name, &WidestRange::type); };
+  const auto found = named(type.text(records().name));
+  return found != std::end(widestRanges) ? *found : *named(type.record->name() == "FloatType" ? "double" : "int32");
+}
+
+/// "0 100": the bounds of a type stood in one text, a dash for an open end. An end may stay open where a base type says
+/// it, and nowhere else.
+void splitRanges(Document& document) {
+  for (const auto* name : {"property.IntegerType", "property.FloatType"}) {
+    const auto& record = library(name);
+    const auto& range = record.feature("range");
+    document.each(record, [&](Object& type) {
+      const auto text = type.find(range) ? type.text(range) : std::string_view("- -");
+      const auto blank = text.find(' ');
+      if (blank == text.npos)
+        raise(tavo::FrameworkError::InvalidText, document.placeOf(type),
+              "the range \"" + std::string(text) + "\" has no second bound");
+      const bool hasBase = type.find(records().type.feature("baseType"));
+      const auto& widest = widestRangeOf(type);
+      for (const auto& [feature, bound, end] : {std::tuple("minValue", text.substr(0, blank), widest.lowest),
+                                                std::tuple("maxValue", text.substr(blank + 1), widest.highest)})
+        if (bound != "-" || !hasBase)
+          document.set(type, record.feature(feature), bound == "-" ? end : bound);
+      Document::clear(type, range);
+    });
+  }
+}
+
+void joinRanges(Document& document) {
+  for (const auto* name : {"property.IntegerType", "property.FloatType"}) {
+    const auto& record = library(name);
+    const auto& [lower, upper] = std::pair(&record.feature("minValue"), &record.feature("maxValue"));
+    document.each(record, [&, lower = lower, upper = upper](Object& type) {
+      const auto textOf = [&](const FeatureRecord& bound) {
+        const auto* text = type.find(bound);
+        return text ? std::string(*text) : std::string("-");
+      };
+      if (type.find(*lower) || type.find(*upper))
+        document.set(type, record.feature("range"), textOf(*lower) + " " + textOf(*upper));
+      Document::clear(type, *lower);
+      Document::clear(type, *upper);
+    });
+  }
+}
+
+/// What elements said of stereotypes and values themselves is kept until the profiles are at hand.
+void keepElementData(Document& document) {
+  const auto& r = records();
+  const auto& stereotypes = r.element.feature("p_StereotypeNames");
+  const auto& values = r.element.feature("p_Values");
+  Object* data = nullptr;
+  const auto add = [&](const ClassRecord& record, const char* list, const Object& element,
+                       std::string_view of) -> Object& {
+    if (!data)
+      data = &document.add(r.v1Data, nullptr, nullptr,
+                           tavo::nameUuid(document.top().front().uuid, r.v1Data.qualifiedName));
+    auto& made = document.add(record, data, &r.v1Data.feature(list),
+                              tavo::nameUuid(element.uuid, std::string(list) + " " + std::string(of)));
+    document.set(made, record.feature("p_ElemUUID"), tavo::toText(element.uuid));
+    return made;
+  };
+  document.each(r.element, [&](Object& element) {
+    std::set<std::string_view> carried;
+    for (const auto name : itemsOf(element, stereotypes)) {
+      if (!carried.insert(name).second)
+        continue;
+      auto& made = add(r.v1Stereotype, "p_PrototypeEntries", element, name);
+      document.set(made, r.v1Stereotype.feature("p_ProfileName"), name.substr(0, name.find('.')));
+      document.set(made, r.v1Stereotype.feature("p_PrototypeFullyQualifiedName"), name);
+    }
+    Document::clear(element, stereotypes);
+    NumberedNames names;
+    for (auto* value : element.childrenIn(values)) {
+      const auto property = names.next(value->text(r.elementValue.feature("p_PropertyName")));
+      auto& made = add(r.v1Value, "p_ValueEntries", element, property);
+      document.set(made, r.v1Value.feature("p_PropertyName"), property);
+      for (const auto* feature : {"p_Expression", "p_Units"})
+        copyValue(document, *value, r.elementValue.feature(feature), made, r.v1Value.feature(feature));
+      document.remove(*value);
+    }
+  });
+}
+
+void addElementValue(Document& document, Object& element, std::string_view property, const Object& from,
+                     const FeatureRecord& expression, const FeatureRecord& units) {
+  const auto& r = records();
+  auto& made =
+      document.add(r.elementValue, &element, &r.element.feature("p_Values"), tavo::nameUuid(element.uuid, property));
+  document.set(made, r.elementValue.feature("p_PropertyName"), property);
+  copyValue(document, from, expression, made, r.elementValue.feature("p_Expression"));
+  copyValue(document, from, units, made, r.elementValue.feature("p_Units"));
+}
+
+/// By the name of a stereotype in use, its nearest ancestor in another profile.
+boost::unordered_flat_map<std::string_view, std::string_view> parentsInOtherProfiles(Document& document) {
+  const auto& r = records();
+  const auto profileOf = [](std::string_view name) { return name.substr(0, name.find('.')); };
+  boost::unordered_flat_map<std::string_view, std::string_view> found;
+  document.each(r.setUsage, [&](Object& usage) {
+    const auto name = usage.text(r.name);
+    const auto parentOf = [&](const Object& each) {
+      return document.target(each.text(r.setUsage.feature("p_Parent")));
+    };
+    // No further than stereotypes may inherit: a file may lead in circles, or along a line of thousands for each.
+    auto left = tavo::Limits::current().nesting;
+    for (const auto* at = parentOf(usage); at && left > 0; at = parentOf(*at), --left)
+      if (const auto parent = at->text(r.name); profileOf(parent) != profileOf(name)) {
+        found.try_emplace(name, parent);
+        break;
+      }
+  });
+  return found;
+}
+
+/// The other way: usages go, and what they held for the elements goes back into these.
+void returnElementData(Document& document, Account& account) {
+  const auto& r = records();
+  const auto elementOf = [&](const Object& entry, const FeatureRecord& feature) {
+    const auto uuid = tavo::parseUuid(entry.text(feature));
+    auto* element = uuid ? document.find(*uuid) : nullptr;
+    return element && element->isA(r.element) ? element : nullptr;
+  };
+  document.each(r.entry, [&](Object& entry) {
+    const auto* usage = entry.owner ? entry.owner->owner : nullptr;
+    const auto* value = entry.child(r.entry.feature("p_Value"));
+    if (!usage || !usage->isA(r.usage) || !usage->owner || !value)
+      return;
+    const auto property = std::string(usage->owner->text(r.name)) + "." + std::string(usage->text(r.name));
+    if (auto* element = elementOf(entry, r.entry.feature("p_ElemUUID")))
+      addElementValue(document, *element, property, *value, r.value.feature("storedExpression"),
+                      r.value.feature("units"));
+    else
+      account.note(document, *usage, "the value of an element that is not in the file", "is left out");
+  });
+  document.each(r.v1Value, [&](Object& entry) {
+    if (auto* element = elementOf(entry, r.v1Value.feature("p_ElemUUID")))
+      addElementValue(document, *element, entry.text(r.v1Value.feature("p_PropertyName")), entry,
+                      r.v1Value.feature("p_Expression"), r.v1Value.feature("p_Units"));
+  });
+  document.each(r.v1Stereotype, [&](Object& entry) {
+    if (auto* element = elementOf(entry, r.v1Stereotype.feature("p_ElemUUID")))
+      addItem(document, *element, r.element.feature("p_StereotypeNames"),
+              entry.text(r.v1Stereotype.feature("p_PrototypeFullyQualifiedName")));
+  });
+  const auto& names = r.element.feature("p_StereotypeNames");
+  const auto& proxies = r.element.feature("_PrototypeProxy");
+  const auto& applied = library("property.PropertyOwner").feature("p_PropertySets");
+  const auto farParents = parentsInOtherProfiles(document);
+  document.each(r.element, [&](Object& element) {
+    for (auto* source : element.childrenIn(proxies)) {
+      addItem(document, element, names, source->text(r.source.feature("targetName")));
+      document.remove(*source);
+    }
+    // What a stereotype inherits from another profile, it will not inherit any more.
+    auto carried = itemsOf(element, names);
+    for (std::size_t i = 0; i < carried.size(); ++i)
+      if (const auto found = farParents.find(carried[i]);
+          found != farParents.end() && std::ranges::find(carried, found->second) == carried.end()) {
+        carried.push_back(found->second);
+        addItem(document, element, names, found->second);
+        account.note(document, element,
+                     "the stereotype " + std::string(found->second) + ", inherited from another profile,",
+                     "becomes one of its own");
+      }
+    Document::clear(element, applied);
+  });
+  // All of this is made anew from the profiles.
+  const auto& checker = library("property.RealType").feature("unitChecker");
+  const auto& catalog = library("property.TypeCatalog");
+  const auto& units = library("property.UnitQueryClientWrapper");
+  document.each([&](Object& object) {
+    if (object.isA(r.setUsage) || object.isA(r.v1Data) || object.isA(catalog) || object.isA(units))
+      document.remove(object);
+    else if (object.isA(r.type))
+      Document::clear(object, checker);
+  });
+}
+
+/// Numbers ask the unit service of their model what units they may have.
+void giveUnitService(Document& document) {
+  const auto& service = library("property.UnitQueryClientWrapper");
+  const auto& checker = library("property.RealType").feature("unitChecker");
+  std::string_view reference;
+  for (const auto* name : {"property.IntegerType", "property.FloatType"})
+    document.each(library(name), [&](Object& type) {
+      if (reference.empty()) {
+        const auto uuid = tavo::nameUuid(document.top().front().uuid, service.qualifiedName);
+        reference = document.referenceTo(document.add(service, nullptr, nullptr, uuid));
+      }
+      document.set(type, checker, reference);
+    });
+}
+
+void useSets(Document& document) {
+  placeProperties(document);
+  splitRanges(document);
+  giveUnitService(document);
+  referenceByProxy(document);
+  keepElementData(document);
+}
+
+void useNoSets(Document& document, Account& account) {
+  returnElementData(document, account);
+  referencePlainly(document, account);
+  joinRanges(document);
+  listProperties(document);
+}
+
+constexpr Step step{.to = "2.2", .up = &useSets, .down = &useNoSets};
+[[maybe_unused]] const bool registered = registerSteps("zelkor_property", {&step, 1});
+
+} // namespace
+} // namespace zelkor::property::evolution
