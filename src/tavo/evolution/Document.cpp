@@ -75,6 +75,11 @@ Object* Document::target(std::string_view reference) const {
   return found == byAnchor_.end() || !found->second->record ? nullptr : found->second;
 }
 
+std::string_view Document::remarkOf(const Object& object) const {
+  const auto found = remarks_.find(&object);
+  return found == remarks_.end() ? std::string_view() : found->second;
+}
+
 std::string_view Document::referenceTo(const Object& object) { return keep(toText(object.uuid)); }
 
 //----------------------------------------------------------------------------------------------------------------------

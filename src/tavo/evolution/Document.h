@@ -140,6 +140,10 @@ public:
   /// than once goes by the beginning of its identity.
   void renewAnchors();
 
+  /// What a step knows of an object and files do not say, for the steps after it; empty where nobody has said anything.
+  void remark(const Object& object, std::string_view text) { remarks_[&object] = text; }
+  std::string_view remarkOf(const Object& object) const;
+
   /// The text, kept as long as the document. Raises LimitExceeded when evolution makes many times of what was read.
   std::string_view keep(std::string_view text);
 
@@ -161,6 +165,7 @@ private:
   bool removedSome_ = false;
   boost::unordered_flat_map<Uuid, Object*, UuidHash> byUuid_;
   boost::unordered_flat_map<std::string_view, Object*> byAnchor_;
+  boost::unordered_flat_map<const Object*, std::string_view> remarks_;
 };
 
 template <class Visit>

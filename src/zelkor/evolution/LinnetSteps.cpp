@@ -89,6 +89,31 @@ bool holdsLargeNumber(std::string_view expression) {
   return false;
 }
 
+/// Whether calls are left in an expression of which the members have become texts.
+bool holdsCall(std::string_view expression) { return expression.find('(') != expression.npos; }
+
+/// A value that an element has of its own. The type of its property is in a profile, and known from the step before, if
+/// at all.
+void useFormerValue(Document& document, Object& value, Account& account) {
+  const auto& r = records();
+  const auto& expression = r.elementValue.feature("p_Expression");
+  const auto& units = r.elementValue.feature("p_Units");
+  const auto& element = value.owner ? *value.owner : value;
+  const auto property = value.text(r.elementValue.feature("p_PropertyName"));
+  const auto sort = document.remarkOf(value);
+  if (const auto* member = value.find(expression)) {
+    document.set(value, expression, membersAsTexts(*member));
+    const auto text = value.text(expression);
+    if (sort == "IntegerType" && holdsLargeNumber(text))
+      account.note(document, element, withName("the value of", property), "stays, and is out of range");
+    else if (sort == "Enumeration" && holdsCall(text))
+      account.note(document, element, withName("the value of", property), "stays, and is no value of a string");
+  }
+  if (value.find(units))
+    account.note(document, element, withName("the units of", property), "are left out");
+  Document::clear(value, units);
+}
+
 void useFormerTypes(Document& document, Account& account) {
   const auto& r = records();
   const auto& ofDefinition = r.definition.feature("valueType");
@@ -98,9 +123,6 @@ void useFormerTypes(Document& document, Account& account) {
   const auto& text = r.value.feature("storedExpression");
   const auto& defaultValue = r.definition.feature("defaultValue");
   const auto& range = library("property.IntegerType").feature("range");
-  const auto& property = r.elementValue.feature("p_PropertyName");
-  const auto& expression = r.elementValue.feature("p_Expression");
-  const auto& units = r.elementValue.feature("p_Units");
   SharedTypes types(document);
 
   std::vector<Object*> unknown;
@@ -113,28 +135,23 @@ void useFormerTypes(Document& document, Account& account) {
         continue;
       document.set(object, *feature, document.referenceTo(*former));
       if (feature != &ofValue) {
-        account.note(document, object, inWords(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
-                     inWords("becomes", instead));
+        account.note(document, object, withName(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
+                     withName("becomes", instead));
         // A type that a property has for itself, without bounds, is no wider than the one that it stands on.
         const bool isOwned = object.in == &ownedType && !object.find(range);
         const auto* definition = isOwned ? object.owner : &object;
         const auto* value = definition->isA(r.definition) ? definition->child(defaultValue) : nullptr;
         if (value && instead == "int32" && holdsLargeNumber(value->text(text)))
-          account.note(document, *definition, inWords("the default", value->text(text)), "stays, and is out of range");
+          account.note(document, *definition, withName("the default", value->text(text)), "stays, and is out of range");
       } else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration") {
         const auto asText = membersAsTexts(*member);
-        if (asText.find('(') != asText.npos)
-          account.note(document, object, inWords("the default", asText), "stays, and is no value of a string");
+        if (holdsCall(asText))
+          account.note(document, object, withName("the default", asText), "stays, and is no value of a string");
         document.set(object, text, asText);
       }
     }
-    if (object.isA(r.elementValue)) {
-      if (const auto* member = object.find(expression))
-        document.set(object, expression, membersAsTexts(*member));
-      if (object.find(units) && object.owner)
-        account.note(document, *object.owner, inWords("the units of", object.text(property)), "are left out");
-      Document::clear(object, units);
-    }
+    if (object.isA(r.elementValue))
+      useFormerValue(document, object, account);
     if (object.isA(r.type) && !formerTypeFor(object).empty()) {
       unknown.push_back(&object);
       if (object.record->name() == "Enumeration" && object.in != &ownedType)

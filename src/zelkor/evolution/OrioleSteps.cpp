@@ -81,7 +81,7 @@ void importDependencies(Document& document, Account& account) {
   const auto& dependent = r.profiles.feature("p_DependentProfileProxy");
   document.each(r.profiles, [&](Object& profiles) {
     for (const auto* source : profiles.childrenIn(dependent))
-      account.note(document, profiles, inWords("the profile", source->text(r.source.feature("targetName"))),
+      account.note(document, profiles, withName("the profile", source->text(r.source.feature("targetName"))),
                    "becomes an import of its own");
     Document::rename(profiles, dependent, r.profiles.feature("ProfileProxy"));
   });

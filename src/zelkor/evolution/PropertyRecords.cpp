@@ -19,7 +19,7 @@ std::string pathOf(const Object& object) {
   return path;
 }
 
-std::string inWords(std::string_view what, std::string_view name) {
+std::string withName(std::string_view what, std::string_view name) {
   constexpr std::size_t longest = 200;
   return std::string(what) + " " + std::string(name.substr(0, longest));
 }
@@ -71,6 +71,39 @@ void copyValue(Document& document, const Object& from, const FeatureRecord& feat
 }
 
 //----------------------------------------------------------------------------------------------------------------------
+// Bounds
+
+const WidestRange& widestRangeOf(const Object& type) {
+  static constexpr WidestRange widestRanges[] = {{"int32", "-2147483648", "2147483647"},
+                                                 {"double", "-1.7976931348623157e+308", "1.7976931348623157e+308"},
+                                                 {"single", "-3.4028234663852886e+38", "3.4028234663852886e+38"},
+                                                 {"int8", "-128", "127"},
+                                                 {"uint8", "0", "255"},
+                                                 {"int16", "-32768", "32767"},
+                                                 {"uint16", "0", "65535"},
+                                                 {"uint32", "0", "4294967295"},
+                                                 {"int64", "-9223372036854775808", "9223372036854775807"},
+                                                 {"uint64", "0", "9223372036854775807"}};
+  const auto named = [](std::string_view name) { return std::ranges::find(widestRanges, name, &WidestRange::type); };
+  const auto found = named(type.text(records().name));
+  return found != std::end(widestRanges) ? *found : *named(type.record->name() == "FloatType" ? "double" : "int32");
+}
+
+namespace {
+
+/// In the words of the document's version.
+void setWidestRange(Document& document, Object& type) {
+  const auto& widest = widestRangeOf(type);
+  const auto& range = type.record->feature("range");
+  if (range.life.holds(document.versionOf(*type.record->family)))
+    return document.set(type, range, std::string(widest.lowest) + " " + std::string(widest.highest));
+  document.set(type, type.record->feature("minValue"), widest.lowest);
+  document.set(type, type.record->feature("maxValue"), widest.highest);
+}
+
+} // namespace
+
+//----------------------------------------------------------------------------------------------------------------------
 // What a document has one of
 
 std::string_view OwnResolver::reference() {
@@ -118,6 +151,8 @@ Object* SharedTypes::builtIn(std::string_view name) {
   const auto uuid = tavo::nameUuid(profile_->uuid, name);
   auto& made = document_.add(record, profile_, &records().profile.feature("valueTypes"), uuid);
   document_.set(made, records().name, name);
+  if (record.name() == "FloatType" || record.name() == "IntegerType")
+    setWidestRange(document_, made);
   byName_.emplace(made.text(records().name), &made);
   return &made;
 }

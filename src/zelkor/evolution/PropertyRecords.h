@@ -41,7 +41,7 @@ const Records& records();
 std::string pathOf(const Object& object);
 
 /// For an account: what, and its name, which is whatever a file says and may be long.
-std::string inWords(std::string_view what, std::string_view name);
+std::string withName(std::string_view what, std::string_view name);
 
 /// Whether an object has a value that is an element of its own.
 bool hasValue(const Object& object, const FeatureRecord& feature);
@@ -53,6 +53,12 @@ void addItem(Document& document, Object& object, const FeatureRecord& feature, s
 /// Lets an object say under one feature what another, or itself, says under another, however the file spells it.
 void copyValue(Document& document, const Object& from, const FeatureRecord& feature, Object& to,
                const FeatureRecord& as);
+
+/// What bounds a number that nothing else bounds: the ends of all numbers of the type that it stands on.
+struct WidestRange {
+  std::string_view type, lowest, highest;
+};
+const WidestRange& widestRangeOf(const Object& type);
 
 /// One resolver serves all references inside a document.
 class OwnResolver {

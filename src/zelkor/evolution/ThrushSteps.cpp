@@ -114,12 +114,12 @@ void referencePlainly(Document& document, Account& account) {
       if (!target && plain->target == &r.type) {
         target = typeLike(*made, name);
         if (target && !object.isA(r.value))
-          account.note(document, object, inWords(object.isA(r.type) ? "the base type" : "the type", name),
-                       inWords("becomes", target->text(r.name)));
+          account.note(document, object, withName(object.isA(r.type) ? "the base type" : "the type", name),
+                       withName("becomes", target->text(r.name)));
         if (target && object.isA(r.definition))
           target = withUnitsOfDefault(document, object, *target);
       } else if (!target) {
-        account.note(document, object, inWords("the parent", name),
+        account.note(document, object, withName("the parent", name),
                      "is left out, with what the stereotype inherits from it");
       }
       if (target)
@@ -180,27 +180,6 @@ void listProperties(Document& document) {
     for (auto& property : set.children)
       Document::clear(property, index);
   });
-}
-
-/// What bounds a number that nothing else bounds: the end of all numbers of the type that it stands on.
-struct WidestRange {
-  std::string_view type, lowest, highest;
-};
-constexpr WidestRange widestRanges[] = {{"int32", "-2147483648", "2147483647"},
-                                        {"double", "-1.7976931348623157e+308", "1.7976931348623157e+308"},
-                                        {"single", "-3.4028234663852886e+38", "3.4028234663852886e+38"},
-                                        {"int8", "-128", "127"},
-                                        {"uint8", "0", "255"},
-                                        {"int16", "-32768", "32767"},
-                                        {"uint16", "0", "65535"},
-                                        {"uint32", "0", "4294967295"},
-                                        {"int64", "-9223372036854775808", "9223372036854775807"},
-                                        {"uint64", "0", "9223372036854775807"}};
-
-const WidestRange& widestRangeOf(const Object& type) {
-  const auto named = [](std::string_view name) { return std::ranges::find(widestRanges, name, &WidestRange::type); };
-  const auto found = named(type.text(records().name));
-  return found != std::end(widestRanges) ? *found : *named(type.record->name() == "FloatType" ? "double" : "int32");
 }
 
 /// "0 100": the bounds of a type stood in one text, a dash for an open end. An end may stay open where a base type says
@@ -281,14 +260,25 @@ void keepElementData(Document& document) {
   });
 }
 
-void addElementValue(Document& document, Object& element, std::string_view property, const Object& from,
-                     const FeatureRecord& expression, const FeatureRecord& units) {
+Object& addElementValue(Document& document, Object& element, std::string_view property, const Object& from,
+                        const FeatureRecord& expression, const FeatureRecord& units) {
   const auto& r = records();
   auto& made =
       document.add(r.elementValue, &element, &r.element.feature("p_Values"), tavo::nameUuid(element.uuid, property));
   document.set(made, r.elementValue.feature("p_PropertyName"), property);
   copyValue(document, from, expression, made, r.elementValue.feature("p_Expression"));
   copyValue(document, from, units, made, r.elementValue.feature("p_Units"));
+  return made;
+}
+
+/// The class of the type that a property in use has, which is in the profile; empty where the file does not say.
+std::string_view sortOf(const Object& usage) {
+  const auto& r = records();
+  const auto* value = usage.child(r.usage.feature("initialValue"));
+  const auto* type = value ? value->child(r.value.feature("valueTypeProxy")) : nullptr;
+  const auto id = type ? tavo::parseUuid(type->text(r.source.feature("targetClassId"))) : std::nullopt;
+  const auto* record = id ? findClass(*id) : nullptr;
+  return record ? record->name() : std::string_view();
 }
 
 /// By the name of a stereotype in use, its nearest ancestor in another profile.
@@ -327,8 +317,9 @@ void returnElementData(Document& document, Account& account) {
       return;
     const auto property = std::string(usage->owner->text(r.name)) + "." + std::string(usage->text(r.name));
     if (auto* element = elementOf(entry, r.entry.feature("p_ElemUUID")))
-      addElementValue(document, *element, property, *value, r.value.feature("storedExpression"),
-                      r.value.feature("units"));
+      document.remark(addElementValue(document, *element, property, *value, r.value.feature("storedExpression"),
+                                      r.value.feature("units")),
+                      sortOf(*usage));
     else
       account.note(document, *usage, "the value of an element that is not in the file", "is left out");
   });
