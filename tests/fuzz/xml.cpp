@@ -135,6 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   return 0;
 }
 
+// NOLINTNEXTLINE(readability-identifier-naming): the name by which the fuzzer calls it
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   xmlSetGenericErrorFunc(nullptr, ignore);
   return 0;
