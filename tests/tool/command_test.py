@@ -7,32 +7,21 @@ import resource
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
-ZELKOR, EXAMPLES = sys.argv[1], pathlib.Path(sys.argv[2])
+from running import ZELKOR, CommandTestCase
+
+EXAMPLES = pathlib.Path(sys.argv[2])
 ORDER = ["AvionicsHardware", "TimingScheduling", "FlightControl"]
 
 HEAD = "[[set]]\nname = 'S'\n[[set.property]]\nname = 'p'\n"
 ENUM = "[[enumeration]]\nname = 'Hue'\nmembers = ['Red', 'Green']\n"
 
 
-class CommandTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zelkor-"))
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def run_command(self, *arguments, **options):
-        # A command that waits for a pipe would never end.
-        return subprocess.run([ZELKOR, *map(str, arguments)], cwd=self.folder, capture_output=True, text=True,
-                              check=False, timeout=60, **options)
-
+class CommandTest(CommandTestCase):
     def write(self, name, text):
         (self.folder / name).write_text(text)
         return name
-
-    def files(self):
-        return {path.name: path.read_bytes() for path in self.folder.iterdir() if path.is_file()}
 
     def compile(self, name, text):
         return self.run_command("compile", self.write(name + ".toml", text))

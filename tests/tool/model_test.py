@@ -11,12 +11,12 @@ import os
 import pathlib
 import re
 import shutil
-import subprocess
 import sys
-import tempfile
 import unittest
 
-ZELKOR, EXAMPLES = sys.argv[1], pathlib.Path(sys.argv[2])
+from running import CommandTestCase
+
+EXAMPLES = pathlib.Path(sys.argv[2])
 CHANGES = pathlib.Path(__file__).parent / "data" / "changes"
 FIX = "--fix" in sys.argv
 
@@ -44,20 +44,7 @@ default = "none"
 """
 
 
-class ModelTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zelkor-"))
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def run_command(self, *arguments):
-        return subprocess.run([ZELKOR, *map(str, arguments)], cwd=self.folder, capture_output=True, text=True,
-                              check=False, timeout=60)
-
-    def run_well(self, *arguments):
-        done = self.run_command(*arguments)
-        self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
-        return done.stdout
-
+class ModelTest(CommandTestCase):
     def make_model(self):
         (self.folder / "Plant.toml").write_text(PROFILE)
         self.run_well("compile", "Plant.toml")

@@ -9,10 +9,10 @@ import pathlib
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
-ZELKOR = sys.argv[1]
+from running import ZELKOR, CommandTestCase
+
 TESTS = pathlib.Path(__file__).parents[1]
 PRESENT = "2.8"
 
@@ -63,23 +63,7 @@ name = "reviewed"
 """
 
 
-class ReleasesTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zelkor-"))
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def run_command(self, *arguments, **options):
-        return subprocess.run([ZELKOR, *map(str, arguments)], cwd=self.folder, capture_output=True, text=True,
-                              check=False, timeout=60, **options)
-
-    def run_well(self, *arguments):
-        done = self.run_command(*arguments)
-        self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
-        return done.stdout
-
-    def files(self):
-        return {path.name: path.read_bytes() for path in self.folder.iterdir() if path.is_file()}
-
+class ReleasesTest(CommandTestCase):
     def make_profile(self):
         (self.folder / "Plant.toml").write_text(PROFILE)
         self.run_well("compile", "Plant.toml")

@@ -9,9 +9,23 @@
 namespace zelkor {
 namespace {
 
-/// The version that this build writes, which is that of the package.
-tavo::String presentVersion(const tavo::PackageDecl& package) {
-  return tavo::String::fromUtf8(tavo::MetaRegistry::parseUri(package.uri).version);
+struct Release {
+  std::u16string_view label, property, services; ///< the versions of both families; empty for those of this build
+};
+
+/// The oldest first. The first two came before versions had numbers.
+constexpr Release table[] = {{u"Plover", u"Plover", u"Plover"},
+                             {u"Linnet", u"Linnet", u"Linnet"},
+                             {u"Thrush", u"2.2", u"1.0"},
+                             {u"Oriole", u"2.6", u"1.1"},
+                             {u"Avocet", {}, {}}};
+
+std::vector<FamilyRelease> releasesOf(const tavo::PackageDecl& family, std::u16string_view Release::*version) {
+  const auto present = tavo::String::fromUtf8(tavo::MetaRegistry::parseUri(family.uri).version);
+  std::vector<FamilyRelease> releases;
+  for (const Release& release : table)
+    releases.push_back({release.label, (release.*version).empty() ? present : tavo::String(release.*version)});
+  return releases;
 }
 
 tavo::String versionIn(const std::vector<FamilyRelease>& releases, const tavo::String& label) {
@@ -24,13 +38,8 @@ tavo::String versionIn(const std::vector<FamilyRelease>& releases, const tavo::S
 namespace property::evolution {
 
 const std::vector<FamilyRelease>& ReleaseRegistry::releases() {
-  // The first two releases came before versions had numbers.
-  static const std::vector<FamilyRelease> table{{u"Plover", u"Plover"},
-                                                {u"Linnet", u"Linnet"},
-                                                {u"Thrush", u"2.2"},
-                                                {u"Oriole", u"2.6"},
-                                                {u"Avocet", presentVersion(zelkor_property::package())}};
-  return table;
+  static const auto releases = releasesOf(zelkor_property::package(), &Release::property);
+  return releases;
 }
 
 tavo::String ReleaseRegistry::getFamilyVersionForKavraRelease(const tavo::String& release) {
@@ -42,12 +51,8 @@ tavo::String ReleaseRegistry::getFamilyVersionForKavraRelease(const tavo::String
 namespace services::proxy::evolution {
 
 const std::vector<FamilyRelease>& ReleaseRegistry::releases() {
-  static const std::vector<FamilyRelease> table{{u"Plover", u"Plover"},
-                                                {u"Linnet", u"Linnet"},
-                                                {u"Thrush", u"1.0"},
-                                                {u"Oriole", u"1.1"},
-                                                {u"Avocet", presentVersion(zelkor_services_proxy::package())}};
-  return table;
+  static const auto releases = releasesOf(zelkor_services_proxy::package(), &Release::services);
+  return releases;
 }
 
 tavo::String ReleaseRegistry::getFamilyVersionForKavraRelease(const tavo::String& release) {
