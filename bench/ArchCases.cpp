@@ -8,6 +8,7 @@
 #include "tavo/io/Bytes.h"
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
+#include "zelkor/evolution/Evolver.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/meta/ValueStruct.h"
 #include "zelkor/profile/Profile.h"
@@ -24,6 +25,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 #include <unistd.h>
 
@@ -409,7 +411,59 @@ void follow(Table& table, const Setting& setting, Plant& plant) {
   sync("sync: a new property");
 }
 
+/// The values of a model, as a number that depends on where each of them stands.
+std::uint64_t sumOfValues(const Plant& plant, const tavo::Model& model) {
+  std::uint64_t sum = 0;
+  for (const auto& original : plant.elements)
+    if (const auto element = model.find<Component>(original.Uuid()))
+      for (std::size_t stereotype = 0; stereotype < stereotypeCount; ++stereotype)
+        for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
+          sum = sum * 31 + sumOf(element.getPropVal(nameOf(stereotype, kind)).expression);
+  return sum;
+}
+
+/// The model as a file of the oldest release, against one of the present release with the same content.
+void measureOldModel(Table& table, const Setting& setting, const Plant& plant) {
+  const fs::path folder = fs::temp_directory_path() / ("zelkor_bench." + std::to_string(::getpid()));
+  const fs::path old = folder / "old" / "plant.xml", present = folder / "plant.xml";
+  fs::create_directories(old.parent_path());
+  zelkor::property::evolution::Evolver::evolve(u"Avocet", u"Plover", tavo::modelText(plant.file.model()),
+                                               tavo::String::fromUtf8(old.string()));
+  zelkor::ModelFile::open(old).saveAs(present);
+
+  const std::uint64_t wanted = sumOfValues(plant, plant.file.model());
+  Meter opening, migrating;
+  std::uint64_t opened = 0, migrated = 0;
+  std::size_t peak = 0;
+  for (std::size_t round = 0; round < (setting.objects > 1000 ? 3 : 10); ++round) {
+    std::optional<zelkor::ModelFile> file;
+    opening.run(setting.objects, [&] { file = zelkor::ModelFile::open(present); });
+    opened = sumOfValues(plant, file->model());
+    file.reset();
+    peak = peakOf([&] { migrating.run(setting.objects, [&] { file = zelkor::ModelFile::open(old); }); });
+    migrated = sumOfValues(plant, file->model());
+  }
+  table.add(setting, "present model: open", opening, 0, opened, wanted, {});
+  table.add(setting, "oldest model: open", migrating, opening.nanoseconds(), migrated, wanted, {});
+  Table::addBytes(setting, "  at the peak", peak, fs::file_size(old), "byte of the file");
+  fs::remove_all(folder);
+}
+
 } // namespace
+
+void runModelReleaseCases(Table& table, const Setting& setting) {
+  if (setting.textUnits != 5)
+    return; // the texts are those of the properties
+  Plant plant(setting);
+  plant.file.model().setUndoDepth(0);
+  for (const std::size_t i : orderOf(setting))
+    for (std::size_t stereotype = 0; stereotype < stereotypeCount; ++stereotype) {
+      plant.elements[i].applyPrototype(plant.bench.stereotypes[stereotype]);
+      for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
+        plant.elements[i].setPropVal(nameOf(stereotype, kind), kinds[kind].text(numberOf(i, 0)), keepUnits);
+    }
+  measureOldModel(table, setting, plant);
+}
 
 void runArchCases(Table& table, const Setting& setting) {
   // The texts are those of the properties, so one of the two lengths that names have will do.

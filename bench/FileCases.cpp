@@ -11,11 +11,6 @@
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <malloc.h>
-
 namespace bench {
 namespace {
 
@@ -101,23 +96,6 @@ void measureFile(Table& table, const Setting& setting, const char* name, void (*
   table.add(setting, what + ": save", saving, loading.nanoseconds(), again, first, {});
   table.add(setting, what + ": first save", firstSave, loading.nanoseconds(), first, first, {});
   Table::addBytes(setting, "  in the file", size, objects);
-}
-
-/// What a process has taken of the machine at most since `action` began, beyond what it had.
-template <class Action>
-std::size_t peakOf(const Action& action) {
-  const auto kilobytes = [](const char* what) {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-      if (line.starts_with(what))
-        return std::strtoull(line.c_str() + std::strlen(what), nullptr, 10);
-    return 0ull;
-  };
-  ::malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << "5"; // the peak starts anew
-  const auto before = kilobytes("VmRSS:");
-  action();
-  return (kilobytes("VmHWM:") - before) << 10;
 }
 
 /// The profile as a file of the oldest release, against one of the present release with the same content.

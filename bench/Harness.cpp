@@ -9,6 +9,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <malloc.h>
 #include <numeric>
 #include <random>
@@ -50,6 +53,21 @@ std::size_t roundsOf(const Setting& setting) { return std::max<std::size_t>(3, 1
 std::size_t heapBytes() {
   const auto info = ::mallinfo2();
   return info.uordblks + info.hblkhd;
+}
+
+std::size_t peakOf(const std::function<void()>& action) {
+  const auto kilobytes = [](const char* what) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+      if (line.starts_with(what))
+        return std::strtoull(line.c_str() + std::strlen(what), nullptr, 10);
+    return 0ull;
+  };
+  ::malloc_trim(0);
+  std::ofstream("/proc/self/clear_refs") << "5"; // the peak starts anew
+  const auto before = kilobytes("VmRSS:");
+  action();
+  return (kilobytes("VmHWM:") - before) << 10;
 }
 
 std::uint64_t parseBare(std::string_view bytes) {

@@ -143,12 +143,16 @@ double dependentMiss();
 /// Bytes that the heap has given out, with its own overhead.
 std::size_t heapBytes();
 
+/// What a process has taken of the machine at most since `action` began, beyond what it had.
+std::size_t peakOf(const std::function<void()>& action);
+
 // The cases; each runs in one setting.
 
 void runModelCases(Table& table, const Setting& setting);
 void runValueCases(Table& table, const Setting& setting);
 void runFileCases(Table& table, const Setting& setting);
 void runReleaseCases(Table& table, const Setting& setting);
+void runModelReleaseCases(Table& table, const Setting& setting);
 void runArchCases(Table& table, const Setting& setting);
 
 } // namespace bench

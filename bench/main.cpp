@@ -13,11 +13,9 @@ struct Group {
   const char* name;
   void (*run)(bench::Table&, const Setting&);
 };
-constexpr Group groups[] = {{"model", bench::runModelCases},
-                            {"values", bench::runValueCases},
-                            {"files", bench::runFileCases},
-                            {"releases", bench::runReleaseCases},
-                            {"arch", bench::runArchCases}};
+constexpr Group groups[] = {
+    {"model", bench::runModelCases},      {"values", bench::runValueCases},          {"files", bench::runFileCases},
+    {"releases", bench::runReleaseCases}, {"releases", bench::runModelReleaseCases}, {"arch", bench::runArchCases}};
 
 int misuse() {
   std::fputs("usage: zelkor_bench [--smoke] [model] [values] [files] [releases] [arch] [largest number of objects]\n",
