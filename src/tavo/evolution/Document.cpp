@@ -80,6 +80,10 @@ std::string_view Document::remarkOf(const Object& object) const {
   return found == remarks_.end() ? std::string_view() : found->second;
 }
 
+bool Document::mayHold(const ClassRecord& record) const {
+  return std::ranges::any_of(classes_, [&](const ClassRecord* held) { return held->isA(record); });
+}
+
 std::string_view Document::referenceTo(const Object& object) { return keep(toText(object.uuid)); }
 
 //----------------------------------------------------------------------------------------------------------------------
@@ -104,6 +108,7 @@ Object& Document::add(const ClassRecord& record, Object* owner, const FeatureRec
     raise(FrameworkError::DuplicateIdentity, placeOf(object), toText(uuid));
   known->second = &object;
   listOf(owner).push_back(object);
+  become(object, record);
   return object;
 }
 
@@ -126,6 +131,12 @@ void Document::move(Object& object, Object* owner, const FeatureRecord* in) {
   object.owner = owner;
   object.in = in;
   listOf(owner).push_back(object);
+}
+
+void Document::become(Object& object, const ClassRecord& record) {
+  object.record = &record;
+  if (std::ranges::find(classes_, &record) == classes_.end())
+    classes_.push_back(&record);
 }
 
 void Document::setKept(Object& object, const FeatureRecord& feature, std::string_view text) {

@@ -123,6 +123,8 @@ public:
   /// Takes an object out, with all that it contains. References to it stay until `dropDanglingReferences`.
   void remove(Object& object);
   void move(Object& object, Object* owner, const FeatureRecord* in);
+  /// Makes it an object of another class.
+  void become(Object& object, const ClassRecord& record);
   /// An empty text is a value like any other.
   void set(Object& object, const FeatureRecord& feature, std::string_view text) {
     setKept(object, feature, keep(text));
@@ -153,12 +155,15 @@ public:
 
 private:
   ObjectList& listOf(Object* owner) { return owner ? owner->children : top_; }
+  /// False only if there is no object of the class.
+  bool mayHold(const ClassRecord& record) const;
 
   std::string name_;
   std::pmr::monotonic_buffer_resource arena_{64 << 10};
   std::size_t keptBytes_ = 0;
   std::size_t mostBytes_ = std::numeric_limits<std::size_t>::max();
   std::deque<Object> objects_;
+  std::vector<const ClassRecord*> classes_; ///< that objects have or had: steps that look for others need not look
   std::vector<FamilyVersion> families_;
   ObjectList top_;
   std::vector<Outsider> outsiders_;
@@ -188,6 +193,8 @@ void Document::each(const Visit& visit) {
 
 template <class Visit>
 void Document::each(const ClassRecord& record, const Visit& visit) {
+  if (!mayHold(record))
+    return;
   each([&](Object& object) {
     if (object.isA(record))
       visit(object);

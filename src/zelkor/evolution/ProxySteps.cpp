@@ -101,7 +101,7 @@ void tellEachSource(Document& document, Account&) {
   const auto& r = records();
   // What had lost its resolver was found again by name, as if there were one.
   const auto& named = classNamed("zelkor.profile.ProfileResolver");
-  document.each(r.lostResolver, [&](Object& lost) { lost.record = &named; });
+  document.each(r.lostResolver, [&](Object& lost) { document.become(lost, named); });
   boost::unordered_flat_map<const Object*, std::string_view> references;
   const auto referenceTo = [&](const Object& resolver) {
     const auto [found, isNew] = references.try_emplace(&resolver);

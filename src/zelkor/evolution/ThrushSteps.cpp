@@ -227,34 +227,52 @@ void keepElementData(Document& document) {
   const auto& r = records();
   const auto& stereotypes = r.element.feature("p_StereotypeNames");
   const auto& values = r.element.feature("p_Values");
+  const auto& propertyOfElement = r.elementValue.feature("p_PropertyName");
+  const auto& property = r.v1Value.feature("p_PropertyName");
+  const auto& profile = r.v1Stereotype.feature("p_ProfileName");
+  const auto& stereotype = r.v1Stereotype.feature("p_PrototypeFullyQualifiedName");
+  const std::pair<const FeatureRecord*, const FeatureRecord*> copied[] = {
+      {&r.elementValue.feature("p_Expression"), &r.v1Value.feature("p_Expression")},
+      {&r.elementValue.feature("p_Units"), &r.v1Value.feature("p_Units")}};
+  struct Entries {
+    const ClassRecord& record;
+    const FeatureRecord &in, &element;
+  };
+  const Entries applied{r.v1Stereotype, r.v1Data.feature("p_PrototypeEntries"), r.v1Stereotype.feature("p_ElemUUID")};
+  const Entries own{r.v1Value, r.v1Data.feature("p_ValueEntries"), r.v1Value.feature("p_ElemUUID")};
   Object* data = nullptr;
-  const auto add = [&](const ClassRecord& record, const char* list, const Object& element,
+  const auto add = [&](const Entries& entries, const Object& element, std::string_view identity,
                        std::string_view of) -> Object& {
     if (!data)
       data = &document.add(r.v1Data, nullptr, nullptr,
                            tavo::nameUuid(document.top().front().uuid, r.v1Data.qualifiedName));
-    auto& made = document.add(record, data, &r.v1Data.feature(list),
-                              tavo::nameUuid(element.uuid, std::string(list) + " " + std::string(of)));
-    document.set(made, record.feature("p_ElemUUID"), tavo::toText(element.uuid));
+    auto& made = document.add(entries.record, data, &entries.in,
+                              tavo::nameUuid(element.uuid, std::string(entries.in.name()) + " " + std::string(of)));
+    Document::setKept(made, entries.element, identity);
     return made;
   };
   document.each(r.element, [&](Object& element) {
+    const auto names = itemsOf(element, stereotypes);
+    const auto valuesOfElement = element.childrenIn(values);
+    if (names.empty() && valuesOfElement.empty())
+      return Document::clear(element, stereotypes);
+    const auto identity = document.referenceTo(element); // kept once for all entries
     std::set<std::string_view> carried;
-    for (const auto name : itemsOf(element, stereotypes)) {
+    for (const auto name : names) {
       if (!carried.insert(name).second)
         continue;
-      auto& made = add(r.v1Stereotype, "p_PrototypeEntries", element, name);
-      document.set(made, r.v1Stereotype.feature("p_ProfileName"), name.substr(0, name.find('.')));
-      document.set(made, r.v1Stereotype.feature("p_PrototypeFullyQualifiedName"), name);
+      auto& made = add(applied, element, identity, name);
+      document.set(made, profile, name.substr(0, name.find('.')));
+      document.set(made, stereotype, name);
     }
     Document::clear(element, stereotypes);
-    NumberedNames names;
-    for (auto* value : element.childrenIn(values)) {
-      const auto property = names.next(value->text(r.elementValue.feature("p_PropertyName")));
-      auto& made = add(r.v1Value, "p_ValueEntries", element, property);
-      document.set(made, r.v1Value.feature("p_PropertyName"), property);
-      for (const auto* feature : {"p_Expression", "p_Units"})
-        copyValue(document, *value, r.elementValue.feature(feature), made, r.v1Value.feature(feature));
+    NumberedNames numbered;
+    for (auto* value : valuesOfElement) {
+      const auto name = numbered.next(value->text(propertyOfElement));
+      auto& made = add(own, element, identity, name);
+      document.set(made, property, name);
+      for (const auto& [from, to] : copied)
+        copyValue(document, *value, *from, made, *to);
       document.remove(*value);
     }
   });

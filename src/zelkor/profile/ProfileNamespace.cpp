@@ -26,6 +26,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <new>
 #include <set>
 
@@ -317,10 +318,17 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
   for (const auto& profile : getAllResolvedProfiles(false))
     attempt([&] { useAll(*this, profile.prototypes().toVector()); });
 
+  std::map<tavo::String, Prototype> prototypes; // few, for many elements
+  const auto prototypeNamed = [&](const tavo::String& name) -> const Prototype& {
+    const auto [found, isNew] = prototypes.try_emplace(name);
+    if (isNew)
+      found->second = getPrototype(name);
+    return found->second;
+  };
   for (const auto& entry : data.p_PrototypeEntries())
     attempt([&] {
       const auto element = model().find<internal::Prototypable>(entry.p_ElemUUID());
-      const auto prototype = getPrototype(entry.p_PrototypeFullyQualifiedName());
+      const auto& prototype = prototypeNamed(entry.p_PrototypeFullyQualifiedName());
       if (!element || !prototype)
         raise(ArchitectureError::CannotMigrateStereotype, entry.p_PrototypeFullyQualifiedName(),
               element ? element.getName() : text(entry.p_ElemUUID()));
