@@ -239,8 +239,17 @@ TEST_F(UpgradeTest, LeavesTheOldFileOrTheNewOneWhateverFails) {
   }
   EXPECT_EQ(contentOf(path), after);
   restore();
-  testsupport::failEachAllocation([&] { ModelFile::open(path).save(); },
-                                  [&](std::size_t) { EXPECT_EQ(contentOf(path), before); });
+  auto old = ModelFile::open(path);
+  const auto content = tavo::modelText(old.model());
+  const auto failures = testsupport::failEachAllocation([&] { old.save(); },
+                                                        [&](std::size_t) {
+                                                          EXPECT_EQ(contentOf(path), before);
+                                                          EXPECT_EQ(old.olderVersion(), "2.2");
+                                                          EXPECT_FALSE(old.isDirty());
+                                                          EXPECT_EQ(tavo::modelText(old.model()), content);
+                                                        });
+  EXPECT_GT(failures, 100u);
+  EXPECT_EQ(old.olderVersion(), "");
   EXPECT_EQ(contentOf(path), after);
 }
 

@@ -1,6 +1,9 @@
 // Linnet brought units, enumerations, and numbers of all sizes.
 #include "zelkor/evolution/PropertyRecords.h"
 
+#include "kavra/Host.h"
+#include "tavo/core/Utf.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -75,14 +78,32 @@ std::string membersAsTexts(std::string_view expression) {
   return result;
 }
 
-/// Whether a number stands in an expression that is too large for "int32".
+/// What an expression without variables comes to; null where nobody can say.
+kavra::HostArray evaluated(std::string_view expression) {
+  if (!kavra::isHostAvailable())
+    return {};
+  const char nobody = 0; // has no variables
+  auto& workspaces = kavra::host().workspaces();
+  auto array = workspaces.of(&nobody)->evaluate(tavo::toUtf16Lenient(expression));
+  workspaces.release(&nobody);
+  return array;
+}
+
+/// Whether an expression comes to a number that is too large for "int32". Of one that cannot be evaluated, the numbers
+/// that stand in it are looked at.
 bool holdsLargeNumber(std::string_view expression) {
+  constexpr double lowest = -2147483648.0, highest = 2147483647.0;
+  if (const auto array = evaluated(expression); array && kavra::isNumeric(array.arrayClass())) {
+    for (std::uint64_t i = 0; i < array.count(); ++i)
+      if (const double number = array.numberAt(i); number < lowest || number > highest)
+        return true;
+    return false;
+  }
   constexpr std::string_view digits = "0123456789";
-  constexpr std::uint64_t most = 2147483648; // with a sign before it, it fits
   for (auto at = expression.find_first_of(digits); at < expression.size(); at = expression.find_first_of(digits, at)) {
     std::uint64_t number = 0;
     const auto [end, fault] = std::from_chars(expression.data() + at, expression.data() + expression.size(), number);
-    if (fault != std::errc() || number > most)
+    if (fault != std::errc() || static_cast<double>(number) > -lowest)
       return true;
     at = static_cast<std::size_t>(end - expression.data());
   }

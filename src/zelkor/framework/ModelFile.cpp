@@ -79,13 +79,13 @@ struct ModelFile::State {
       names.push_back(resolver.uRI());
     return names;
   }
-  void nowIsInFile() {
+  void nowIsInFile(std::vector<tavo::String>&& names) noexcept {
     dirty = false;
-    profileNames = presentProfileNames();
+    profileNames = std::move(names);
   }
   void begin() {
     model.clearHistory();
-    nowIsInFile();
+    nowIsInFile(presentProfileNames());
     listener = model.addShallowListener([this] { dirty = true; });
   }
 };
@@ -161,14 +161,17 @@ void ModelFile::saveAs(const fs::path& path) {
     raise(ArchitectureError::MigrationIncomplete, target.native(), state_->lost);
   profile::ProfileCatalog::nameResolversAfterProfiles(model());
   tavo::Transaction transaction(state_->model); // a model that could not be saved keeps its name
+  // Once the file is there, nothing may keep it from being known.
+  const auto name = nameOf(target);
+  auto profileNames = state_->presentProfileNames();
   const auto nowIsInFile = [&] {
     transaction.commit();
-    state_->model.setName(nameOf(target));
+    state_->model.setName(name);
     state_->olderVersion.clear();
-    state_->nowIsInFile();
+    state_->nowIsInFile(std::move(profileNames));
   };
-  if (nameOf(target) != model().name())
-    identify(state_->model, nameOf(target));
+  if (name != model().name())
+    identify(state_->model, name);
   try {
     file.save(state_->model, target);
   } catch (const tavo::Error& error) {
