@@ -250,8 +250,9 @@ void overwrite(Table& table, const Setting& setting, const Plant& plant) {
 void overwriteAll(Table& table, const Setting& setting, const Plant& plant) {
   const auto& model = plant.file.model();
   const auto order = orderOf(setting);
-  const std::vector<String> texts[] = {textsOf(kinds[0], setting, 1), textsOf(kinds[1], setting, 1),
-                                       textsOf(kinds[2], setting, 1)};
+  constexpr std::size_t fresh = 5; // no case before has set any of these texts, so each is a change
+  const std::vector<String> texts[] = {textsOf(kinds[0], setting, fresh), textsOf(kinds[1], setting, fresh),
+                                       textsOf(kinds[2], setting, fresh)};
   String names[stereotypeCount][std::size(kinds)];
   for (std::size_t stereotype = 0; stereotype < stereotypeCount; ++stereotype)
     for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
