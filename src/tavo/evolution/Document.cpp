@@ -140,7 +140,7 @@ void Document::become(Object& object, const ClassRecord& record) {
 }
 
 void Document::setKept(Object& object, const FeatureRecord& feature, std::string_view text) {
-  std::erase_if(object.values, [&](const ElementValue& value) { return value.feature == &feature; });
+  std::erase_if(object.values, [&](const ValueElement& value) { return value.feature == &feature; });
   for (Attribute& attribute : object.attributes)
     if (attribute.feature == &feature) {
       attribute.text = text;

@@ -26,7 +26,7 @@ struct Fields {
 };
 
 /// A value that is an element of its own.
-struct ElementValue {
+struct ValueElement {
   const FeatureRecord* feature;
   Fields own{};
   std::vector<Fields> items{}; ///< of a list
@@ -52,7 +52,7 @@ struct TAVO_EXPORT Object : Sibling {
   std::string_view anchor{};
   std::uint64_t line; ///< in the file; 0 for one that evolution has made
   std::vector<Attribute> attributes{};
-  std::vector<ElementValue> values{};
+  std::vector<ValueElement> values{};
   std::vector<Reference> references{};
   ObjectList children{};
 

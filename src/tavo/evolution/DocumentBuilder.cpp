@@ -201,7 +201,7 @@ private:
       frames_.push_back({Frame::Kind::leaf, nullptr, nullptr});
       return;
     case FeatureKind::attribute:
-      if (std::ranges::find(frame.object->values, &feature, &ElementValue::feature) != frame.object->values.end())
+      if (std::ranges::find(frame.object->values, &feature, &ValueElement::feature) != frame.object->values.end())
         raiseInvalid(at_->place(), "\"" + std::string(feature.name()) + "\" stands twice in one object");
       frame.object->values.push_back({&feature, fieldsOf(attributes)});
       frames_.push_back({Frame::Kind::value, frame.object, nullptr});

@@ -146,7 +146,7 @@ private:
   struct Part {
     const FeatureRecord* feature;
     const Object* child = nullptr;
-    const ElementValue* value = nullptr;
+    const ValueElement* value = nullptr;
     const Reference* reference = nullptr;
   };
   struct Step {

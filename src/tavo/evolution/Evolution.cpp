@@ -35,7 +35,7 @@ void leaveOut(Document& document, const Family& family, Version version, Account
   document.each([&](Object& object) {
     const bool isHeldInVain = object.in && isUnknown(*object.in);
     if (isHeldInVain || (object.record->family == &family && !object.record->life.holds(version))) {
-      account.note(document, object, object.record->name(), "is left out");
+      account.note(object, object.record->name(), "is left out");
       document.remove(object);
       return;
     }
@@ -43,7 +43,7 @@ void leaveOut(Document& document, const Family& family, Version version, Account
       std::erase_if(list, [&](const auto& each) {
         if (!isUnknown(*each.feature))
           return false;
-        account.note(document, object, each.feature->name(), "is left out");
+        account.note(object, each.feature->name(), "is left out");
         return true;
       });
     };
@@ -105,7 +105,7 @@ private:
 
 } // namespace
 
-void Account::note(const Document&, const Object& object, std::string_view what, std::string_view effect) {
+void Account::note(const Object& object, std::string_view what, std::string_view effect) {
   // Long names are cut: an object may have thousands of losses.
   constexpr std::size_t longest = 300, longestPath = 1000;
   std::string path;

@@ -32,7 +32,7 @@ struct Loss {
 /// What a way down costs.
 class TAVO_EXPORT Account {
 public:
-  void note(const Document& document, const Object& object, std::string_view what, std::string_view effect);
+  void note(const Object& object, std::string_view what, std::string_view effect);
   /// In the order in which they came, each once.
   const std::vector<Loss>& losses() const { return losses_; }
 

@@ -126,12 +126,12 @@ void useFormerValue(Document& document, Object& value, Account& account) {
     document.set(value, expression, membersAsTexts(*member));
     const auto text = value.text(expression);
     if (sort == "IntegerType" && holdsLargeNumber(text))
-      account.note(document, element, withName("the value of", property), "stays, and is out of range");
+      account.note(element, withName("the value of", property), "stays, and is out of range");
     else if (sort == "Enumeration" && holdsCall(text))
-      account.note(document, element, withName("the value of", property), "stays, and is no value of a string");
+      account.note(element, withName("the value of", property), "stays, and is no value of a string");
   }
   if (value.find(units))
-    account.note(document, element, withName("the units of", property), "are left out");
+    account.note(element, withName("the units of", property), "are left out");
   Document::clear(value, units);
 }
 
@@ -156,18 +156,18 @@ void useFormerTypes(Document& document, Account& account) {
         continue;
       document.set(object, *feature, document.referenceTo(*former));
       if (feature != &ofValue) {
-        account.note(document, object, withName(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
+        account.note(object, withName(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
                      withName("becomes", instead));
         // A type that a property has for itself, without bounds, is no wider than the one that it stands on.
         const bool isOwned = object.in == &ownedType && !object.find(range);
         const auto* definition = isOwned ? object.owner : &object;
         const auto* value = definition->isA(r.definition) ? definition->child(defaultValue) : nullptr;
         if (value && instead == "int32" && holdsLargeNumber(value->text(text)))
-          account.note(document, *definition, withName("the default", value->text(text)), "stays, and is out of range");
+          account.note(*definition, withName("the default", value->text(text)), "stays, and is out of range");
       } else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration") {
         const auto asText = membersAsTexts(*member);
         if (holdsCall(asText))
-          account.note(document, object, withName("the default", asText), "stays, and is no value of a string");
+          account.note(object, withName("the default", asText), "stays, and is no value of a string");
         document.set(object, text, asText);
       }
     }
@@ -176,7 +176,7 @@ void useFormerTypes(Document& document, Account& account) {
     if (object.isA(r.type) && !formerTypeFor(object).empty()) {
       unknown.push_back(&object);
       if (object.record->name() == "Enumeration" && object.in != &ownedType)
-        account.note(document, object, "the enumeration " + std::string(nameOf(object)), "is left out");
+        account.note(object, "the enumeration " + std::string(nameOf(object)), "is left out");
     }
   });
   for (auto* type : unknown)

@@ -26,12 +26,12 @@ void joinColors(Document& document, Account& account) {
   const auto& header = r.stereotype.feature("componentHeaderColor");
   const auto& line = r.stereotype.feature("connectorLineColor");
   const auto fieldsOf = [](const Object& object, const FeatureRecord& feature) {
-    return std::ranges::find(object.values, &feature, &ElementValue::feature)->own.fields;
+    return std::ranges::find(object.values, &feature, &ValueElement::feature)->own.fields;
   };
   document.each(r.stereotype, [&](Object& stereotype) {
     const bool both = hasValue(stereotype, header) && hasValue(stereotype, line);
     if (both && fieldsOf(stereotype, header) != fieldsOf(stereotype, line))
-      account.note(document, stereotype, "the colour of connectors", "is left out");
+      account.note(stereotype, "the colour of connectors", "is left out");
     copyValue(document, stereotype, hasValue(stereotype, header) ? header : line, stereotype, color);
     Document::clear(stereotype, header);
     Document::clear(stereotype, line);
@@ -63,7 +63,7 @@ void useTextsForLists(Document& document, Account& account) {
     if (source.text(r.source.feature("targetClassId")) != tavo::toText(list.id))
       return;
     if (source.owner && source.owner->isA(r.definition))
-      account.note(document, *source.owner, "the type stringArray", "becomes string");
+      account.note(*source.owner, "the type stringArray", "becomes string");
     if (!text)
       return;
     Document::setKept(source, id, textId);
@@ -81,7 +81,7 @@ void importDependencies(Document& document, Account& account) {
   const auto& dependent = r.profiles.feature("p_DependentProfileProxy");
   document.each(r.profiles, [&](Object& profiles) {
     for (const auto* source : profiles.childrenIn(dependent))
-      account.note(document, profiles, withName("the profile", source->text(r.source.feature("targetName"))),
+      account.note(profiles, withName("the profile", source->text(r.source.feature("targetName"))),
                    "becomes an import of its own");
     Document::rename(profiles, dependent, r.profiles.feature("ProfileProxy"));
   });

@@ -30,7 +30,7 @@ std::string withName(std::string_view what, std::string_view name) {
 namespace {
 
 auto valueOf(auto& values, const FeatureRecord& feature) {
-  return std::ranges::find(values, &feature, &ElementValue::feature);
+  return std::ranges::find(values, &feature, &ValueElement::feature);
 }
 
 constexpr std::string_view itemText = "value";
@@ -54,7 +54,7 @@ std::vector<std::string_view> itemsOf(const Object& object, const FeatureRecord&
 void addItem(Document& document, Object& object, const FeatureRecord& feature, std::string_view text) {
   auto found = valueOf(object.values, feature);
   if (found == object.values.end())
-    found = object.values.insert(found, ElementValue{&feature});
+    found = object.values.insert(found, ValueElement{&feature});
   found->items.push_back({{{itemText, document.keep(text)}}});
 }
 

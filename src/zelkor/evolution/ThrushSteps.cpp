@@ -114,13 +114,12 @@ void referencePlainly(Document& document, Account& account) {
       if (!target && plain->target == &r.type) {
         target = typeLike(*made, name);
         if (target && !object.isA(r.value))
-          account.note(document, object, withName(object.isA(r.type) ? "the base type" : "the type", name),
+          account.note(object, withName(object.isA(r.type) ? "the base type" : "the type", name),
                        withName("becomes", target->text(r.name)));
         if (target && object.isA(r.definition))
           target = withUnitsOfDefault(document, object, *target);
       } else if (!target) {
-        account.note(document, object, withName("the parent", name),
-                     "is left out, with what the stereotype inherits from it");
+        account.note(object, withName("the parent", name), "is left out, with what the stereotype inherits from it");
       }
       if (target)
         document.set(object, *plain, document.referenceTo(*target));
@@ -339,7 +338,7 @@ void returnElementData(Document& document, Account& account) {
                                       r.value.feature("units")),
                       sortOf(*usage));
     else
-      account.note(document, *usage, "the value of an element that is not in the file", "is left out");
+      account.note(*usage, "the value of an element that is not in the file", "is left out");
   });
   document.each(r.v1Value, [&](Object& entry) {
     if (auto* element = elementOf(entry, r.v1Value.feature("p_ElemUUID")))
@@ -367,8 +366,7 @@ void returnElementData(Document& document, Account& account) {
           found != farParents.end() && std::ranges::find(carried, found->second) == carried.end()) {
         carried.push_back(found->second);
         addItem(document, element, names, found->second);
-        account.note(document, element,
-                     "the stereotype " + std::string(found->second) + ", inherited from another profile,",
+        account.note(element, "the stereotype " + std::string(found->second) + ", inherited from another profile,",
                      "becomes one of its own");
       }
     Document::clear(element, applied);

@@ -12,7 +12,7 @@ const ClassRecord& nickname() { return classNamed("sample.Nickname"); }
 void namesBecomeTexts(Document& document) {
   const auto& nicknames = plant().feature("nicknames");
   document.each(plant(), [&](Object& object) {
-    ElementValue aliases{&plant().feature("aliases")};
+    ValueElement aliases{&plant().feature("aliases")};
     for (Object* each : object.childrenIn(nicknames)) {
       aliases.items.push_back({{{"value", each->text(nickname().feature("Name"))}}});
       document.remove(*each);
