@@ -80,8 +80,20 @@ std::string_view Document::remarkOf(const Object& object) const {
   return found == remarks_.end() ? std::string_view() : found->second;
 }
 
-bool Document::mayHold(const ClassRecord& record) const {
-  return std::ranges::any_of(classes_, [&](const ClassRecord* held) { return held->isA(record); });
+Document::Classes Document::holdersOf(const ClassRecord& record) const {
+  Classes wanted, holders;
+  std::ranges::copy_if(classes_, std::back_inserter(wanted),
+                       [&](const ClassRecord* held) { return held->isA(record); });
+  while (!wanted.empty()) {
+    const ClassRecord& held = *wanted.back();
+    wanted.pop_back();
+    for (const ClassRecord* owner : classes_)
+      if (owner->mayContain(held) && std::ranges::find(holders, owner) == holders.end()) {
+        holders.push_back(owner);
+        wanted.push_back(owner);
+      }
+  }
+  return holders;
 }
 
 std::string_view Document::referenceTo(const Object& object) { return keep(toText(object.uuid)); }
@@ -102,7 +114,7 @@ std::string_view Document::keep(std::string_view text) {
 
 Object& Document::add(const ClassRecord& record, Object* owner, const FeatureRecord* in, const Uuid& uuid,
                       std::uint64_t line) {
-  Object& object = objects_.emplace_back(record, in, owner, uuid, line);
+  Object& object = objects_.emplace_back(record, in, owner, uuid, line, &arena_);
   const auto [known, isNew] = byUuid_.try_emplace(uuid, &object);
   if (!isNew && known->second->record)
     raise(FrameworkError::DuplicateIdentity, placeOf(object), toText(uuid));

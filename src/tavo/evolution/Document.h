@@ -6,6 +6,7 @@
 
 #include <boost/intrusive/list.hpp>
 
+#include <algorithm>
 #include <deque>
 #include <memory_resource>
 #include <optional>
@@ -51,14 +52,14 @@ struct TAVO_EXPORT Object : Sibling {
   Uuid uuid;
   std::string_view anchor{};
   std::uint64_t line; ///< in the file; 0 for one that evolution has made
-  std::vector<Attribute> attributes{};
+  std::pmr::vector<Attribute> attributes;
   std::vector<ValueElement> values{};
   std::vector<Reference> references{};
   ObjectList children{};
 
   Object(const ClassRecord& itsRecord, const FeatureRecord* itsPlace, Object* itsOwner, const Uuid& itsUuid,
-         std::uint64_t itsLine)
-      : record(&itsRecord), in(itsPlace), owner(itsOwner), uuid(itsUuid), line(itsLine) {}
+         std::uint64_t itsLine, std::pmr::memory_resource* memory)
+      : record(&itsRecord), in(itsPlace), owner(itsOwner), uuid(itsUuid), line(itsLine), attributes(memory) {}
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
@@ -103,6 +104,7 @@ public:
   /// the top is not visited.
   template <class Visit>
   void each(const Visit& visit);
+  /// Those of one class, to which a visit adds no others.
   template <class Visit>
   void each(const ClassRecord& record, const Visit& visit);
   /// Null when there is none.
@@ -155,15 +157,19 @@ public:
 
 private:
   ObjectList& listOf(Object* owner) { return owner ? owner->children : top_; }
-  /// False only if there is no object of the class.
-  bool mayHold(const ClassRecord& record) const;
+  using Classes = std::vector<const ClassRecord*>;
+  /// All objects for which `mayHold` says so about their owners, and those at the top.
+  template <class MayHold, class Visit>
+  void eachBelow(const MayHold& mayHold, const Visit& visit);
+  /// The classes of which there may be objects that contain some of a class, at whatever depth.
+  Classes holdersOf(const ClassRecord& record) const;
 
   std::string name_;
   std::pmr::monotonic_buffer_resource arena_{64 << 10};
   std::size_t keptBytes_ = 0;
   std::size_t mostBytes_ = std::numeric_limits<std::size_t>::max();
-  std::deque<Object> objects_;
-  std::vector<const ClassRecord*> classes_; ///< that objects have or had: steps that look for others need not look
+  std::pmr::deque<Object> objects_{&arena_}; ///< as they came, each with its attributes: they are gone through in order
+  Classes classes_;                          ///< that objects have or had: steps that look for others need not look
   std::vector<FamilyVersion> families_;
   ObjectList top_;
   std::vector<Outsider> outsiders_;
@@ -173,8 +179,8 @@ private:
   boost::unordered_flat_map<const Object*, std::string_view> remarks_;
 };
 
-template <class Visit>
-void Document::each(const Visit& visit) {
+template <class MayHold, class Visit>
+void Document::eachBelow(const MayHold& mayHold, const Visit& visit) {
   std::vector<Object*> waiting;
   const auto wait = [&](ObjectList& objects) {
     for (auto each = objects.rbegin(); each != objects.rend(); ++each)
@@ -187,18 +193,26 @@ void Document::each(const Visit& visit) {
     if (!object.record)
       continue;
     visit(object);
-    wait(object.children);
+    if (object.record && mayHold(*object.record))
+      wait(object.children);
   }
 }
 
 template <class Visit>
+void Document::each(const Visit& visit) {
+  eachBelow([](const ClassRecord&) { return true; }, visit);
+}
+
+template <class Visit>
 void Document::each(const ClassRecord& record, const Visit& visit) {
-  if (!mayHold(record))
+  if (std::ranges::none_of(classes_, [&](const ClassRecord* held) { return held->isA(record); }))
     return;
-  each([&](Object& object) {
-    if (object.isA(record))
-      visit(object);
-  });
+  const Classes holders = holdersOf(record);
+  eachBelow([&](const ClassRecord& owner) { return std::ranges::find(holders, &owner) != holders.end(); },
+            [&](Object& object) {
+              if (object.isA(record))
+                visit(object);
+            });
 }
 
 } // namespace tavo::evolution

@@ -136,6 +136,7 @@ private:
       raiseInvalid(at_->place(), "the identity of the object is nil");
     Object& object = document_.add(*entry.record, owner, in, uuid, at_->line());
     frames_.push_back({Frame::Kind::object, &object, &entry});
+    object.attributes.reserve(attributes.size());
     for (const XmlAttribute& attribute : attributes)
       if (attribute.name == xf::anchor)
         document_.setAnchor(object, attribute.value);
@@ -213,6 +214,7 @@ private:
 
   Fields fieldsOf(std::span<const XmlAttribute> attributes) {
     Fields fields;
+    fields.fields.reserve(attributes.size());
     for (const XmlAttribute& attribute : attributes)
       fields.fields.emplace_back(document_.keep(attribute.name), document_.keep(attribute.value));
     return fields;

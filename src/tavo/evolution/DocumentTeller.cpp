@@ -20,7 +20,7 @@ std::string nameOf(const FeatureRecord& feature, const Document& document) {
 class Names {
 public:
   explicit Names(const Document& document) : document_(document) {
-    const_cast<Document&>(document).each([this](Object& object) { survey(object); });
+    const_cast<Document&>(document).each([this](const Object& object) { survey(object); });
     for (const auto& outsider : document.outsiders())
       classes_[outsider.record];
     for (auto& [record, used] : classes_)
@@ -36,12 +36,12 @@ public:
   struct Used {
     std::string name;
     std::vector<std::pair<const FeatureRecord*, std::string>> features{};
+
+    const std::string& of(const FeatureRecord& feature) const {
+      return std::ranges::find(features, &feature, &std::pair<const FeatureRecord*, std::string>::first)->second;
+    }
   };
   const Used& of(const ClassRecord& record) const { return classes_.find(&record)->second; }
-  const std::string& of(const ClassRecord& record, const FeatureRecord& feature) const {
-    const auto& features = of(record).features;
-    return std::ranges::find(features, &feature, &std::pair<const FeatureRecord*, std::string>::first)->second;
-  }
   /// In the order of their full names.
   std::vector<const ClassRecord*> classes() const {
     std::vector<const ClassRecord*> records;
@@ -60,22 +60,22 @@ private:
     return std::string(today.substr(0, today.rfind('.') + 1)) + std::string(shortName(record));
   }
 
-  void survey(Object& object) {
-    auto& used = classes_[object.record];
+  void survey(const Object& object) {
     const auto use = [&](const FeatureRecord& feature, Used& by) {
       for (const auto& [known, name] : by.features)
         if (known == &feature)
           return;
       by.features.emplace_back(&feature, nameOf(feature, document_));
     };
+    if (object.owner)
+      use(*object.in, classes_[object.owner->record]);
+    auto& used = classes_[object.record];
     for (const auto& attribute : object.attributes)
       use(*attribute.feature, used);
     for (const auto& value : object.values)
       use(*value.feature, used);
     for (const auto& reference : object.references)
       use(*reference.feature, used);
-    for (const Object& child : object.children)
-      use(*child.in, used);
   }
 
   const Document& document_;
@@ -172,9 +172,8 @@ private:
     }
     if (!object.anchor.empty())
       attributes_.push_back({xf::anchor, object.anchor});
-    addAttributes(object, step.parts);
-    handler_.start(*this, object.owner ? std::string_view(names_.of(*object.owner->record, *object.in)) : used.name,
-                   attributes_);
+    addAttributes(object, used, step.parts);
+    handler_.start(*this, object.owner ? names_.of(*object.owner->record).of(*object.in) : used.name, attributes_);
     return step;
   }
 
@@ -192,8 +191,8 @@ private:
   }
 
   /// Plain values, and of the parts those that are nothing but a few references, which are taken out of the parts.
-  void addAttributes(const Object& object, std::vector<Part>& parts) {
-    std::vector<Attribute> attributes = object.attributes;
+  void addAttributes(const Object& object, const Names::Used& names, std::vector<Part>& parts) {
+    plain_.assign(object.attributes.begin(), object.attributes.end());
     texts_.clear();
     for (auto first = parts.begin(); first != parts.end();) {
       const auto* feature = first->feature;
@@ -201,14 +200,14 @@ private:
       if (auto targets = targetsOf({first, last}); targets.empty()) {
         first = last;
       } else {
-        attributes.push_back({feature, texts_.emplace_back(std::move(targets))});
+        plain_.push_back({feature, texts_.emplace_back(std::move(targets))});
         first = parts.erase(first, last);
       }
     }
-    if (!std::ranges::is_sorted(attributes, {}, orderOf))
-      std::ranges::stable_sort(attributes, {}, orderOf);
-    for (const auto& attribute : attributes)
-      attributes_.push_back({names_.of(*object.record, *attribute.feature), attribute.text});
+    if (!std::ranges::is_sorted(plain_, {}, orderOf))
+      std::ranges::stable_sort(plain_, {}, orderOf);
+    for (const auto& attribute : plain_)
+      attributes_.push_back({names.of(*attribute.feature), attribute.text});
   }
 
   /// Where parts lead, with blanks between them, if they are few and there is nothing else to say of any; else empty.
@@ -250,7 +249,7 @@ private:
   static constexpr auto orderOf = [](const auto& each) { return each.feature->order; };
 
   void tell(const Part& part) {
-    const std::string_view name = names_.of(*at_->record, *part.feature);
+    const std::string_view name = names_.of(*at_->record).of(*part.feature);
     if (part.reference) {
       const XmlAttribute target{xf::ref, part.reference->target};
       handler_.start(*this, name, {&target, 1});
@@ -275,6 +274,7 @@ private:
   const Names& names_;
   ObjectsHandler& handler_;
   const Object* at_ = nullptr;
+  std::vector<Attribute> plain_; ///< those of the object, in the order of the features
   std::vector<XmlAttribute> attributes_;
   std::deque<std::string> texts_; ///< of references in attributes
 };

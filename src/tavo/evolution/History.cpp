@@ -172,6 +172,14 @@ bool ClassRecord::isA(const ClassRecord& other) const {
   return false;
 }
 
+bool ClassRecord::mayContain(const ClassRecord& other) const {
+  for (const ClassRecord* at = this; at; at = at->base)
+    for (const FeatureRecord& each : at->features)
+      if (each.isContainment() && other.isA(*each.target))
+        return true;
+  return false;
+}
+
 const FeatureRecord* ClassRecord::find(const Uuid& feature) const {
   for (const ClassRecord* at = this; at; at = at->base)
     for (const FeatureRecord& each : at->features)

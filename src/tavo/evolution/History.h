@@ -59,6 +59,8 @@ struct TAVO_EXPORT ClassRecord {
 
   std::string_view name() const { return life.name; }
   bool isA(const ClassRecord& other) const;
+  /// Whether objects of this class could have one of the other as a child, in any version.
+  bool mayContain(const ClassRecord& other) const;
   /// Own or inherited, of any version; null when there is none.
   const FeatureRecord* find(const Uuid& feature) const;
   /// What objects of the class say if all that they say is where they lead, in a version: see MetaClass. Null for other

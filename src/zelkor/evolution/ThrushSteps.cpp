@@ -33,7 +33,6 @@ void referenceByProxy(Document& document) {
   const auto& ofClass = source.feature("targetClassId");
   const auto& name = source.feature("targetName");
   const auto& resolvedBy = source.feature("resolver");
-  const auto features = converted();
   OwnResolver resolver(document);
   // What references to one object say is the same, and kept once, however many and however long.
   struct Told {
@@ -47,11 +46,11 @@ void referenceByProxy(Document& document) {
                        document.keep(pathOf(target))};
     return found->second;
   };
-  document.each([&](Object& object) {
-    for (const auto& [plain, proxy] : features) {
+  for (const auto& [plain, proxy] : converted())
+    document.each(*plain->owner, [&, plain = plain, proxy = proxy](Object& object) {
       const auto* reference = object.find(*plain);
       if (!reference)
-        continue;
+        return;
       const auto* target = document.target(*reference);
       if (!target)
         raise(tavo::FrameworkError::DanglingReference, document.placeOf(object), plain->name(), *reference);
@@ -62,8 +61,7 @@ void referenceByProxy(Document& document) {
       Document::setKept(made, name, path);
       Document::setKept(made, resolvedBy, resolver.reference());
       Document::clear(object, *plain);
-    }
-  });
+    });
 }
 
 /// A number whose type stays behind in another profile keeps the units of its default, in a type of its own.
@@ -221,7 +219,21 @@ void joinRanges(Document& document) {
   }
 }
 
-/// What elements said of stereotypes and values themselves is kept until the profiles are at hand.
+/// What a value says while its element holds it, and what its entry says.
+struct ValueFeatures {
+  const FeatureRecord *ofElement, *ofEntry;
+};
+
+std::array<ValueFeatures, 3> valueFeatures() {
+  const auto& value = records().elementValue;
+  const auto& entry = records().v1Value;
+  return {{{&value.feature("p_PropertyName"), &entry.feature("p_PropertyName")},
+           {&value.feature("p_Expression"), &entry.feature("p_Expression")},
+           {&value.feature("p_Units"), &entry.feature("p_Units")}}};
+}
+
+/// What elements said of stereotypes and values themselves is kept until the profiles are at hand. Most of a file is
+/// such values, so they become entries where they are.
 void keepElementData(Document& document) {
   const auto& r = records();
   const auto& stereotypes = r.element.feature("p_StereotypeNames");
@@ -230,49 +242,43 @@ void keepElementData(Document& document) {
   const auto& property = r.v1Value.feature("p_PropertyName");
   const auto& profile = r.v1Stereotype.feature("p_ProfileName");
   const auto& stereotype = r.v1Stereotype.feature("p_PrototypeFullyQualifiedName");
-  const std::pair<const FeatureRecord*, const FeatureRecord*> copied[] = {
-      {&r.elementValue.feature("p_Expression"), &r.v1Value.feature("p_Expression")},
-      {&r.elementValue.feature("p_Units"), &r.v1Value.feature("p_Units")}};
-  struct Entries {
-    const ClassRecord& record;
-    const FeatureRecord &in, &element;
-  };
-  const Entries applied{r.v1Stereotype, r.v1Data.feature("p_PrototypeEntries"), r.v1Stereotype.feature("p_ElemUUID")};
-  const Entries own{r.v1Value, r.v1Data.feature("p_ValueEntries"), r.v1Value.feature("p_ElemUUID")};
+  const auto& applied = r.v1Data.feature("p_PrototypeEntries");
+  const auto& own = r.v1Data.feature("p_ValueEntries");
+  const auto& carriedBy = r.v1Stereotype.feature("p_ElemUUID");
+  const auto& valueOf = r.v1Value.feature("p_ElemUUID");
+  const auto renamed = valueFeatures();
   Object* data = nullptr;
-  const auto add = [&](const Entries& entries, const Object& element, std::string_view identity,
-                       std::string_view of) -> Object& {
-    if (!data)
-      data = &document.add(r.v1Data, nullptr, nullptr,
-                           tavo::nameUuid(document.top().front().uuid, r.v1Data.qualifiedName));
-    auto& made = document.add(entries.record, data, &entries.in,
-                              tavo::nameUuid(element.uuid, std::string(entries.in.name()) + " " + std::string(of)));
-    Document::setKept(made, entries.element, identity);
-    return made;
-  };
   document.each(r.element, [&](Object& element) {
     const auto names = itemsOf(element, stereotypes);
     const auto valuesOfElement = element.childrenIn(values);
     if (names.empty() && valuesOfElement.empty())
       return Document::clear(element, stereotypes);
+    if (!data)
+      data = &document.add(r.v1Data, nullptr, nullptr,
+                           tavo::nameUuid(document.top().front().uuid, r.v1Data.qualifiedName));
     const auto identity = document.referenceTo(element); // kept once for all entries
     std::set<std::string_view> carried;
     for (const auto name : names) {
       if (!carried.insert(name).second)
         continue;
-      auto& made = add(applied, element, identity, name);
-      document.set(made, profile, name.substr(0, name.find('.')));
-      document.set(made, stereotype, name);
+      auto& made = document.add(r.v1Stereotype, data, &applied,
+                                tavo::nameUuid(element.uuid, std::string(applied.name()) + " " + std::string(name)));
+      made.attributes.reserve(3);
+      Document::setKept(made, carriedBy, identity);
+      Document::setKept(made, profile, name.substr(0, name.find('.')));
+      Document::setKept(made, stereotype, name);
     }
     Document::clear(element, stereotypes);
     NumberedNames numbered;
     for (auto* value : valuesOfElement) {
-      const auto name = numbered.next(value->text(propertyOfElement));
-      auto& made = add(own, element, identity, name);
-      document.set(made, property, name);
-      for (const auto& [from, to] : copied)
-        copyValue(document, *value, *from, made, *to);
-      document.remove(*value);
+      const auto given = value->text(propertyOfElement);
+      document.become(*value, r.v1Value);
+      document.move(*value, data, &own);
+      for (const auto& [ofElement, ofEntry] : renamed)
+        Document::rename(*value, *ofElement, *ofEntry);
+      if (const auto name = numbered.next(given); name != given)
+        document.set(*value, property, name);
+      Document::setKept(*value, valueOf, identity);
     }
   });
 }
@@ -340,10 +346,17 @@ void returnElementData(Document& document, Account& account) {
     else
       account.note(*usage, "the value of an element that is not in the file", "is left out");
   });
-  document.each(r.v1Value, [&](Object& entry) {
-    if (auto* element = elementOf(entry, r.v1Value.feature("p_ElemUUID")))
-      addElementValue(document, *element, entry.text(r.v1Value.feature("p_PropertyName")), entry,
-                      r.v1Value.feature("p_Expression"), r.v1Value.feature("p_Units"));
+  const auto& valueOf = r.v1Value.feature("p_ElemUUID");
+  const auto& values = r.element.feature("p_Values");
+  document.each(r.v1Value, [&, renamed = valueFeatures()](Object& entry) {
+    auto* element = elementOf(entry, valueOf);
+    if (!element)
+      return;
+    document.become(entry, r.elementValue);
+    document.move(entry, element, &values);
+    for (const auto& [ofElement, ofEntry] : renamed)
+      Document::rename(entry, *ofEntry, *ofElement);
+    Document::clear(entry, valueOf);
   });
   document.each(r.v1Stereotype, [&](Object& entry) {
     if (auto* element = elementOf(entry, r.v1Stereotype.feature("p_ElemUUID")))
