@@ -288,7 +288,11 @@ void ProfileNamespace::Impl::toggleListener(const tavo::String& name, bool on) {
 
 void ProfileNamespace::Impl::processPostEvolution() {}
 
-void ProfileNamespace::Impl::proccessMigrationFromV1() { migrateFromV1(); }
+void ProfileNamespace::Impl::proccessMigrationFromV1() {
+  tavo::Transaction transaction(model());
+  migrateFromV1();
+  transaction.commit();
+}
 
 std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
   const auto data = model().findTopLevel<V1EvolutionData>();
@@ -308,7 +312,6 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
     }
   };
 
-  tavo::Transaction transaction(model());
   if (const auto cache = getP_PrototypeToPrototypableCache())
     cache.destroy();
   getP_PrototypeToPrototypableCacheMutable().add(PrototypeToPrototypableCache::create(model()));
@@ -325,9 +328,16 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
       found->second = getPrototype(name);
     return found->second;
   };
+  internal::Prototypable last;
+  const auto elementOf = [&](const auto& entry) -> const internal::Prototypable& {
+    const auto& uuid = entry.p_ElemUUID();
+    if (!last || last.Uuid() != uuid) // the entries of one element stand together
+      last = model().find<internal::Prototypable>(uuid);
+    return last;
+  };
   for (const auto& entry : data.p_PrototypeEntries())
     attempt([&] {
-      const auto element = model().find<internal::Prototypable>(entry.p_ElemUUID());
+      const auto& element = elementOf(entry);
       const auto& prototype = prototypeNamed(entry.p_PrototypeFullyQualifiedName());
       if (!element || !prototype)
         raise(ArchitectureError::CannotMigrateStereotype, entry.p_PrototypeFullyQualifiedName(),
@@ -336,7 +346,7 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
     });
   for (const auto& entry : data.p_ValueEntries())
     attempt([&] {
-      const auto element = model().find<internal::Prototypable>(entry.p_ElemUUID());
+      const auto& element = elementOf(entry);
       try {
         if (!element)
           raise(PropertyError::PropertyNotFound, entry.p_PropertyName());
@@ -348,7 +358,6 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
       }
     });
   data.destroy();
-  transaction.commit();
   return lost;
 }
 
