@@ -123,12 +123,15 @@ void useFormerValue(Document& document, Object& value, Account& account) {
   const auto property = value.text(r.elementValue.feature("p_PropertyName"));
   const auto sort = document.remarkOf(value);
   if (const auto* member = value.find(expression)) {
-    document.set(value, expression, membersAsTexts(*member));
-    const auto text = value.text(expression);
+    const auto text = membersAsTexts(*member);
     if (sort == "IntegerType" && holdsLargeNumber(text))
       account.note(element, withName("the value of", property), "stays, and is out of range");
     else if (sort == "Enumeration" && holdsCall(text))
       account.note(element, withName("the value of", property), "stays, and is no value of a string");
+    if (text != *member) {
+      account.note(element, withName("the value of", property), "becomes a text");
+      document.set(value, expression, text);
+    }
   }
   if (value.find(units))
     account.note(element, withName("the units of", property), "are left out");

@@ -6,15 +6,28 @@
 namespace zelkor::property::evolution {
 namespace {
 
+/// The built-in type that is new.
+constexpr std::string_view listName = "stringArray";
+
+/// What the one colour of a stereotype was for.
+struct Colored {
+  bool components, connectors;
+};
+
+Colored coloredBy(const Object& stereotype) {
+  const auto kinds = itemsOf(stereotype, records().stereotype.feature("appliesTo"));
+  const auto lines = std::ranges::count(kinds, "Connector");
+  return {lines == 0 || lines < std::ssize(kinds), lines != 0 || kinds.empty()};
+}
+
 void splitColors(Document& document) {
   const auto& r = records();
   const auto& color = r.stereotype.feature("color");
   document.each(r.stereotype, [&](Object& stereotype) {
-    const auto kinds = itemsOf(stereotype, r.stereotype.feature("appliesTo"));
-    const auto lines = std::ranges::count(kinds, "Connector");
-    if (lines == 0 || lines < std::ssize(kinds))
+    const auto colored = coloredBy(stereotype);
+    if (colored.components)
       copyValue(document, stereotype, color, stereotype, r.stereotype.feature("componentHeaderColor"));
-    if (lines != 0 || kinds.empty())
+    if (colored.connectors)
       copyValue(document, stereotype, color, stereotype, r.stereotype.feature("connectorLineColor"));
     Document::clear(stereotype, color);
   });
@@ -22,19 +35,32 @@ void splitColors(Document& document) {
 
 void joinColors(Document& document, Account& account) {
   const auto& r = records();
-  const auto& color = r.stereotype.feature("color");
-  const auto& header = r.stereotype.feature("componentHeaderColor");
-  const auto& line = r.stereotype.feature("connectorLineColor");
+  struct Color {
+    const FeatureRecord& feature;
+    std::string_view what, takenOver;
+    bool Colored::*isFor;
+  };
+  const Color both[] = {{r.stereotype.feature("componentHeaderColor"), "the colour of components",
+                         "becomes that of connectors, too", &Colored::components},
+                        {r.stereotype.feature("connectorLineColor"), "the colour of connectors",
+                         "becomes that of components, too", &Colored::connectors}};
   const auto fieldsOf = [](const Object& object, const FeatureRecord& feature) {
     return std::ranges::find(object.values, &feature, &ValueElement::feature)->own.fields;
   };
   document.each(r.stereotype, [&](Object& stereotype) {
-    const bool both = hasValue(stereotype, header) && hasValue(stereotype, line);
-    if (both && fieldsOf(stereotype, header) != fieldsOf(stereotype, line))
-      account.note(stereotype, "the colour of connectors", "is left out");
-    copyValue(document, stereotype, hasValue(stereotype, header) ? header : line, stereotype, color);
-    Document::clear(stereotype, header);
-    Document::clear(stereotype, line);
+    const auto colored = coloredBy(stereotype);
+    const auto has = [&](const Color& each) { return hasValue(stereotype, each.feature); };
+    const auto kept = std::ranges::find_if(both, [&](const Color& each) { return has(each) && colored.*each.isFor; });
+    for (const Color& each : both)
+      if (kept != std::end(both) && !has(each) && colored.*each.isFor)
+        account.note(stereotype, kept->what, kept->takenOver);
+      else if (has(each) && (kept == std::end(both) || !(colored.*each.isFor) ||
+                             fieldsOf(stereotype, each.feature) != fieldsOf(stereotype, kept->feature)))
+        account.note(stereotype, each.what, "is left out");
+    if (kept != std::end(both))
+      copyValue(document, stereotype, kept->feature, stereotype, r.stereotype.feature("color"));
+    for (const Color& each : both)
+      Document::clear(stereotype, each.feature);
   });
 }
 
@@ -76,6 +102,36 @@ void useTextsForLists(Document& document, Account& account) {
     document.remove(*type);
 }
 
+/// Models keep the built-in types, each with its description.
+void addListToCatalogs(Document& document) {
+  const auto& name = records().name;
+  const auto& record = library("property.TypeCatalog");
+  const auto& descriptor = library("property.ValueTypeDescriptor");
+  document.each(record, [&](Object& catalog) {
+    const auto add = [&](const ClassRecord& of, const char* in) -> Object& {
+      auto& made = document.add(of, &catalog, &record.feature(in),
+                                tavo::nameUuid(catalog.uuid, std::string(of.name()) + " " + std::string(listName)));
+      document.set(made, name, listName);
+      return made;
+    };
+    add(library("property.StringArrayType"), "p_valueType");
+    const auto descriptors = catalog.childrenIn(record.feature("p_BuiltInValueTypes"));
+    if (std::ranges::any_of(descriptors, [&](const Object* each) { return each->text(name) == listName; }))
+      return;
+    auto& described = add(descriptor, "p_BuiltInValueTypes");
+    document.set(described, descriptor.feature("p_DataType"), listName);
+    document.set(described, descriptor.feature("p_Dimensions"), "[1]");
+    document.set(described, descriptor.feature("p_Description"), "a list of names");
+  });
+}
+
+void leaveListOutOfCatalogs(Document& document) {
+  document.each(library("property.ValueTypeDescriptor"), [&](Object& descriptor) {
+    if (descriptor.text(records().name) == listName)
+      document.remove(descriptor);
+  });
+}
+
 void importDependencies(Document& document, Account& account) {
   const auto& r = records();
   const auto& dependent = r.profiles.feature("p_DependentProfileProxy");
@@ -87,14 +143,20 @@ void importDependencies(Document& document, Account& account) {
   });
 }
 
+void withLooks(Document& document) {
+  splitColors(document);
+  addListToCatalogs(document);
+}
+
 void withoutLooks(Document& document, Account& account) {
   joinColors(document, account);
   leaveOutEmptyDefaults(document);
   useTextsForLists(document, account);
+  leaveListOutOfCatalogs(document);
   importDependencies(document, account);
 }
 
-constexpr Step step{.to = "2.6", .up = &splitColors, .down = &withoutLooks};
+constexpr Step step{.to = "2.6", .up = &withLooks, .down = &withoutLooks};
 [[maybe_unused]] const bool registered = registerSteps("zelkor_property", {&step, 1});
 
 } // namespace

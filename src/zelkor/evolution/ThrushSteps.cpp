@@ -333,6 +333,7 @@ void returnElementData(Document& document, Account& account) {
     auto* element = uuid ? document.find(*uuid) : nullptr;
     return element && element->isA(r.element) ? element : nullptr;
   };
+  constexpr std::string_view noElement = "is left out: its element is not in the file";
   document.each(r.entry, [&](Object& entry) {
     const auto* usage = entry.owner ? entry.owner->owner : nullptr;
     const auto* value = entry.child(r.entry.feature("p_Value"));
@@ -351,7 +352,7 @@ void returnElementData(Document& document, Account& account) {
   document.each(r.v1Value, [&, renamed = valueFeatures()](Object& entry) {
     auto* element = elementOf(entry, valueOf);
     if (!element)
-      return;
+      return account.note(entry, withName("the value of", entry.text(r.v1Value.feature("p_PropertyName"))), noElement);
     document.become(entry, r.elementValue);
     document.move(entry, element, &values);
     for (const auto& [ofElement, ofEntry] : renamed)
@@ -359,9 +360,11 @@ void returnElementData(Document& document, Account& account) {
     Document::clear(entry, valueOf);
   });
   document.each(r.v1Stereotype, [&](Object& entry) {
+    const auto name = entry.text(r.v1Stereotype.feature("p_PrototypeFullyQualifiedName"));
     if (auto* element = elementOf(entry, r.v1Stereotype.feature("p_ElemUUID")))
-      addItem(document, *element, r.element.feature("p_StereotypeNames"),
-              entry.text(r.v1Stereotype.feature("p_PrototypeFullyQualifiedName")));
+      addItem(document, *element, r.element.feature("p_StereotypeNames"), name);
+    else
+      account.note(entry, withName("the stereotype", name), noElement);
   });
   const auto& names = r.element.feature("p_StereotypeNames");
   const auto& proxies = r.element.feature("_PrototypeProxy");
