@@ -122,6 +122,13 @@ TEST(UtfTest, EverySequenceOfTwoBytesAndEveryCodePointReadsAsTheReferenceReadsIt
   }
 }
 
+TEST(UtfTest, BeginningsEndBetweenCharacters) {
+  const std::string text = "a\u00E9\u20AC\U0001F600"; // 1, 2, 3 and 4 bytes
+  const std::size_t ends[] = {0, 1, 1, 3, 3, 3, 6, 6, 6, 6, 10, 10};
+  for (std::size_t longest = 0; longest < std::size(ends); ++longest)
+    EXPECT_EQ(beginningOf(text, longest), text.substr(0, ends[longest])) << longest;
+}
+
 TEST(UtfTest, AppendingLeavesTheTextAsItWasWhenItFails) {
   std::string out = "before";
   EXPECT_THROW(appendUtf8(out, u"after\xDC00"), Error);

@@ -204,6 +204,13 @@ std::u16string toUtf16Lenient(std::string_view text) {
   return out;
 }
 
+std::string beginningOf(std::string_view text, std::size_t longest) {
+  if (text.size() > longest)
+    while (longest > 0 && (static_cast<unsigned char>(text[longest]) & 0xC0u) == 0x80u)
+      --longest;
+  return std::string(text.substr(0, longest));
+}
+
 String String::fromUtf8(std::string_view text) {
   return filled(countUnits(text), [&](char16_t* to) { decodeInto(text, to); });
 }

@@ -25,4 +25,7 @@ TAVO_EXPORT std::string toPrintable(std::u16string_view text);
 /// The text of UTF-8 for people, never for data: each byte that does not belong becomes U+FFFD.
 TAVO_EXPORT std::u16string toUtf16Lenient(std::string_view text);
 
+/// A text of UTF-8 for a message: of a long one, only the beginning, up to so many bytes and not within a character.
+TAVO_EXPORT std::string beginningOf(std::string_view text, std::size_t longest = 80);
+
 } // namespace tavo

@@ -1,6 +1,7 @@
 #include "tavo/evolution/Evolution.h"
 
 #include "tavo/core/Errors.h"
+#include "tavo/core/Utf.h"
 #include "tavo/evolution/Evolving.h"
 
 #include <algorithm>
@@ -114,9 +115,9 @@ void Account::note(const Object& object, std::string_view what, std::string_view
       continue; // a part of its owner, which people do not know by a name of its own
     for (const Attribute& attribute : at->attributes)
       if (attribute.feature->name() == "Name")
-        path.insert(0, path.empty() ? "" : ".").insert(0, quoted(attribute.text, longest));
+        path.insert(0, path.empty() ? "" : ".").insert(0, beginningOf(attribute.text, longest));
   }
-  Loss loss{std::move(path), quoted(what, longest), quoted(effect, longest)};
+  Loss loss{std::move(path), beginningOf(what, longest), beginningOf(effect, longest)};
   if (known_.insert(loss).second)
     losses_.push_back(std::move(loss));
 }

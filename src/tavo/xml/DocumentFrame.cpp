@@ -1,6 +1,7 @@
 #include "tavo/xml/DocumentFrame.h"
 
 #include "tavo/core/Errors.h"
+#include "tavo/core/Utf.h"
 #include "tavo/xml/XmlFormat.h"
 
 #include <algorithm>
@@ -194,18 +195,11 @@ std::string_view requireAttribute(std::span<const XmlAttribute> attributes, std:
 Uuid requireUuid(std::string_view text, const Whereabouts& at) {
   if (const auto uuid = parseUuid(text))
     return *uuid;
-  raiseInvalid(at.place(), "\"" + quoted(text) + "\" is no identity");
+  raiseInvalid(at.place(), "\"" + beginningOf(text) + "\" is no identity");
 }
 
 void raiseUnexpected(std::string_view element, const std::string& place) {
   raiseInvalid(place, "the element \"" + std::string(element) + "\" has no place here");
-}
-
-std::string quoted(std::string_view text, std::size_t longest) {
-  if (text.size() > longest)
-    while (longest > 0 && (static_cast<unsigned char>(text[longest]) & 0xC0u) == 0x80u)
-      --longest; // not within a character
-  return std::string(text.substr(0, longest));
 }
 
 } // namespace tavo

@@ -92,7 +92,4 @@ void forEachWord(std::string_view text, const Visit& visit) {
   }
 }
 
-/// A text for a message: of a long one, only the beginning.
-std::string quoted(std::string_view text, std::size_t longest = 80);
-
 } // namespace tavo

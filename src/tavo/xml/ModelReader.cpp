@@ -396,7 +396,7 @@ private:
       if (type.read && type.read(to, text))
         return;
     }
-    raiseInvalid(place(), "\"" + quoted(text) + "\" is no " + std::string(type.name) + " for \"" +
+    raiseInvalid(place(), "\"" + beginningOf(text) + "\" is no " + std::string(type.name) + " for \"" +
                               std::string(property.name()) + "\"");
   }
 

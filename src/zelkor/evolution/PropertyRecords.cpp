@@ -1,5 +1,7 @@
 #include "zelkor/evolution/PropertyRecords.h"
 
+#include "tavo/core/Utf.h"
+
 #include <algorithm>
 
 namespace zelkor::property::evolution {
@@ -21,7 +23,7 @@ std::string pathOf(const Object& object) {
 
 std::string withName(std::string_view what, std::string_view name) {
   constexpr std::size_t longest = 200;
-  return std::string(what) + " " + std::string(name.substr(0, longest));
+  return std::string(what) + " " + tavo::beginningOf(name, longest);
 }
 
 //----------------------------------------------------------------------------------------------------------------------
