@@ -243,21 +243,30 @@ private:
   FileHandle file_;
 };
 
+/// `old` is the file that was to be replaced.
+[[noreturn]] void raiseNotWritten(const FileSystem::Path& path, const std::optional<FileInfo>& old,
+                                  const std::system_error& error) {
+  const std::string reason = reasonOf(error);
+  raise(FrameworkError::CannotWrite, path, old ? reason + ". What it held before is unchanged" : reason);
+}
+
 /// Hands the bytes on; failures of the file system become CannotWrite here, so that they are told from other errors.
 class TemporarySink final : public ByteSink {
 public:
-  TemporarySink(Temporary& file, const FileSystem::Path& target) : file_(file), target_(target) {}
+  TemporarySink(Temporary& file, const FileSystem::Path& target, const std::optional<FileInfo>& old)
+      : file_(file), target_(target), old_(old) {}
   void write(std::string_view bytes) override {
     try {
       file_.write(bytes);
     } catch (const std::system_error& error) {
-      raise(FrameworkError::CannotWrite, target_, reasonOf(error));
+      raiseNotWritten(target_, old_, error);
     }
   }
 
 private:
   Temporary& file_;
   const FileSystem::Path& target_;
+  const std::optional<FileInfo>& old_;
 };
 
 /// What stands at the target now. Raises unless it may be replaced.
@@ -341,25 +350,26 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
                            const std::function<void(const std::filesystem::path&)>& check) {
   FileSystem& fileSystem = FileSystem::current();
   FileSystem::Path target;
+  std::optional<FileInfo> old;
   std::optional<FileHandle> folder;
   std::optional<Temporary> temporary;
   Fingerprint fingerprint;
   try {
     target = fileSystem.followLinks(path);
-    const auto old = requireReplaceable(fileSystem, target, path, expected);
+    old = requireReplaceable(fileSystem, target, path, expected);
     folder.emplace(fileSystem, fileSystem.openFolder(target.has_parent_path() ? target.parent_path() : "."));
     temporary.emplace(fileSystem, target, old);
   } catch (const std::system_error& error) {
-    raise(FrameworkError::CannotWrite, path, reasonOf(error));
+    raiseNotWritten(path, old, error);
   }
 
-  TemporarySink sink(*temporary, path);
+  TemporarySink sink(*temporary, path, old);
   write(sink);
 
   try {
     fingerprint = temporary->finish();
   } catch (const std::system_error& error) {
-    raise(FrameworkError::CannotWrite, path, reasonOf(error));
+    raiseNotWritten(path, old, error);
   }
   if (check)
     check(temporary->path());
@@ -368,7 +378,7 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
     requireReplaceable(fileSystem, target, path, expected);
     temporary->moveTo(target);
   } catch (const std::system_error& error) {
-    raise(FrameworkError::CannotWrite, path, reasonOf(error));
+    raiseNotWritten(path, old, error);
   }
   try {
     fileSystem.sync(folder->get());
