@@ -124,6 +124,7 @@ class ReleasesTest(CommandTestCase):
         out = self.run_well("export", "m.xml", "--release", "Plover", "-o", "Plover/m.xml")
         self.assertEqual(set(out.splitlines()), {
             "m.A: the units of Plant.Pump.power are left out",
+            "m.A: the value of Plant.Pump.hue becomes a text",
             "m.A: the value of Plant.Pump.made stays, and is no value of a string",
             "m.A: the value of Plant.Pump.serials stays, and is out of range"})
         # Neither a fault in a profile nor a missing profile is in the way.
@@ -163,7 +164,7 @@ class ReleasesTest(CommandTestCase):
                 (["Plant.xml", "2.6", "there.xml"], "zelkor:text:UnknownName", '"2.6". "zelkor releases" lists'),
                 (["Plant.xml", "Oriole", "./Plant.xml"], "zelkor:text:OutputIsInput", "Plant.xml"),
                 (["Plant.xml", "Oriole", "link.xml"], "zelkor:text:OutputIsInput", "link.xml"),
-                (["Plant.xml", "Oriole", "none/old.xml"], refusal, "no such folder"),
+                (["Plant.xml", "Oriole", "none/old.xml"], refusal, "there is no such folder.\n"),
                 (["Plant.xml", "Oriole", "folder"], refusal, "folder"),
                 (["none.xml", "Oriole", "there.xml"], "tavo:io:FileNotFound", "none.xml"),
                 (["foreign.xml", "Oriole", "there.xml"], "tavo:messages:InvalidText", "no model file"),
@@ -236,8 +237,8 @@ class ReleasesTest(CommandTestCase):
         (self.folder / "profiles").mkdir()
         os.rename(self.folder / "Plant.xml", self.folder / "profiles" / "Plant.xml")
         told = json.loads(self.run_well("upgrade", "Works.xml", "profiles/Plant.xml", "--json"))
-        self.assertEqual(told, {"files": [{"file": "Works.xml", "was": "Plover"},
-                                          {"file": "profiles/Plant.xml", "was": "Plover"}], "findings": []})
+        self.assertEqual(told, {"files": [{"file": name, "was": "Plover", "reports": []}
+                                          for name in ["Works.xml", "profiles/Plant.xml"]], "findings": []})
 
     def test_what_the_profiles_do_not_take_is_told_and_left_out_only_on_demand(self):
         self.bring_old("Works.xml")
@@ -257,6 +258,14 @@ class ReleasesTest(CommandTestCase):
                     self.assertEqual(done.stderr.count(words), 1, done.stderr)
                 self.assertEqual("--leave-out" in done.stderr, arguments == ["upgrade", path])
         self.assertEqual((self.version("Works.xml"), self.files()["Works.xml.Plover"]), (PRESENT, old))
+        # As JSON, too, be it refused or left out.
+        os.replace(self.folder / "Works.xml.Plover", path)
+        refused = self.run_command("upgrade", "Works.xml", "--json")
+        self.assertEqual(refused.stderr, "")
+        left_out = json.loads(self.run_well(*upgrade, "--json"))["files"][0]["reports"]
+        self.assertEqual(sorted(each["message"] for each in json.loads(refused.stdout)["findings"]
+                                if each["id"] == "Velmora:Architecture:FailedToMigrateLinnetModel"), sorted(left_out))
+        self.assertEqual(len(left_out), 2, left_out)
         self.run_well("set", "Works.xml", "Main", "maker", "'x'")
         # A copy for the present release was made without a look at the profiles, and is waiting for them.
         self.bring_old("Works.xml")

@@ -49,7 +49,9 @@ void identify(const tavo::Model& model, const tavo::String& name) {
 } // namespace
 
 struct ModelFile::State {
-  tavo::Model model = tavo::Model::create();
+  explicit State(const tavo::Model& itsModel) : model(itsModel) {}
+
+  tavo::Model model;
   tavo::Model scratch = tavo::Model::create(); ///< where the comparison lives
   ProfileUseChecker differences{};
   KnownFile file{};
@@ -96,7 +98,7 @@ ModelFile& ModelFile::operator=(ModelFile&& other) noexcept = default;
 ModelFile::~ModelFile() = default;
 
 ModelFile ModelFile::create(const tavo::String& name) {
-  ModelFile file(std::make_unique<State>());
+  ModelFile file(std::make_unique<State>(tavo::Model::create()));
   auto& state = *file.state_;
   identify(state.model, name);
   state.model.setName(name);
@@ -108,13 +110,21 @@ ModelFile ModelFile::create(const tavo::String& name) {
 }
 
 ModelFile ModelFile::open(const fs::path& path) {
-  ModelFile file(std::make_unique<State>());
-  auto& state = *file.state_;
+  std::string olderVersion;
   const auto evolved = [&](std::string_view family, std::string_view version) {
     if (family == "zelkor_property")
-      state.olderVersion = version;
+      olderVersion = version;
   };
-  const auto seen = tavo::loadModel(path, state.model, {.evolved = evolved});
+  const auto model = tavo::Model::create();
+  const auto seen = tavo::loadModel(path, model, {.evolved = evolved});
+  return take(model, path, seen, std::move(olderVersion));
+}
+
+ModelFile ModelFile::take(const tavo::Model& model, const fs::path& path, const tavo::Fingerprint& seen,
+                          std::string olderVersion) {
+  ModelFile file(std::make_unique<State>(model));
+  auto& state = *file.state_;
+  state.olderVersion = std::move(olderVersion);
   if (!state.profiles())
     raise(ArchitectureError::NotAnArchitectureModel, path.native());
   requireWholeUsages(state.profiles(), path);

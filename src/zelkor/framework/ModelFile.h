@@ -24,6 +24,11 @@ public:
   /// is refused, so it cannot be lost by saving.
   static ModelFile open(const std::filesystem::path& path);
 
+  /// The same for a model that has been read from the file, which was like `seen` and, if not empty, of an older
+  /// version of the library's schema. The model ends with this object, also when it is refused.
+  static ModelFile take(const tavo::Model& model, const std::filesystem::path& path, const tavo::Fingerprint& seen,
+                        std::string olderVersion);
+
   ModelFile(ModelFile&& other) noexcept;
   ModelFile& operator=(ModelFile&& other) noexcept;
   ~ModelFile();

@@ -1,0 +1,165 @@
+// upgrade: files of older releases brought up to date where they are.
+#include "tools/zelkor/command/Commands.h"
+#include "tools/zelkor/command/Files.h"
+#include "tools/zelkor/command/Report.h"
+#include "tools/zelkor/model/Errors.h"
+
+#include "kavra/Text.h"
+#include "tavo/core/Errors.h"
+#include "tavo/io/FileSystem.h"
+#include "tavo/xml/ModelXml.h"
+#include "zelkor/evolution/ReleaseRegistry.h"
+#include "zelkor/evolution/V1EvolutionData.h"
+#include "zelkor/framework/Errors.h"
+#include "zelkor/framework/ModelFile.h"
+#include "zelkor/profile/ProfileNamespace.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+#include <optional>
+
+namespace zelkor::command {
+namespace {
+
+namespace fs = std::filesystem;
+using kavra::toUtf8;
+using nlohmann::ordered_json;
+using property::evolution::ReleaseRegistry;
+
+/// Leaves the old file beside the new one that is about to take its place, and removes it again unless that happens.
+class Backup {
+public:
+  Backup(const fs::path& path, const std::string& version) : path_(path.string() + "." + version) {
+    const auto old = fs::canonical(path);
+    std::error_code cannotLink;
+    fs::create_hard_link(old, path_, cannotLink); // saving makes a new file, so the old one stays what it is
+    if (cannotLink) {
+      if (fs::exists(fs::symlink_status(path_)))
+        tavo::raise(ModelCommandError::FileExists, path_.string());
+      try {
+        fs::copy_file(old, path_);
+      } catch (const fs::filesystem_error&) {
+        fs::remove(path_, cannotLink); // half of a copy
+        throw;
+      }
+    }
+  }
+  Backup(const Backup&) = delete;
+  ~Backup() {
+    std::error_code ignored; // the failure to upgrade is what counts
+    if (!isNeeded_)
+      fs::remove(path_, ignored);
+  }
+  /// Returns when it is on the disk.
+  void sync() const {
+    auto& system = tavo::FileSystem::current();
+    const tavo::FileHandle file(system, system.open(path_));
+    system.sync(file.get());
+    const tavo::FileHandle folder(system, system.openFolder(folderOf(path_)));
+    system.sync(folder.get());
+  }
+  void keep() { isNeeded_ = true; }
+
+private:
+  fs::path path_;
+  bool isNeeded_ = false;
+};
+
+/// Saves with a backup, if one is wanted. What has been replaced although the disk reports a fault keeps its backup.
+template <class Save>
+void replace(const fs::path& path, const std::optional<std::string>& backupVersion, const Save& save) {
+  std::optional<Backup> backup;
+  if (backupVersion) {
+    backup.emplace(path, *backupVersion);
+    backup->sync();
+  }
+  try {
+    save();
+  } catch (const tavo::Error& error) {
+    if (backup && error.id() == tavo::FrameworkError::SavedButNotSynced)
+      backup->keep();
+    throw;
+  }
+  if (backup)
+    backup->keep();
+}
+
+/// Brings one file up to date; the version that it had, or nothing if that was the present one already.
+std::string upgrade(const fs::path& path, bool backup, bool leaveOut) {
+  std::string version;
+  const auto note = [&](std::string_view family, std::string_view found) {
+    if (family == "zelkor_property" || version.empty())
+      version = found;
+  };
+  const auto model = tavo::Model::create();
+  const auto seen = tavo::loadModel(path, model, {.evolved = note});
+  // A copy that export made of a model of the first releases still waits for its profiles.
+  if (version.empty() && model.findTopLevel<property::evolution::V1EvolutionData>())
+    version = toUtf8(ReleaseRegistry::releases().back().version);
+  if (version.empty())
+    return {};
+  const auto backupVersion = backup ? std::optional(version) : std::nullopt;
+  if (!profile::ProfileNamespace::getProfileNamespace(model)) {
+    replace(path, backupVersion, [&] { tavo::saveModel(model, path, tavo::Expectation::unchanged(seen)); });
+  } else {
+    // The values of a model may have to find their profiles first.
+    auto file = ModelFile::take(model, path, seen, version);
+    if (leaveOut && file.differences().p_MissingProfiles().empty())
+      file.leaveOutLost();
+    replace(path, backupVersion, [&] { file.save(); });
+  }
+  return version;
+}
+
+} // namespace
+
+int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool leaveOut, bool json) {
+  // Models find their profiles beside them, and among the other files.
+  std::vector<fs::path> folders;
+  for (const auto& path : paths)
+    folders.push_back(folderOf(path));
+  Surroundings surroundings;
+  std::vector<text::Finding> all;
+  auto files = ordered_json::array();
+  for (const auto& path : paths) {
+    text::Findings found(path);
+    auto near = folders;
+    near.insert(near.begin(), folderOf(path));
+    surroundings.lookIn(near);
+    std::optional<std::string> former;
+    try {
+      former = upgrade(path, backup || leaveOut, leaveOut);
+      if (!json)
+        std::cout << path << ": " << (former->empty() ? "up to date" : "was " + *former) << std::endl;
+    } catch (const tavo::Error& error) {
+      const bool isIncomplete = error.id() == ArchitectureError::MigrationIncomplete;
+      found.add({}, {}, error,
+                isIncomplete ? "With --leave-out it goes without what is listed, once its profiles are there." : "");
+    } catch (...) {
+      addCurrent(found);
+    }
+    // What could not be taken over: it is left out, or why the file stays what it is.
+    auto reports = ordered_json::array();
+    for (const auto& diagnostic : surroundings.takeDiagnostics())
+      if (!json)
+        std::cerr << path << ": " << inOneLine(diagnostic) << '\n';
+      else if (former)
+        reports.push_back(inOneLine(diagnostic));
+      else
+        found.add({path, {}, {}, diagnostic.id, inOneLine(diagnostic)});
+    if (former)
+      files.push_back({{"file", path},
+                       {"was", former->empty() ? ordered_json() : ordered_json(*former)},
+                       {"reports", std::move(reports)}});
+    const auto some = found.sorted();
+    if (!json)
+      print(some);
+    all.insert(all.end(), some.begin(), some.end());
+  }
+  if (json)
+    printJson({{"files", files}, {"findings", asJson(all)}});
+  return all.empty() ? success : findings;
+}
+
+} // namespace zelkor::command
