@@ -424,7 +424,8 @@ TEST_F(ProfileFileTest, AnExportThatWouldDoHarmSaysWhyNot) {
   };
   using property::evolution::Losses;
   fs::create_symlink("P.xml", file("link.xml"));
-  for (const auto* name : {"P.xml", "link.xml"})
+  save(Profile::newProfile(u"Other"));
+  for (const auto* name : {"P.xml", "link.xml", "Other.xml"})
     EXPECT_EQ(causeOf(file(name), Losses::accept), "Velmora:Profile:ExportOverProfile");
   EXPECT_EQ(causeOf(file("old.xml"), Losses::refuse), "Velmora:Profile:ReleaseLoses");
   {
@@ -435,6 +436,9 @@ TEST_F(ProfileFileTest, AnExportThatWouldDoHarmSaysWhyNot) {
   }
   EXPECT_EQ(contentOf(file("P.xml")), before);
   EXPECT_FALSE(fs::exists(file("old.xml")));
+  EXPECT_EQ(reported(), std::vector<std::string>{});
+  EXPECT_EQ(causeOf(file("old.xml"), Losses::accept), "no error");
+  EXPECT_EQ(reported(), std::vector<std::string>{"Velmora:Profile:ReleaseLoses"});
 }
 
 TEST_F(ProfileFileTest, ALoadWhoseFileCannotBeReadToTheEndLeavesNothing) {

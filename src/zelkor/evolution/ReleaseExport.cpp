@@ -43,13 +43,6 @@ constexpr Words allWords[] = {
 /// How many losses an error names.
 constexpr std::size_t fewEnough = 3;
 
-std::string summary(const std::vector<Loss>& losses) {
-  std::string text;
-  for (std::size_t i = 0; i < std::min(losses.size(), fewEnough); ++i)
-    text += (i ? "; " : "") + (losses[i].object.empty() ? "" : losses[i].object + ": ") + inWords(losses[i]);
-  return losses.size() > fewEnough ? text + "; and " + std::to_string(losses.size() - fewEnough) + " more" : text;
-}
-
 } // namespace
 
 std::string inWords(const Loss& loss) {
@@ -59,6 +52,13 @@ std::string inWords(const Loss& loss) {
   const bool isSingular = loss.effect.starts_with("is ");
   return std::string(found->words) +
          (found->plural && isSingular ? " are " + loss.effect.substr(3) : " " + loss.effect);
+}
+
+std::string summaryOf(const std::vector<Loss>& losses) {
+  std::string text;
+  for (std::size_t i = 0; i < std::min(losses.size(), fewEnough); ++i)
+    text += (i ? "; " : "") + (losses[i].object.empty() ? "" : losses[i].object + ": ") + inWords(losses[i]);
+  return losses.size() > fewEnough ? text + "; and " + std::to_string(losses.size() - fewEnough) + " more" : text;
 }
 
 void exportForRelease(const tavo::Model& model, const tavo::String& name, const std::filesystem::path& path,
@@ -72,7 +72,7 @@ void exportForRelease(const tavo::Model& model, const tavo::String& name, const 
     if (told)
       *told = found;
     if (losses == Losses::refuse && !found.empty())
-      raise(ProfileError::ReleaseLoses, release, found.size(), summary(found));
+      raise(ProfileError::ReleaseLoses, release, found.size(), summaryOf(found));
 
     const auto write = [&](tavo::ByteSink& sink) { sink.write(tavo::toUtf8(exported)); };
     const auto openAgain = [&](const std::filesystem::path& written) {

@@ -14,6 +14,9 @@ namespace zelkor::property::evolution {
 /// What becomes of something that a release cannot hold, in the words of those who wrote it: "the units are left out".
 ZELKOR_EXPORT std::string inWords(const tavo::evolution::Loss& loss);
 
+/// The first of them, and how many more there are.
+ZELKOR_EXPORT std::string summaryOf(const std::vector<tavo::evolution::Loss>& losses);
+
 enum class Losses { accept, refuse };
 
 /// Writes a copy of a profile or model for a release, atomically, and opens it again before it gets its name: up here

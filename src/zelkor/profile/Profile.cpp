@@ -217,13 +217,26 @@ void Profile::Impl::setDefaultPrototype(const Prototype& prototype) {
 void Profile::Impl::saveToFile(const tavo::String& path) { ProfileCatalog::instance().saveProfile(This(), path); }
 
 void Profile::Impl::exportToPrevious(const tavo::String& path, const tavo::String& release) const {
+  using namespace property::evolution;
   const fs::path target = tavo::toPath(path);
-  std::error_code isNoFile; // then nothing of the profile is there
-  if (!getFilePath().empty() && fs::equivalent(target, tavo::toPath(getFilePath()), isNoFile)) {
-    const tavo::Error cause(ProfileError::ExportOverProfile, {getP_Name()});
-    raiseBecause(cause, ProfileError::CannotExportToPrevious, getP_Name(), release, path);
+  const auto keepFileOf = [&](const Profile& profile) {
+    std::error_code isNoFile; // then nothing of the profile is there
+    if (!profile.filePath().empty() && fs::equivalent(target, tavo::toPath(profile.filePath()), isNoFile)) {
+      const tavo::Error cause(ProfileError::ExportOverProfile, {profile.getName()});
+      raiseBecause(cause, ProfileError::CannotExportToPrevious, getP_Name(), release, path);
+    }
+  };
+  keepFileOf(Profile(handle().get()));
+  std::ranges::for_each(ProfileCatalog::instance().getProfilesInCatalog(), keepFileOf);
+
+  std::vector<tavo::evolution::Loss> losses;
+  exportForRelease(model(), getP_Name(), target, release, Losses::accept, &losses);
+  try {
+    if (!losses.empty())
+      warn(ProfileError::ReleaseLoses, release, losses.size(), summaryOf(losses));
+  } catch (const std::exception&) {
+    // The copy is there all the same.
   }
-  property::evolution::exportForRelease(model(), getP_Name(), target, release);
 }
 
 //----------------------------------------------------------------------------------------------------------------------
