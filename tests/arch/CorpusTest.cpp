@@ -268,7 +268,7 @@ protected:
         {"p_DependentProfileProxy", "the profile "}};
     const auto& object = fact.whole.front().object;
     const auto [first, last] = words.equal_range(fact.feature);
-    const auto tells = [&](const tavo::evolution::Loss& loss) {
+    const auto tells = [&, first = first, last = last](const tavo::evolution::Loss& loss) {
       return std::ranges::count(fact.whole, loss) != 0 ||
              (loss.object == object &&
               (loss.what == fact.feature || loss.what.ends_with(" " + fact.feature) ||
