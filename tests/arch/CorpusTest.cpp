@@ -271,7 +271,8 @@ protected:
     const auto tells = [&, first = first, last = last](const tavo::evolution::Loss& loss) {
       return std::ranges::count(fact.whole, loss) != 0 ||
              (loss.object == object &&
-              (loss.what == fact.feature || loss.what.ends_with(" " + fact.feature) ||
+              (loss.what == fact.feature || loss.what == fact.whole.front().what ||
+               loss.what.ends_with(" " + fact.feature) ||
                std::any_of(first, last, [&](const auto& each) { return loss.what.starts_with(each.second); })));
     };
     const auto element = '"' + object.substr(object.rfind('.') + 1) + '"';

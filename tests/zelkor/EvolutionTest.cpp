@@ -95,5 +95,27 @@ TEST_F(EvolutionTest, BuiltInTypesOfAReleaseThatTheProfileLacksAreMade) {
   again.destroy();
 }
 
+TEST_F(EvolutionTest, PropertiesKeepTheTypesOfTheirSets) {
+  const auto folder = fs::path(ZELKOR_TEST_DATA) / "../../data/releases/Avocet";
+  fs::copy_file(folder / "Dock.xml", file("Dock.xml"));
+  auto content = contentOf(folder / "Station.xml");
+  const auto replace = [&](const std::string& old, const std::string& fresh) {
+    ASSERT_NE(content.find(old), content.npos);
+    content.replace(content.find(old), old.size(), fresh);
+  };
+  replace("Name=\"heads\" typeProxy=\"uint8\"", "Name=\"heads\" typeProxy=\"weight\"");
+  replace("<defaultValue valueTypeProxy=\"uint8\"", "<defaultValue valueTypeProxy=\"weight\"");
+  replace("as=\"uint8\" targetId=\"12000000-0000-4000-8000-000000000019\" "
+          "targetClassId=\"6ba16f5c-cdb1-3795-b773-7f1fb45c073b\" targetName=\"Station.uint8\"",
+          "as=\"weight\" targetId=\"12000000-0000-4000-8000-000000000032\" "
+          "targetClassId=\"f5adcdf6-ef94-33a0-8be5-393d290530c6\" targetName=\"Station.Crew.Weight\"");
+  for (const auto& release : ReleaseRegistry::releases()) {
+    write(file("Station.xml"), tavo::toUtf8(evolve(u"Avocet", tavo::String(release.release), text(content))));
+    const auto crew = Profile::loadFromFile(u"Station").propertySets().find(u"Crew");
+    EXPECT_EQ(crew.getPropertyByName(u"heads").type().getName(), u"Weight") << tavo::toUtf8(release.release);
+    catalog().unloadAllProfiles();
+  }
+}
+
 } // namespace
 } // namespace zelkor::profile

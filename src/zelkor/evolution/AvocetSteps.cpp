@@ -22,7 +22,27 @@ void addCaches(Document& document) {
   });
 }
 
-void withoutVersions(Document& document, Account&) {
+/// The types of a set become those of its profile, so that the properties that have them keep them.
+void giveTypesToProfiles(Document& document, Account& account) {
+  const auto& r = records();
+  std::vector<Object*> types;
+  document.each(r.type, [&](Object& type) {
+    if (type.in == &r.set.feature("valueTypes"))
+      types.push_back(&type);
+  });
+  for (auto* type : types) {
+    auto* profile = type->owner;
+    while (profile && !profile->isA(r.profile))
+      profile = profile->owner;
+    if (!profile)
+      continue; // then it is left out
+    account.note(*type, type->record->name(), "becomes one of the profile");
+    document.move(*type, profile, &r.profile.feature("valueTypes"));
+  }
+}
+
+void withoutVersions(Document& document, Account& account) {
+  giveTypesToProfiles(document, account);
   const auto& r = records();
   const auto& cache = library("profile.PrototypeToPrototypableCache");
   document.each([&](Object& object) {
