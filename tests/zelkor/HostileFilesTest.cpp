@@ -46,9 +46,13 @@ TEST_F(HostileFilesTest, PropertiesOfOneNameAllGetTheirOwn) {
 }
 
 TEST_F(HostileFilesTest, ALongNameIsKeptOnceHoweverManyLeadToIt) {
-  write(file("Hostile.xml"), old(type(std::string(5'000'000, 'x')) + properties(many, "a", "t")));
+  const auto content = old(type(std::string(5'000'000, 'x')) + properties(many, "a", "t"));
+  write(file("Hostile.xml"), content);
   const auto profile = Profile::loadFromFile(text(file("Hostile.xml")));
   EXPECT_EQ(profile.prototypes().front().getPropertySet().getAllProperties().size(), many);
+  // Files of some releases say it again for each.
+  EXPECT_ERROR(property::evolution::Evolver::evolve(u"Plover", u"Thrush", text(content), {}),
+               "tavo:messages:LimitExceeded");
 }
 
 TEST_F(HostileFilesTest, LinesOfAncestorsEndSomewhere) {
@@ -60,6 +64,19 @@ TEST_F(HostileFilesTest, LinesOfAncestorsEndSomewhere) {
   Profile::loadFromFile(text(file("Hostile.xml")));
   ASSERT_EQ(diagnostics_->diagnostics.size(), 1u);
   EXPECT_EQ(diagnostics_->diagnostics.front().id, "Velmora:Profile:ErrorLoadingProfile");
+}
+
+TEST_F(HostileFilesTest, VersionsThatNoReleaseWroteTogetherAreRefused) {
+  auto content = old("");
+  const std::string_view proxies = "\"zelkor_services_proxy\" version=\"";
+  content.insert(content.find("</families>"), "<family name=" + std::string(proxies) + "Plover\"/>");
+  EXPECT_NO_THROW(property::evolution::Evolver::evolve(u"Plover", u"Avocet", text(content), {}));
+  for (const char* version : {"Linnet", "1.0", "1.1"}) {
+    auto mixed = content;
+    mixed.replace(mixed.find(proxies) + proxies.size(), 6, version);
+    write(file("Hostile.xml"), mixed);
+    EXPECT_ERROR(Profile::loadFromFile(text(file("Hostile.xml"))), "tavo:messages:InvalidText") << version;
+  }
 }
 
 TEST_F(HostileFilesTest, WhatPresentFilesMayNotSayOldOnesMayNotEither) {

@@ -189,10 +189,10 @@ void Document::rename(Object& object, const FeatureRecord& from, const FeatureRe
 }
 
 void Document::close() {
-  // Texts that steps make come to some hundred bytes an object; a file that makes them copy a long one again and again
-  // is after the memory.
-  constexpr std::size_t bytesOfObject = 256, times = 8;
-  mostBytes_ = (keptBytes_ + objects_.size() * bytesOfObject) * times;
+  // Texts that steps make come to some hundred bytes an object, besides the head; a file that makes them copy a long
+  // one again and again is after the memory, or the disk.
+  constexpr std::size_t bytesOfObject = 256, bytesOfHead = 64 << 10, times = 8;
+  mostBytes_ = (bytesOfHead + keptBytes_ + objects_.size() * bytesOfObject) * times;
 
   boost::unordered_flat_map<Uuid, const ClassRecord*, UuidHash> outside;
   for (const Outsider& each : outsiders_)

@@ -150,6 +150,8 @@ public:
 
   /// The text, kept as long as the document. Raises LimitExceeded when evolution makes many times of what was read.
   std::string_view keep(std::string_view text);
+  /// How much evolution may make of what was read, in memory or in a file.
+  std::size_t mostBytes() const { return mostBytes_; }
 
   /// Says that all has been read. Raises DanglingReference and InvalidText for references that lead nowhere, or to an
   /// object that they cannot lead to, so that steps need not ask.

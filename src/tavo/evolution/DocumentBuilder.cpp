@@ -14,6 +14,7 @@ public:
   Builder(const DocumentHead& head, Document& document) : document_(document) {
     for (const auto& family : head.families)
       addFamily(family);
+    requireVersionsOfOneRelease(head);
     for (const auto& described : head.classes)
       addClass(described);
     for (const auto& outsider : head.outsiders)

@@ -1,3 +1,4 @@
+#include "tavo/core/Errors.h"
 #include "tavo/evolution/Evolving.h"
 #include "tavo/xml/XmlFormat.h"
 
@@ -279,6 +280,25 @@ private:
   std::deque<std::string> texts_; ///< of references in attributes
 };
 
+/// Refuses what is many times as long as what the document was read from.
+class BoundedSink final : public ByteSink {
+public:
+  BoundedSink(ByteSink& sink, const Document& document)
+      : sink_(sink), document_(document), left_(document.mostBytes()) {}
+  void write(std::string_view bytes) override {
+    if (bytes.size() > left_)
+      raise(FrameworkError::LimitExceeded, document_.name(), "the bytes that evolution makes of the file",
+            document_.mostBytes());
+    left_ -= bytes.size();
+    sink_.write(bytes);
+  }
+
+private:
+  ByteSink& sink_;
+  const Document& document_;
+  std::size_t left_;
+};
+
 class TextHandler final : public ObjectsHandler {
 public:
   explicit TextHandler(XmlWriter& xml) : xml_(xml) {}
@@ -303,7 +323,8 @@ void tell(const Document& document, const OpenDocument& open) {
 }
 
 void write(const Document& document, ByteSink& sink) {
-  XmlWriter xml(sink);
+  BoundedSink bounded(sink, document);
+  XmlWriter xml(bounded);
   xml.start(xf::root).attribute(xf::format, xf::formatVersion);
   tell(document, [&](DocumentHead&& head) {
     writeHead(xml, head);

@@ -19,6 +19,16 @@ std::vector<FamilySteps>& allSteps() {
   return *steps;
 }
 
+struct ReleasesOfTwo {
+  std::string_view family, other;
+  std::vector<std::pair<std::string_view, std::string_view>> versions;
+};
+
+std::vector<ReleasesOfTwo>& allReleases() {
+  static auto* const releases = new std::vector<ReleasesOfTwo>; // like the steps
+  return *releases;
+}
+
 const Step* stepTo(const Family& family, Version version) {
   for (const auto& [name, steps] : allSteps())
     if (name == family.name())
@@ -128,6 +138,34 @@ bool registerSteps(std::string_view family, std::span<const Step> steps) noexcep
     return true;
   } catch (...) {
     return false; // nobody could catch it while a library is loaded; old files are then refused
+  }
+}
+
+bool registerReleases(std::string_view family, std::string_view other,
+                      std::vector<std::pair<std::string_view, std::string_view>> versions) noexcept {
+  try {
+    allReleases().push_back({family, other, std::move(versions)});
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+void requireVersionsOfOneRelease(const DocumentHead& head) {
+  const auto find = [&](std::string_view name) {
+    return std::ranges::find(head.families, name, &DocumentHead::Family::name);
+  };
+  const auto isOf = [](const DocumentHead::Family& family, std::string_view version) {
+    return family.version == (version.empty() ? findFamily(family.name)->versions.back() : version);
+  };
+  for (const auto& [family, other, versions] : allReleases()) {
+    const auto one = find(family), two = find(other);
+    if (one == head.families.end() || two == head.families.end() ||
+        std::ranges::any_of(versions,
+                            [&](const auto& each) { return isOf(*one, each.first) && isOf(*two, each.second); }))
+      continue;
+    raiseInvalid(two->place, "no release wrote version " + two->version + " of the schema \"" + two->name +
+                                 "\" together with version " + one->version + " of \"" + one->name + "\"");
   }
 }
 

@@ -54,6 +54,11 @@ struct Step {
 /// loaded.
 TAVO_EXPORT bool registerSteps(std::string_view family, std::span<const Step> steps) noexcept;
 
+/// Says which versions of two families releases wrote together; an empty one is that of this build. A file that has two
+/// others of them is refused: no step has been made for it. Called while a library is loaded.
+TAVO_EXPORT bool registerReleases(std::string_view family, std::string_view other,
+                                  std::vector<std::pair<std::string_view, std::string_view>> versions) noexcept;
+
 /// Brings one family of a document to another version of it, step by step. The version is not noVersion.
 TAVO_EXPORT void evolve(Document& document, const Family& family, Version to, Account& account);
 
@@ -78,7 +83,8 @@ private:
   Account account_;
 };
 
-/// The document as text, in the form that the model's own has.
+/// The document as text, in the form that the model's own has. Raises LimitExceeded when that is many times as long as
+/// what the document was read from.
 TAVO_EXPORT void write(const Document& document, ByteSink& sink);
 
 } // namespace tavo::evolution

@@ -13,6 +13,9 @@ bool isOld(const DocumentHead& head);
 /// handler that `open` makes.
 std::unique_ptr<ObjectsHandler> evolving(const DocumentHead& head, const std::string& name, const OpenDocument& open);
 
+/// Raises InvalidText if a document has versions of its families that no release wrote together.
+void requireVersionsOfOneRelease(const DocumentHead& head);
+
 /// A handler that puts the objects into a document. Raises UnknownFamily, InvalidFamilyVersion, UnknownClass,
 /// UnknownFeature and InvalidText for what the versions that the head names do not have.
 std::unique_ptr<ObjectsHandler> intoDocument(const DocumentHead& head, Document& document);

@@ -1,5 +1,6 @@
 #include "zelkor/evolution/ReleaseRegistry.h"
 
+#include "tavo/evolution/Evolution.h"
 #include "tavo/meta/MetaRegistry.h"
 #include "zelkor/meta/package.h"
 #include "zelkor/services/package.h"
@@ -10,21 +11,30 @@ namespace zelkor {
 namespace {
 
 struct Release {
-  std::u16string_view label, property, services; ///< the versions of both families; empty for those of this build
+  std::u16string_view label;
+  std::string_view property, services; ///< the versions of both families; empty for those of this build
 };
 
 /// The oldest first. The first two came before versions had numbers.
-constexpr Release table[] = {{u"Plover", u"Plover", u"Plover"},
-                             {u"Linnet", u"Linnet", u"Linnet"},
-                             {u"Thrush", u"2.2", u"1.0"},
-                             {u"Oriole", u"2.6", u"1.1"},
+constexpr Release table[] = {{u"Plover", "Plover", "Plover"},
+                             {u"Linnet", "Linnet", "Linnet"},
+                             {u"Thrush", "2.2", "1.0"},
+                             {u"Oriole", "2.6", "1.1"},
                              {u"Avocet", {}, {}}};
 
-std::vector<FamilyRelease> releasesOf(const tavo::PackageDecl& family, std::u16string_view Release::*version) {
+[[maybe_unused]] const bool registered = [] {
+  std::vector<std::pair<std::string_view, std::string_view>> versions;
+  for (const Release& release : table)
+    versions.emplace_back(release.property, release.services);
+  return tavo::evolution::registerReleases("zelkor_property", "zelkor_services_proxy", std::move(versions));
+}();
+
+std::vector<FamilyRelease> releasesOf(const tavo::PackageDecl& family, std::string_view Release::*version) {
   const auto present = tavo::String::fromUtf8(tavo::MetaRegistry::parseUri(family.uri).version);
   std::vector<FamilyRelease> releases;
   for (const Release& release : table)
-    releases.push_back({release.label, (release.*version).empty() ? present : tavo::String(release.*version)});
+    releases.push_back(
+        {release.label, (release.*version).empty() ? present : tavo::String::fromUtf8(release.*version)});
   return releases;
 }
 
