@@ -57,6 +57,9 @@ TEST_F(OldFilesTest, AModelThatCouldNotBeTakenOverDoesNotReplaceItsFile) {
             messageOf(ArchitectureError::CannotMigrateValue, {u"Plant.FirePump.stages", u"Spare", u"3"}));
   EXPECT_EQ(reported(), std::vector<std::string>(5, "Velmora:Architecture:FailedToMigrateLinnetModel"));
   EXPECT_ERROR(model.save(), "Velmora:Architecture:MigrationIncomplete");
+  fs::create_symlink(path, file("link.xml"));
+  for (const auto& same : {workingFolder() / ".." / "Works.xml", file("link.xml")})
+    EXPECT_ERROR(model.saveAs(same), "Velmora:Architecture:MigrationIncomplete") << same;
   EXPECT_EQ(contentOf(path), before);
 }
 

@@ -25,6 +25,12 @@ void KnownFile::set(std::filesystem::path path, const std::optional<tavo::Finger
   seen_ = seen;
 }
 
+bool KnownFile::isAt(const std::filesystem::path& path) const {
+  std::error_code isNoFile; // then the spelling tells
+  return !path_.empty() &&
+         (path.lexically_normal() == path_.lexically_normal() || std::filesystem::equivalent(path, path_, isNoFile));
+}
+
 void KnownFile::save(const tavo::Model& model, const std::filesystem::path& path) {
   std::filesystem::path known = path; // once the file is there, nothing may keep it from being known
   try {
@@ -39,7 +45,7 @@ void KnownFile::save(const tavo::Model& model, const std::filesystem::path& path
 }
 
 tavo::Expectation KnownFile::expectationFor(const std::filesystem::path& path) const {
-  if (!seen_ || path.lexically_normal() != path_.lexically_normal())
+  if (!seen_ || !isAt(path))
     return tavo::Expectation::anything();
   try {
     // Where nothing stands any more, nothing can be lost.

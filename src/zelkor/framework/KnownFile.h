@@ -17,6 +17,8 @@ public:
   /// After reading or writing; without a fingerprint, nobody knows what the file was like.
   void set(std::filesystem::path path, const std::optional<tavo::Fingerprint>& seen) noexcept;
   const std::filesystem::path& path() const { return path_; }
+  /// Whether a path leads there, however it is spelled and over whatever links.
+  bool isAt(const std::filesystem::path& path) const;
   /// Writes a model to a path, which is the file from then on. Raises what `tavo::saveModel` raises, FileChangedOnDisk
   /// for one that others have written; after SavedButNotSynced the file is written and known all the same.
   void save(const tavo::Model& model, const std::filesystem::path& path);

@@ -167,7 +167,7 @@ void ModelFile::leaveOutLost() { state_->lost = 0; }
 void ModelFile::saveAs(const fs::path& path) {
   const auto target = fs::absolute(path);
   auto& file = state_->file;
-  if (state_->lost != 0 && target == file.path())
+  if (state_->lost != 0 && file.isAt(target))
     raise(ArchitectureError::MigrationIncomplete, target.native(), state_->lost);
   profile::ProfileCatalog::nameResolversAfterProfiles(model());
   tavo::Transaction transaction(state_->model); // a model that could not be saved keeps its name

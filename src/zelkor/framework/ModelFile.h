@@ -47,8 +47,8 @@ public:
   const std::filesystem::path& path() const;
   /// Whether anything has changed since then.
   bool isDirty() const;
-  /// The version of the library's schema that the file has, if that is an older one, until the model is saved to it.
-  /// Then the file is of the present version, which older releases do not open.
+  /// The version of the library's schema that the file has, if anything in it is of an older one, until the model is
+  /// saved to it. Then the file is of the present version, which older releases do not open.
   const std::string& olderVersion() const;
 
   /// Saves to the model's file, a new model under its name in the working folder. Raises what `tavo::saveModel` raises,
