@@ -82,11 +82,11 @@ std::string membersAsTexts(std::string_view expression) {
 kavra::HostArray evaluated(std::string_view expression) {
   if (!kavra::isHostAvailable())
     return {};
-  const char nobody = 0; // has no variables
-  auto& workspaces = kavra::host().workspaces();
-  auto array = workspaces.of(&nobody)->evaluate(tavo::toUtf16Lenient(expression));
-  workspaces.release(&nobody);
-  return array;
+  struct Nobody { // has no variables
+    kavra::Workspaces& workspaces = kavra::host().workspaces();
+    ~Nobody() { workspaces.release(this); }
+  } nobody;
+  return nobody.workspaces.of(&nobody)->evaluate(tavo::toUtf16Lenient(expression));
 }
 
 /// Whether an expression comes to a number that is too large for "int32". Of one that cannot be evaluated, the numbers
@@ -138,15 +138,38 @@ void useFormerValue(Document& document, Object& value, Account& account) {
   Document::clear(value, units);
 }
 
+/// The default of a property whose members of an enumeration become texts.
+void useTextInDefault(Document& document, Object& value, Account& account) {
+  const auto& expression = records().value.feature("storedExpression");
+  const auto* member = value.find(expression);
+  if (!member)
+    return;
+  const auto text = membersAsTexts(*member);
+  if (holdsCall(text))
+    account.note(value, withName("the default", text), "stays, and is no value of a string");
+  document.set(value, expression, text);
+}
+
+/// Tells of a default that is too large for its type, which `object` has got or, being the type of one property, stands
+/// on.
+void tellLargeDefault(const Object& object, Account& account) {
+  const auto& r = records();
+  const auto& range = library("property.IntegerType").feature("range");
+  // A type that a property has for itself, without bounds, is no wider than the one that it stands on.
+  const bool isOwned = object.in == &r.definition.feature("ownedType") && !object.find(range);
+  const auto* definition = isOwned ? object.owner : &object;
+  const auto* value = definition->isA(r.definition) ? definition->child(r.definition.feature("defaultValue")) : nullptr;
+  const auto text = value ? value->text(r.value.feature("storedExpression")) : std::string_view();
+  if (holdsLargeNumber(text))
+    account.note(*definition, withName("the default", text), "stays, and is out of range");
+}
+
 void useFormerTypes(Document& document, Account& account) {
   const auto& r = records();
   const auto& ofDefinition = r.definition.feature("valueType");
   const auto& ofValue = r.value.feature("valueType");
   const auto& ofType = r.type.feature("baseType");
   const auto& ownedType = r.definition.feature("ownedType");
-  const auto& text = r.value.feature("storedExpression");
-  const auto& defaultValue = r.definition.feature("defaultValue");
-  const auto& range = library("property.IntegerType").feature("range");
   SharedTypes types(document);
 
   std::vector<Object*> unknown;
@@ -158,21 +181,13 @@ void useFormerTypes(Document& document, Account& account) {
       if (!former)
         continue;
       document.set(object, *feature, document.referenceTo(*former));
-      if (feature != &ofValue) {
+      if (feature != &ofValue)
         account.note(object, withName(feature == &ofType ? "the base type" : "the type", nameOf(*type)),
                      withName("becomes", instead));
-        // A type that a property has for itself, without bounds, is no wider than the one that it stands on.
-        const bool isOwned = object.in == &ownedType && !object.find(range);
-        const auto* definition = isOwned ? object.owner : &object;
-        const auto* value = definition->isA(r.definition) ? definition->child(defaultValue) : nullptr;
-        if (value && instead == "int32" && holdsLargeNumber(value->text(text)))
-          account.note(*definition, withName("the default", value->text(text)), "stays, and is out of range");
-      } else if (const auto* member = object.find(text); member && type->record->name() == "Enumeration") {
-        const auto asText = membersAsTexts(*member);
-        if (holdsCall(asText))
-          account.note(object, withName("the default", asText), "stays, and is no value of a string");
-        document.set(object, text, asText);
-      }
+      if (feature == &ofValue && type->record->name() == "Enumeration")
+        useTextInDefault(document, object, account);
+      else if (feature != &ofValue && instead == "int32")
+        tellLargeDefault(object, account);
     }
     if (object.isA(r.elementValue))
       useFormerValue(document, object, account);

@@ -64,6 +64,13 @@ void referenceByProxy(Document& document) {
     });
 }
 
+/// The name of the class of what a source leads to; empty where the file does not say.
+std::string_view sortOf(const Object& source) {
+  const auto id = tavo::parseUuid(source.text(records().source.feature("targetClassId")));
+  const auto* record = id ? findClass(*id) : nullptr;
+  return record ? record->name() : std::string_view();
+}
+
 /// A number whose type stays behind in another profile keeps the units of its default, in a type of its own.
 const Object* withUnitsOfDefault(Document& document, Object& definition, const Object& type) {
   const auto& r = records();
@@ -85,16 +92,16 @@ const Object* withUnitsOfDefault(Document& document, Object& definition, const O
 void referencePlainly(Document& document, Account& account) {
   const auto& r = records();
   const auto features = converted();
+  const auto& text = r.value.feature("storedExpression");
   SharedTypes types(document);
   // A type of the profile by the same name, else the built-in one of its sort.
   const auto typeLike = [&](const Object& source, std::string_view name) -> const Object* {
     constexpr std::size_t longest = 1000; // no type has a longer name, but a file may
     name.remove_prefix(name.size() - std::min(name.size(), longest));
-    if (const auto* same = types.find(name.substr(name.rfind('.') + 1)); same && same != source.owner)
+    const auto own = name.substr(name.rfind('.') + 1); // empty for enumerations, which need not have one
+    if (const auto* same = own.empty() ? nullptr : types.find(own); same && same != source.owner)
       return same;
-    const auto id = tavo::parseUuid(source.text(r.source.feature("targetClassId")));
-    const auto* record = id ? findClass(*id) : nullptr;
-    const std::string_view sort = record ? record->name() : std::string_view();
+    const auto sort = sortOf(source);
     const auto* builtIn = types.builtIn(sort == "FloatType"     ? "double"
                                         : sort == "IntegerType" ? "int32"
                                         : sort == "BooleanType" ? "boolean"
@@ -116,6 +123,8 @@ void referencePlainly(Document& document, Account& account) {
                        withName("becomes", target->text(r.name)));
         if (target && object.isA(r.definition))
           target = withUnitsOfDefault(document, object, *target);
+        if (object.isA(r.value) && sortOf(*made) == "Enumeration" && target && target->record->name() != "Enumeration")
+          account.note(object, withName("the default", object.text(text)), "stays, and is no value of a string");
       } else if (!target) {
         account.note(object, withName("the parent", name), "is left out, with what the stereotype inherits from it");
       }
@@ -294,14 +303,12 @@ Object& addElementValue(Document& document, Object& element, std::string_view pr
   return made;
 }
 
-/// The class of the type that a property in use has, which is in the profile; empty where the file does not say.
-std::string_view sortOf(const Object& usage) {
+/// The class of the type that a property in use has, which is in the profile.
+std::string_view sortOfType(const Object& usage) {
   const auto& r = records();
   const auto* value = usage.child(r.usage.feature("initialValue"));
   const auto* type = value ? value->child(r.value.feature("valueTypeProxy")) : nullptr;
-  const auto id = type ? tavo::parseUuid(type->text(r.source.feature("targetClassId"))) : std::nullopt;
-  const auto* record = id ? findClass(*id) : nullptr;
-  return record ? record->name() : std::string_view();
+  return type ? sortOf(*type) : std::string_view();
 }
 
 /// By the name of a stereotype in use, its nearest ancestor in another profile.
@@ -325,6 +332,26 @@ boost::unordered_flat_map<std::string_view, std::string_view> parentsInOtherProf
   return found;
 }
 
+/// A host may give elements sets of properties that no stereotype brings; there is no word for these.
+void tellSetsOfNoStereotype(const Document& document, const Object& element,
+                            const std::vector<std::string_view>& carried, Account& account) {
+  const auto& r = records();
+  const auto& applied = library("property.PropertyOwner").feature("p_PropertySets");
+  const std::set names(carried.begin(), carried.end());
+  std::vector<const Object*> sets;
+  std::set<const Object*> brought;
+  for (const auto& reference : element.references)
+    if (const auto* set = reference.feature == &applied ? document.target(reference.target) : nullptr) {
+      sets.push_back(set);
+      if (names.contains(set->text(r.name)))
+        while (set && brought.insert(set).second)
+          set = document.target(set->text(r.setUsage.feature("p_Parent")));
+    }
+  for (const auto* set : sets)
+    if (!brought.contains(set))
+      account.note(element, withName("the property set", set->text(r.name)), "is left out");
+}
+
 /// The other way: usages go, and what they held for the elements goes back into these.
 void returnElementData(Document& document, Account& account) {
   const auto& r = records();
@@ -343,7 +370,7 @@ void returnElementData(Document& document, Account& account) {
     if (auto* element = elementOf(entry, r.entry.feature("p_ElemUUID")))
       document.remark(addElementValue(document, *element, property, *value, r.value.feature("storedExpression"),
                                       r.value.feature("units")),
-                      sortOf(*usage));
+                      sortOfType(*usage));
     else
       account.note(*usage, "the value of an element that is not in the file", "is left out");
   });
@@ -385,6 +412,7 @@ void returnElementData(Document& document, Account& account) {
         account.note(element, "the stereotype " + std::string(found->second) + ", inherited from another profile,",
                      "becomes one of its own");
       }
+    tellSetsOfNoStereotype(document, element, carried, account);
     Document::clear(element, applied);
   });
   // All of this is made anew from the profiles.
