@@ -110,6 +110,28 @@ bool holdsLargeNumber(std::string_view expression) {
   return false;
 }
 
+/// A type without bounds had those of the one that it stands on. What takes its place may be wider.
+void keepBounds(Document& document, Object& type, const Object& former, std::string_view instead) {
+  const auto *was = widestRangeOf(former.text(records().name)), *is = widestRangeOf(instead);
+  if (!was || !is)
+    return;
+  const auto number = [](std::string_view text) {
+    double value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+  };
+  const auto& range = type.record->feature("range");
+  const auto text = type.find(range) ? type.text(range) : std::string_view("- -");
+  const auto blank = std::min(text.find(' '), text.size());
+  std::string lower(text.substr(0, blank)), upper(text.substr(std::min(blank + 1, text.size())));
+  if (lower == "-" && number(was->lowest) > number(is->lowest))
+    lower = was->lowest;
+  if (upper == "-" && number(was->highest) < number(is->highest))
+    upper = was->highest;
+  if (const auto bounds = lower + " " + upper; bounds != "- -")
+    document.set(type, range, bounds);
+}
+
 /// Whether calls are left in an expression of which the members have become texts.
 bool holdsCall(std::string_view expression) { return expression.find('(') != expression.npos; }
 
@@ -121,7 +143,8 @@ void useFormerValue(Document& document, Object& value, Account& account) {
   const auto& units = r.elementValue.feature("p_Units");
   const auto& element = value.owner ? *value.owner : value;
   const auto property = value.text(r.elementValue.feature("p_PropertyName"));
-  const auto sort = document.remarkOf(value);
+  const auto remark = document.remarkOf(value);
+  const auto sort = remark.substr(0, remark.find(' '));
   if (const auto* member = value.find(expression)) {
     const auto text = membersAsTexts(*member);
     if (sort == "IntegerType" && holdsLargeNumber(text))
@@ -133,7 +156,7 @@ void useFormerValue(Document& document, Object& value, Account& account) {
       document.set(value, expression, text);
     }
   }
-  if (value.find(units))
+  if (!value.text(units).empty() || hasValue(value, units) || remark.ends_with(unlikeDefault))
     account.note(element, withName("the units of", property), "are left out");
   Document::clear(value, units);
 }
@@ -188,6 +211,8 @@ void useFormerTypes(Document& document, Account& account) {
         useTextInDefault(document, object, account);
       else if (feature != &ofValue && instead == "int32")
         tellLargeDefault(object, account);
+      if (feature == &ofType)
+        keepBounds(document, object, *type, instead);
     }
     if (object.isA(r.elementValue))
       useFormerValue(document, object, account);

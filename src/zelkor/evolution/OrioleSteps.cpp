@@ -1,6 +1,8 @@
 // 2.6 brought colours for components and for lines, defaults for new elements, lists of names.
 #include "zelkor/evolution/PropertyRecords.h"
 
+#include "tavo/core/Limits.h"
+
 #include <algorithm>
 
 namespace zelkor::property::evolution {
@@ -14,17 +16,29 @@ struct Colored {
   bool components, connectors;
 };
 
-Colored coloredBy(const Object& stereotype) {
-  const auto kinds = itemsOf(stereotype, records().stereotype.feature("appliesTo"));
-  const auto lines = std::ranges::count(kinds, "Connector");
-  return {lines == 0 || lines < std::ssize(kinds), lines != 0 || kinds.empty()};
+/// What stereotypes inherit from other profiles is not known here.
+Colored coloredBy(const Document& document, const Object& stereotype) {
+  const auto& r = records();
+  std::size_t all = 0, lines = 0;
+  auto left = tavo::Limits::current().nesting; // a file may lead in circles
+  for (const auto* at = &stereotype; at && at->isA(r.stereotype) && left > 0; --left) {
+    const auto kinds = itemsOf(*at, r.stereotype.feature("appliesTo"));
+    all += kinds.size();
+    lines += static_cast<std::size_t>(std::ranges::count(kinds, "Connector"));
+    const auto* source = at->child(r.stereotype.feature("parentProxy"));
+    const auto parent = source ? tavo::parseUuid(source->text(r.source.feature("targetId"))) : std::nullopt;
+    at = parent ? document.find(*parent) : nullptr;
+  }
+  return {lines == 0 || lines < all, lines != 0 || all == 0};
 }
 
 void splitColors(Document& document) {
   const auto& r = records();
   const auto& color = r.stereotype.feature("color");
   document.each(r.stereotype, [&](Object& stereotype) {
-    const auto colored = coloredBy(stereotype);
+    if (!hasValue(stereotype, color))
+      return;
+    const auto colored = coloredBy(document, stereotype);
     if (colored.components)
       copyValue(document, stereotype, color, stereotype, r.stereotype.feature("componentHeaderColor"));
     if (colored.connectors)
@@ -48,7 +62,7 @@ void joinColors(Document& document, Account& account) {
     return std::ranges::find(object.values, &feature, &ValueElement::feature)->own.fields;
   };
   document.each(r.stereotype, [&](Object& stereotype) {
-    const auto colored = coloredBy(stereotype);
+    const auto colored = coloredBy(document, stereotype);
     const auto has = [&](const Color& each) { return hasValue(stereotype, each.feature); };
     const auto kept = std::ranges::find_if(both, [&](const Color& each) { return has(each) && colored.*each.isFor; });
     for (const Color& each : both)
@@ -72,6 +86,12 @@ void leaveOutEmptyDefaults(Document& document) {
   });
 }
 
+/// What leads elsewhere, without the names that it is in.
+std::string_view lastNameOf(const Object& source) {
+  const auto path = source.text(records().source.feature("targetName"));
+  return path.substr(path.rfind('.') + 1);
+}
+
 /// Lists of names become texts, which may be lists of texts.
 void useTextsForLists(Document& document, Account& account) {
   const auto& r = records();
@@ -80,25 +100,38 @@ void useTextsForLists(Document& document, Account& account) {
   const auto* text = SharedTypes(document).builtIn("string");
   const auto textId = text ? document.referenceTo(*text) : std::string_view();
   const auto textPath = text ? document.keep(pathOf(*text)) : std::string_view();
-  std::vector<Object*> lists;
-  document.each(list, [&](Object& type) { lists.push_back(&type); });
+  const auto& base = r.type.feature("typeProxy");
+  std::vector<Object*> builtIn;
+  document.each(list, [&](Object& type) {
+    if (!type.child(base))
+      return builtIn.push_back(&type);
+    document.become(type, library("property.StringType"));
+    account.note(type, withName("the type", type.text(r.name)), "becomes one of texts");
+  });
   OwnResolver own(document); // the list may be one of another profile
   const auto& resolver = library("services.proxy.CurrentModelResolver");
   const bool hasOwnResolvers = resolver.life.holds(document.versionOf(*resolver.family));
   document.each(r.source, [&](Object& source) {
-    if (source.text(r.source.feature("targetClassId")) != tavo::toText(list.id))
+    const auto& classId = r.source.feature("targetClassId");
+    if (source.text(classId) != tavo::toText(list.id))
       return;
+    const auto uuid = tavo::parseUuid(source.text(id));
+    const auto* here = uuid ? document.find(*uuid) : nullptr;
+    if (here ? !here->isA(list) : lastNameOf(source) != listName)
+      return document.set(source, classId, tavo::toText(library("property.StringType").id));
     if (source.owner && source.owner->isA(r.definition))
-      account.note(*source.owner, "the type stringArray", "becomes string");
-    if (!text)
+      account.note(*source.owner, withName("the type", lastNameOf(source)), "becomes string");
+    if (!text) {
+      account.note(*source.owner, withName("the type", lastNameOf(source)), "leads nowhere in that release");
       return;
+    }
     Document::setKept(source, id, textId);
-    document.set(source, r.source.feature("targetClassId"), tavo::toText(text->record->id));
+    document.set(source, classId, tavo::toText(text->record->id));
     Document::setKept(source, r.source.feature("targetName"), textPath);
     if (hasOwnResolvers)
       Document::setKept(source, r.source.feature("resolver"), own.reference());
   });
-  for (auto* type : lists)
+  for (auto* type : builtIn)
     document.remove(*type);
 }
 

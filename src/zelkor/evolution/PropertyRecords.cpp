@@ -75,7 +75,7 @@ void copyValue(Document& document, const Object& from, const FeatureRecord& feat
 //----------------------------------------------------------------------------------------------------------------------
 // Bounds
 
-const WidestRange& widestRangeOf(const Object& type) {
+const WidestRange* widestRangeOf(std::string_view builtInType) {
   static constexpr WidestRange widestRanges[] = {{"int32", "-2147483648", "2147483647"},
                                                  {"double", "-1.7976931348623157e+308", "1.7976931348623157e+308"},
                                                  {"single", "-3.4028234663852886e+38", "3.4028234663852886e+38"},
@@ -86,9 +86,13 @@ const WidestRange& widestRangeOf(const Object& type) {
                                                  {"uint32", "0", "4294967295"},
                                                  {"int64", "-9223372036854775808", "9223372036854775807"},
                                                  {"uint64", "0", "9223372036854775807"}};
-  const auto named = [](std::string_view name) { return std::ranges::find(widestRanges, name, &WidestRange::type); };
-  const auto found = named(type.text(records().name));
-  return found != std::end(widestRanges) ? *found : *named(type.record->name() == "FloatType" ? "double" : "int32");
+  const auto* found = std::ranges::find(widestRanges, builtInType, &WidestRange::type);
+  return found == std::end(widestRanges) ? nullptr : found;
+}
+
+const WidestRange& widestRangeOf(const Object& type) {
+  const auto* own = widestRangeOf(type.text(records().name));
+  return own ? *own : *widestRangeOf(type.record->name() == "FloatType" ? "double" : "int32");
 }
 
 namespace {

@@ -54,11 +54,17 @@ void addItem(Document& document, Object& object, const FeatureRecord& feature, s
 void copyValue(Document& document, const Object& from, const FeatureRecord& feature, Object& to,
                const FeatureRecord& as);
 
+/// Ends what a step remarks on a value of an element, the class of its type, where the default has units and it has
+/// not.
+inline constexpr std::string_view unlikeDefault = " without units";
+
 /// What bounds a number that nothing else bounds: the ends of all numbers of the type that it stands on.
 struct WidestRange {
   std::string_view type, lowest, highest;
 };
 const WidestRange& widestRangeOf(const Object& type);
+/// Null for a type that is not one of the built-in numbers.
+const WidestRange* widestRangeOf(std::string_view builtInType);
 
 /// One resolver serves all references inside a document.
 class OwnResolver {

@@ -99,9 +99,6 @@ void shareTargets(Document& document) {
 
 void tellEachSource(Document& document, Account&) {
   const auto& r = records();
-  // What had lost its resolver was found again by name, as if there were one.
-  const auto& named = classNamed("zelkor.profile.ProfileResolver");
-  document.each(r.lostResolver, [&](Object& lost) { document.become(lost, named); });
   boost::unordered_flat_map<const Object*, std::string_view> references;
   const auto referenceTo = [&](const Object& resolver) {
     const auto [found, isNew] = references.try_emplace(&resolver);
@@ -114,12 +111,13 @@ void tellEachSource(Document& document, Account&) {
       for (int i = 0; i < 3; ++i)
         if (const auto* text = target->find(*r.ofTarget[i]))
           Document::setKept(source, *r.ofSource[i], *text);
-      if (target->owner)
+      if (target->owner && !target->owner->isA(r.lostResolver))
         Document::setKept(source, r.resolvedBy, referenceTo(*target->owner));
     }
     Document::clear(source, r.shared);
   });
   document.each(r.target, [&](Object& target) { document.remove(target); });
+  document.each(r.lostResolver, [&](Object& lost) { document.remove(lost); });
 }
 
 constexpr Step steps[] = {{.to = "1.0", .up = &pathsBecomeNames, .down = &namesBecomePaths},

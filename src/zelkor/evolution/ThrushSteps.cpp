@@ -77,12 +77,14 @@ const Object* withUnitsOfDefault(Document& document, Object& definition, const O
   const auto& owned = r.definition.feature("ownedType");
   auto* value = definition.child(r.definition.feature("defaultValue"));
   const auto units = value ? value->text(r.value.feature("units")) : std::string_view();
-  if (units.empty() || !type.isA(library("property.RealType")) || definition.child(owned))
+  const auto& unitsOfType = library("property.RealType").feature("units");
+  if (units.empty() || !type.isA(library("property.RealType")) || type.text(unitsOfType) == units ||
+      definition.child(owned))
     return &type;
   auto& made = document.add(*type.record, &definition, &owned, tavo::nameUuid(definition.uuid, "ownedType"));
   Document::setKept(made, r.name, type.text(r.name));
   document.set(made, r.type.feature("baseType"), document.referenceTo(type));
-  document.set(made, library("property.RealType").feature("units"), units);
+  document.set(made, unitsOfType, units);
   document.set(*value, r.value.feature("valueType"), document.referenceTo(made));
   if (auto* proxy = value->child(r.value.feature("valueTypeProxy")))
     document.remove(*proxy);
@@ -135,25 +137,39 @@ void referencePlainly(Document& document, Account& account) {
   });
 }
 
-/// Properties stood in a list, which let two have one name. The second gets a number; so do the values that elements
-/// have for it, which stood in the order of the properties.
+/// Properties stood in a list, which let two have one name. The second gets a number, behind more underscores than one
+/// that has such a name of its own: models say only that a value is the second one of a name, and have to find it.
 class NumberedNames {
 public:
-  std::string next(std::string_view name) {
-    std::string unique(name);
-    if (const auto [known, isNew] = last_.try_emplace(unique, 1); !isNew) {
-      auto number = known->second;
-      do
-        unique = std::string(name) + "_" + std::to_string(++number);
-      while (last_.contains(unique));
-      known->second = number;
-      last_.emplace(unique, 1);
+  explicit NumberedNames(const std::vector<Object*>& named) {
+    for (const auto* each : named) {
+      const auto name = each->text(records().name);
+      taken_.emplace(name);
+      const auto number = name.find_last_not_of("0123456789") + 1; // npos + 1 is 0
+      const auto stem = name.find_last_not_of('_', number - 1) + 1;
+      if (number != 0 && number < name.size() && stem < number) {
+        auto& most = underscores_[std::string(name.substr(0, stem)) + "_" + std::string(name.substr(number))];
+        most = std::max(most, number - stem);
+      }
     }
-    return unique;
+  }
+
+  std::string next(std::string_view name) {
+    const auto number = ++count_[name];
+    if (number == 1)
+      return std::string(name);
+    const auto digits = std::to_string(number);
+    const auto known = underscores_.find(std::string(name) + "_" + digits);
+    std::string underscores(known == underscores_.end() ? 1 : known->second + 1, '_');
+    while (!taken_.insert(std::string(name) + underscores + digits).second)
+      underscores += '_';
+    return std::string(name) + underscores + digits;
   }
 
 private:
-  boost::unordered_flat_map<std::string, std::size_t> last_; ///< the number that the last of each name got
+  std::set<std::string> taken_{};
+  boost::unordered_flat_map<std::string, std::size_t> underscores_{}; ///< the most before a number, by "power_2"
+  boost::unordered_flat_map<std::string_view, std::size_t> count_{};
 };
 
 void placeProperties(Document& document) {
@@ -161,9 +177,10 @@ void placeProperties(Document& document) {
   const auto& properties = r.set.feature("properties");
   const auto& index = r.definition.feature("p_Index");
   document.each(r.set, [&](Object& set) {
-    NumberedNames names;
+    const auto all = set.childrenIn(properties);
+    NumberedNames names(all);
     std::size_t place = 0;
-    for (auto* property : set.childrenIn(properties)) {
+    for (auto* property : all) {
       document.set(*property, index, std::to_string(place++));
       const auto name = property->text(r.name);
       if (const auto unique = names.next(name); unique != name)
@@ -247,8 +264,6 @@ void keepElementData(Document& document) {
   const auto& r = records();
   const auto& stereotypes = r.element.feature("p_StereotypeNames");
   const auto& values = r.element.feature("p_Values");
-  const auto& propertyOfElement = r.elementValue.feature("p_PropertyName");
-  const auto& property = r.v1Value.feature("p_PropertyName");
   const auto& profile = r.v1Stereotype.feature("p_ProfileName");
   const auto& stereotype = r.v1Stereotype.feature("p_PrototypeFullyQualifiedName");
   const auto& applied = r.v1Data.feature("p_PrototypeEntries");
@@ -278,15 +293,11 @@ void keepElementData(Document& document) {
       Document::setKept(made, stereotype, name);
     }
     Document::clear(element, stereotypes);
-    NumberedNames numbered;
     for (auto* value : valuesOfElement) {
-      const auto given = value->text(propertyOfElement);
       document.become(*value, r.v1Value);
       document.move(*value, data, &own);
       for (const auto& [ofElement, ofEntry] : renamed)
         Document::rename(*value, *ofElement, *ofEntry);
-      if (const auto name = numbered.next(given); name != given)
-        document.set(*value, property, name);
       Document::setKept(*value, valueOf, identity);
     }
   });
@@ -367,11 +378,18 @@ void returnElementData(Document& document, Account& account) {
     if (!usage || !usage->isA(r.usage) || !usage->owner || !value)
       return;
     const auto property = std::string(usage->owner->text(r.name)) + "." + std::string(usage->text(r.name));
-    if (auto* element = elementOf(entry, r.entry.feature("p_ElemUUID")))
-      document.remark(addElementValue(document, *element, property, *value, r.value.feature("storedExpression"),
-                                      r.value.feature("units")),
-                      sortOfType(*usage));
-    else
+    if (auto* element = elementOf(entry, r.entry.feature("p_ElemUUID"))) {
+      const auto& units = r.value.feature("units");
+      auto& made = addElementValue(document, *element, property, *value, r.value.feature("storedExpression"), units);
+      auto sort = sortOfType(*usage);
+      if (!value->find(units) && !hasValue(*value, units)) { // those of the type, not of the default
+        document.set(made, r.elementValue.feature("p_Units"), "");
+        const auto* initial = usage->child(r.usage.feature("initialValue"));
+        if (initial && !initial->text(units).empty())
+          sort = document.keep(std::string(sort) + std::string(unlikeDefault));
+      }
+      document.remark(made, sort);
+    } else
       account.note(*usage, "the value of an element that is not in the file", "is left out");
   });
   const auto& valueOf = r.v1Value.feature("p_ElemUUID");

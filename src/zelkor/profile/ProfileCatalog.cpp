@@ -355,15 +355,19 @@ void ProfileCatalog::createBuiltInTypes(const Profile& profile) const {
 
 void ProfileCatalog::migrateBuiltInTypes(const Profile& profile) const {
   std::vector<tavo::String> present;
-  for (const auto& type : profile.valueTypes())
+  const auto all = profile.valueTypes();
+  for (const auto& type : all)
     if (!type.typeProxy())
       present.push_back(type.getName());
+  std::size_t place = 0; // behind those that come first
+  while (place < all.size() && !all[place].typeProxy())
+    ++place;
 
   tavo::Transaction transaction(profile.model());
   auto types = static_cast<Profile::Impl&>(profile.object()).getValueTypesMutable();
   for (const auto& type : property::createBuiltInTypes(profile.model()))
     if (std::ranges::find(present, type.getName()) == present.end())
-      types.add(type);
+      types.insert(place++, type);
     else
       type.destroy();
   transaction.commit();

@@ -1,6 +1,7 @@
 #include "zelkor/profile/ProfileNamespace.impl.h"
 
 #include "tavo/core/Errors.h"
+#include "tavo/core/Utf.h"
 #include "tavo/model/Transaction.h"
 #include "zelkor/evolution/PrototypableToValueEntry.h"
 #include "zelkor/evolution/PrototypeToPrototypableEntry.h"
@@ -83,6 +84,22 @@ void useAll(ProfileNamespace::Impl& profiles, const std::vector<Prototype>& prot
   }
   for (const auto& prototype : prototypes)
     profiles.updateParentHierarchy(prototype);
+}
+
+/// What the second property of a name, or a later one, is called: it has got a number since, behind more underscores
+/// than one that has such a name of its own.
+tavo::String numberedName(const ProfileNamespace::Impl& profiles, const tavo::String& name, std::size_t number) {
+  const auto [setName, propertyName] = splitAtLastDot(name);
+  const auto stem = tavo::toUtf8(propertyName), shortest = "_" + std::to_string(number);
+  auto found = stem + shortest;
+  if (const auto set = profiles.getPropertySet(tavo::String(setName)); set && number <= set.properties().size())
+    for (const auto& usage : set.properties()) {
+      const auto other = tavo::toUtf8(usage.p_Name());
+      if (other.size() > found.size() && other.starts_with(stem) && other.ends_with(shortest) &&
+          other.find_first_not_of('_', stem.size()) == other.size() - shortest.size() + 1)
+        found = other;
+    }
+  return tavo::concat(setName, u".", tavo::String::fromUtf8(found));
 }
 
 /// The source in a list that leads to the profile, under whatever name.
@@ -312,9 +329,8 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
     }
   };
 
-  if (const auto cache = getP_PrototypeToPrototypableCache())
-    cache.destroy();
-  getP_PrototypeToPrototypableCacheMutable().add(PrototypeToPrototypableCache::create(model()));
+  if (!getP_PrototypeToPrototypableCache())
+    getP_PrototypeToPrototypableCacheMutable().add(PrototypeToPrototypableCache::create(model()));
   for (const auto& profile : getProfiles())
     for (const auto& dependency : profile.getDependentProfiles())
       attempt([&] { addProfile(dependency, true); });
@@ -344,14 +360,26 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
               element ? element.getName() : text(entry.p_ElemUUID()));
       element.applyPrototype(prototype);
     });
+  tavo::Uuid latest{};
+  std::map<tavo::String, std::size_t> named; // in the entries of one element, which stand together
+  std::map<std::pair<tavo::String, std::size_t>, tavo::String> numbered;
   for (const auto& entry : data.p_ValueEntries())
     attempt([&] {
       const auto& element = elementOf(entry);
+      if (latest != entry.p_ElemUUID()) {
+        latest = entry.p_ElemUUID();
+        named.clear();
+      }
+      const auto number = ++named[entry.p_PropertyName()];
       try {
         if (!element)
           raise(PropertyError::PropertyNotFound, entry.p_PropertyName());
-        element.requirePropertyUsage(entry.p_PropertyName())
-            .setPropVal(entry.p_ElemUUID(), entry.p_Expression(), entry.p_Units());
+        auto property = entry.p_PropertyName();
+        if (number > 1) {
+          auto& known = numbered[{property, number}];
+          property = known = known.empty() ? numberedName(*this, property, number) : known;
+        }
+        element.requirePropertyUsage(property).setPropVal(entry.p_ElemUUID(), entry.p_Expression(), entry.p_Units());
       } catch (const tavo::Error& error) {
         raiseBecause(error, ArchitectureError::CannotMigrateValue, entry.p_PropertyName(),
                      element ? element.getName() : text(entry.p_ElemUUID()), entry.p_Expression());

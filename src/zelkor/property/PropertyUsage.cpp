@@ -170,7 +170,7 @@ bool PropertyUsage::Impl::isInSyncWithPropDef() const {
     return static_cast<bool>(initial) == static_cast<bool>(given);
   const auto type = definition.getType();
   return (!type || proxy::targetIdOf(initial.valueTypeProxy()) == type.Uuid()) &&
-         initial.storedExpression() == given.storedExpression();
+         initial.storedExpression() == given.storedExpression() && initial.units() == given.units();
 }
 
 void PropertyUsage::Impl::updateDefaultValue() {
