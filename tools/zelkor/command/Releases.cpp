@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 using kavra::toUtf8;
 using nlohmann::ordered_json;
 using property::evolution::ReleaseRegistry;
-using Losses = std::vector<tavo::evolution::Loss>;
+using tavo::evolution::Loss;
 
 tavo::String releaseNamed(const std::string& name) {
   std::vector<std::string> known;
@@ -45,7 +45,7 @@ tavo::String nameIn(const tavo::Model& model, const fs::path& path) {
 }
 
 /// Losses by what they are, with the things that they happen to.
-std::vector<std::pair<std::string, std::vector<std::string>>> grouped(const Losses& losses) {
+std::vector<std::pair<std::string, std::vector<std::string>>> grouped(const std::vector<Loss>& losses) {
   std::vector<std::pair<std::string, std::vector<std::string>>> groups;
   std::map<std::string, std::size_t> known;
   for (const auto& loss : losses) {
@@ -58,7 +58,7 @@ std::vector<std::pair<std::string, std::vector<std::string>>> grouped(const Loss
   return groups;
 }
 
-void print(const Losses& losses) {
+void print(const std::vector<Loss>& losses) {
   constexpr std::size_t many = 4;
   for (const auto& [words, objects] : grouped(losses)) {
     const bool areMany = objects.size() >= many;
@@ -72,7 +72,7 @@ void print(const Losses& losses) {
   }
 }
 
-void printAsJson(const Losses& losses, const std::string& release) {
+void printAsJson(const std::vector<Loss>& losses, const std::string& release) {
   ordered_json json{{"release", release}, {"losses", ordered_json::array()}};
   for (const auto& [words, objects] : grouped(losses))
     for (const auto& object : objects)
@@ -111,7 +111,7 @@ std::string releaseNames() {
 
 int exportFile(const fs::path& input, const std::string& release, const fs::path& output, bool strict, bool json) {
   text::Findings found(input.string());
-  Losses losses;
+  std::vector<Loss> losses;
   try {
     refuseSameFile(input, output);
     const auto to = releaseNamed(release);
