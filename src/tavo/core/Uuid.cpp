@@ -5,7 +5,6 @@
 #include <boost/uuid/random_generator.hpp>
 
 #include <array>
-#include <bit>
 #include <cerrno>
 #include <limits>
 #include <pthread.h>
@@ -72,22 +71,6 @@ Uuid randomUuid() {
 
 Uuid nameUuid(const Uuid& space, std::string_view name) {
   return boost::uuids::name_generator_md5(space)(name.data(), name.size());
-}
-
-Uuid derivedUuid(const Uuid& owner, const Uuid& feature) {
-  // The bytes of the second one are turned by five. Words do it as one: this is called for every value of an element.
-  static_assert(std::endian::native == std::endian::little);
-  constexpr int turn = 5 * 8, rest = 64 - turn;
-  std::uint64_t words[2], turned[2];
-  std::memcpy(words, owner.data, sizeof words);
-  std::memcpy(turned, feature.data, sizeof turned);
-  words[0] ^= turned[0] >> turn | turned[1] << rest;
-  words[1] ^= turned[1] >> turn | turned[0] << rest;
-  Uuid mixed;
-  std::memcpy(mixed.data, words, sizeof words);
-  mixed.data[6] = static_cast<std::uint8_t>((mixed.data[6] & 0x0f) | 0x80);
-  mixed.data[8] = static_cast<std::uint8_t>((mixed.data[8] & 0x3f) | 0x80);
-  return mixed;
 }
 
 void toText(const Uuid& uuid, char (&out)[36]) {

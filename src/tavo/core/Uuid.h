@@ -5,6 +5,7 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -25,7 +26,23 @@ TAVO_EXPORT Uuid nameUuid(const Uuid& space, std::string_view name);
 
 /// The identity that follows from those of an owner and a feature, for objects of classes with derived identities: as
 /// good as random when both are, of version 8, a form of our own.
-TAVO_EXPORT Uuid derivedUuid(const Uuid& owner, const Uuid& feature);
+inline Uuid derivedUuid(const Uuid& owner, const Uuid& feature) {
+  // The bytes of the second one are turned by five, then come version and variant. Words do it as one: this is called
+  // several times for every value of an element.
+  static_assert(std::endian::native == std::endian::little);
+  constexpr int turn = 5 * 8, rest = 64 - turn;
+  constexpr auto bits = [](std::uint64_t byte, int at) { return byte << 8 * at; };
+  std::uint64_t words[2], turned[2];
+  std::memcpy(words, owner.data, sizeof words);
+  std::memcpy(turned, feature.data, sizeof turned);
+  words[0] ^= turned[0] >> turn | turned[1] << rest;
+  words[1] ^= turned[1] >> turn | turned[0] << rest;
+  words[0] = (words[0] & ~bits(0xf0, 6)) | bits(0x80, 6);
+  words[1] = (words[1] & ~bits(0xc0, 0)) | bits(0x80, 0);
+  Uuid mixed;
+  std::memcpy(mixed.data, words, sizeof words);
+  return mixed;
+}
 
 /// The canonical lower-case text of 36 characters.
 TAVO_EXPORT std::string toText(const Uuid& uuid);

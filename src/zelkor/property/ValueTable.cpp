@@ -10,13 +10,12 @@
 namespace zelkor::property {
 namespace {
 
-/// What the element reads now: for one without an entry, the initial value of the usage that owns the table.
-Value presentValue(const ValueTable::Impl& table, const tavo::Uuid& elemUUID) {
-  bool isDefault = false;
+/// What elements without an entry read: the initial value of the usage that owns the table.
+Value initialValue(const ValueTable::Impl& table) {
   if (const auto usage = table.getP_PropertyUsage())
-    return usage.getPropVal(elemUUID, isDefault);
+    return usage.initialValue();
   if (const auto usage = table.getP_ParameterUsage())
-    return usage.getParameterVal(elemUUID, isDefault);
+    return usage.initialValue();
   return {};
 }
 
@@ -63,9 +62,8 @@ Value ValueTable::Impl::getValue(const tavo::Uuid& elemUUID) const {
 void ValueTable::Impl::addEntry(const tavo::Uuid& elemUUID, const tavo::String& expression, const tavo::String& unit) {
   tavo::Transaction transaction(model());
   foreseeEntry(*this, elemUUID);
-  const auto present = presentValue(*this, elemUUID);
-  if (present) {
-    const ValueDraft draft(present, model(), expression, unit);
+  if (const auto initial = initialValue(*this)) {
+    const ValueDraft draft(initial, model(), expression, unit);
     draft.createIn(addEntryFor(*this, elemUUID), valueOfEntry());
   } else {
     const Value value(
