@@ -2,6 +2,7 @@
 
 #include "tavo/core/Error.h"
 #include "tavo/core/Errors.h"
+#include "tavo/core/Pages.h"
 
 #include <algorithm>
 
@@ -41,6 +42,7 @@ void Extent::addChunk() {
   const std::size_t most = std::max(smallestChunk, largestChunkBytes / blockSize_);
   const std::size_t count = std::min(most, nextChunk_);
   chunks_.push_back({std::make_unique_for_overwrite<std::byte[]>(count * blockSize_), count});
+  providePages(chunks_.back().memory.get(), count * blockSize_);
   nextChunk_ = count * 2;
   for (std::size_t i = count; i-- > 0;)
     putOnFreeList(chunks_.back().memory.get() + i * blockSize_);

@@ -1,5 +1,7 @@
 #include "tavo/model/LinkPool.h"
 
+#include "tavo/core/Pages.h"
+
 #include <algorithm>
 
 namespace tavo {
@@ -23,7 +25,8 @@ void RecordPool<T>::putOnFreeList(Slot* slot) noexcept {
 
 template <class T>
 void RecordPool<T>::addChunk(std::size_t count) {
-  chunks_.push_back(std::make_unique<Slot[]>(count));
+  chunks_.push_back(std::make_unique_for_overwrite<Slot[]>(count));
+  providePages(chunks_.back().get(), count * sizeof(Slot));
   for (std::size_t i = count; i-- > 0;)
     putOnFreeList(&chunks_.back()[i]);
 }
