@@ -242,6 +242,42 @@ TEST_F(SampleTest, DerivedIdentitiesFollowTheOwnerWhileTheyAreFree) {
   EXPECT_EQ(implOf(bed).createIntoGnome(Stone::Builder()).Uuid(), derived);
 }
 
+TEST_F(SampleTest, FilesInWhichAnIdentityThatFollowsIsTakenAreRefusedWhereItIs) {
+  class OneWay final : public tavo::ByteSource {
+  public:
+    explicit OneWay(const std::string& text) : text_(text) {}
+    std::size_t read(char* to, std::size_t size) override { return text_.read(to, size); }
+
+  private:
+    tavo::MemorySource text_;
+  };
+  const auto gnome = implOf(bed).createIntoGnome(Stone::Builder());
+  const auto mark = implOf(bed).createIntoMark(Stone::Builder());
+  for (const auto& [taken, tag] : {std::pair(gnome, "<mark"), std::pair(mark, "<gnome")}) {
+    std::string text = tavo::modelText(model).toUtf8();
+    const auto at = text.find(tag);
+    ASSERT_NE(at, std::string::npos) << text;
+    text.insert(at + std::string(tag).size(), " uuid=\"" + tavo::toText(taken.Uuid()) + "\"");
+
+    const auto second = text.rfind(">", std::max(text.find("<mark"), text.find("<gnome"))) + 1;
+    const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(second), '\n') + 2;
+    const std::string place = "bed:" + std::to_string(line) + ":";
+    OneWay oneWay(text);
+    tavo::MemorySource twice(text);
+    for (tavo::ByteSource* source : {static_cast<tavo::ByteSource*>(&oneWay), static_cast<tavo::ByteSource*>(&twice)}) {
+      const auto read = tavo::Model::create();
+      try {
+        tavo::readModel(*source, "bed", read);
+        ADD_FAILURE() << text;
+      } catch (const tavo::Error& error) {
+        EXPECT_EQ(error.id(), tavo::FrameworkError::DuplicateIdentity) << error.what();
+        EXPECT_TRUE(error.arguments().front().toUtf8().starts_with(place)) << error.what() << text;
+      }
+      EXPECT_EQ(read.objectCount(), 0u);
+    }
+  }
+}
+
 TEST_F(SampleTest, WhatIsBornWithValuesIsOneThingToListenersAndToUndo) {
   const auto objects = model.objectCount();
   EXPECT_ERROR(Plant::make(bed, u"Rose", 8), "tavo:messages:UniquenessConstraint", "plants", "Rose");

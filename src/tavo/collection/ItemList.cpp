@@ -517,6 +517,11 @@ void* ItemList::findText(std::size_t which, std::u16string_view key) const {
                 });
 }
 
+void ItemList::foreseeKey(std::size_t which, const void* key) const {
+  if (isMany())
+    many_->indexes[which].foresee(fold(property_->key(which)->datatype()->hash(key)));
+}
+
 bool ItemList::hasOther(std::size_t which, const void* key, const ModelElement::Impl& object) const {
   void* found = findKey(which, key);
   return found && objectOf(found) != &object;

@@ -32,6 +32,9 @@ public:
     return npos;
   }
 
+  /// Lets the processor fetch the place of a hash that is going to be looked for.
+  void foresee(std::uint32_t hash) const { __builtin_prefetch(&entries_[hash & mask_], 1); }
+
   static constexpr std::uint32_t npos = 0xffffffffu;
 
 private:
@@ -108,6 +111,8 @@ public:
   /// The item whose object has the key at `key` in index `which`.
   void* findKey(std::size_t which, const void* key) const;
   void* findText(std::size_t which, std::u16string_view key) const;
+  /// Lets the processor fetch what looking for a key, or coming in under it, is going to touch first.
+  void foreseeKey(std::size_t which, const void* key) const;
   /// Whether an object other than `object` has that key.
   bool hasOther(std::size_t which, const void* key, const ModelElement::Impl& object) const;
 

@@ -16,6 +16,8 @@ public:
   /// Reads up to `size` bytes to `to`; fewer than asked for do not mean the end, none does. Raises what the source
   /// raises.
   virtual std::size_t read(char* to, std::size_t size) = 0;
+  /// Goes back to the front; false where that cannot be. Raises what the source raises.
+  virtual bool restart() { return false; }
 };
 
 /// Something that bytes are written to, front to back.
@@ -29,15 +31,19 @@ public:
 /// Reads from memory that must outlive it.
 class TAVO_EXPORT MemorySource final : public ByteSource {
 public:
-  explicit MemorySource(std::string_view bytes) : left_(bytes) {}
+  explicit MemorySource(std::string_view bytes) : bytes_(bytes), left_(bytes) {}
   std::size_t read(char* to, std::size_t size) override {
     const std::size_t taken = left_.copy(to, size);
     left_.remove_prefix(taken);
     return taken;
   }
+  bool restart() override {
+    left_ = bytes_;
+    return true;
+  }
 
 private:
-  std::string_view left_;
+  std::string_view bytes_, left_;
 };
 
 /// Appends to a string that must outlive it.

@@ -337,9 +337,16 @@ FileHandle InputFile::open() {
   }
 }
 
+bool InputFile::restart() {
+  if (!std::exchange(isFresh_, true))
+    file_.emplace(open());
+  return true;
+}
+
 std::size_t InputFile::read(char* to, std::size_t size) {
+  isFresh_ = false;
   try {
-    return fileSystem_.read(file_.get(), to, size);
+    return fileSystem_.read(file_->get(), to, size);
   } catch (const std::system_error& error) {
     raise(FrameworkError::CannotRead, path_, reasonOf(error));
   }

@@ -119,9 +119,11 @@ public:
 
   /// Raises CannotRead.
   std::size_t read(char* to, std::size_t size) override;
+  /// Opens the file again, unless nothing of it has been read yet; raises what the constructor raises.
+  bool restart() override;
 
   const std::filesystem::path& path() const { return path_; }
-  /// What the file was like when it was opened: keep it for saveAtomically.
+  /// What the file was like when it was last opened: keep it for saveAtomically.
   const Fingerprint& fingerprint() const { return fingerprint_; }
 
 private:
@@ -130,7 +132,8 @@ private:
   std::filesystem::path path_;
   FileSystem& fileSystem_;
   Fingerprint fingerprint_;
-  FileHandle file_;
+  std::optional<FileHandle> file_;
+  bool isFresh_ = true; ///< nothing has been read
 };
 
 /// What may stand where a file is to be saved.

@@ -76,7 +76,8 @@ void ModelData::prepareUnlink(const Link& link) {
 
 Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
   Extent& extent = extentFor(metaClass);
-  reserveIdentities(1);
+  if (!waits(metaClass))
+    reserveIdentities(1);
   Impl& object = *extent.create(uuid);
   object.isProxy_ = proxy;
   ++alive_;
@@ -117,11 +118,22 @@ Impl* ModelData::createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bo
   return &construct(metaClass, uuid, proxy);
 }
 
-bool ModelData::enter(Impl& object) noexcept {
-  if (identities_.find(object.uuid()))
-    return false;
-  identities_.insert(object);
-  return true;
+bool ModelData::enter(Impl& object) noexcept { return waits(object.objectClass()) || identities_.insertIfNew(object); }
+
+const Impl* ModelData::enterFollowers() {
+  const auto forEachWaiting = [this](const auto& visit) {
+    forEachExtent([&](const Extent& extent) {
+      if (waits(extent.metaClass()))
+        visit(extent);
+    });
+  };
+  std::size_t waiting = 0;
+  forEachWaiting([&](const Extent& extent) { waiting += extent.size(); });
+  reserveIdentities(waiting + waiting / 8); // the first changes are not to make it grow again
+  const Impl* clash = identities_.insertAllNew(
+      [&](const auto& insert) { forEachWaiting([&](const Extent& extent) { extent.forEach(insert); }); });
+  followersWait_ = false;
+  return clash;
 }
 
 void ModelData::placeLast(Impl& object, Impl* container, const MetaProperty* property) {

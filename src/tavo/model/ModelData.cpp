@@ -41,6 +41,7 @@ void ModelData::dropContents() noexcept {
   // and the model is empty.
   forEachExtent([this](const Extent& extent) { extent.forEach([this](Impl& object) { setAlive(object, false); }); });
   identities_.clear();
+  followersWait_ = false;
   topLevel_.clear();
   found_.clear();
   recentExtents_ = {};
@@ -109,9 +110,13 @@ Impl* ModelData::searchTopLevel(const MetaClass& metaClass) {
   return nullptr;
 }
 
-void ModelData::reserveIdentities(std::size_t more) {
-  identities_.reserve(identities_.size() + more,
-                      [this](const auto& insert) { forEachExtent([&](const Extent& each) { each.forEach(insert); }); });
+void ModelData::growIdentities(std::size_t more) {
+  identities_.reserve(identities_.size() + more, [this](const auto& insert) {
+    forEachExtent([&](const Extent& each) {
+      if (!waits(each.metaClass()))
+        each.forEach(insert);
+    });
+  });
 }
 
 // What the log does again and again: none of this may fail.

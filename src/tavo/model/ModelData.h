@@ -100,6 +100,11 @@ public:
 
   ModelElement::Impl* createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy);
   bool enter(ModelElement::Impl& object) noexcept;
+  /// From here on, objects of classes whose identities follow from their places are not entered one by one, but
+  /// together: most objects of a large file are such ones, and an index that is filled at once need not grow.
+  void letFollowersWait() { followersWait_ = true; }
+  /// Enters them. Answers an object whose identity another one has, or null; if there is one, the contents have to go.
+  const ModelElement::Impl* enterFollowers();
   void placeLast(ModelElement::Impl& object, ModelElement::Impl* container, const MetaProperty* property);
   /// Empties a model whose reading failed.
   void dropContents() noexcept;
@@ -177,7 +182,12 @@ private:
     const auto isOne = [&](const Found& each) { return object.isA(*each.metaClass); };
     found_.erase(std::remove_if(found_.begin(), found_.end(), isOne), found_.end());
   }
-  void reserveIdentities(std::size_t more);
+  void reserveIdentities(std::size_t more) {
+    if (!identities_.hasRoomFor(identities_.size() + more))
+      growIdentities(more);
+  }
+  void growIdentities(std::size_t more);
+  bool waits(const MetaClass& metaClass) const { return followersWait_ && metaClass.has(ClassFlag::derivedIdentity); }
   ItemList& listFor(ModelElement::Impl& owner, const MetaProperty& property);
   /// The last place in a feature, or among the top-level objects; there is room for one more from then on.
   Placement makeRoom(ModelElement::Impl* container, const MetaProperty* property);
@@ -221,6 +231,7 @@ private:
   boost::unordered_flat_map<const MetaClass*, std::unique_ptr<Extent>> extents_;
   std::array<Extent*, 16> recentExtents_{}; ///< by address of the class: creation comes in runs of a few classes
   IdentityIndex identities_;
+  bool followersWait_ = false; ///< with being entered into the index, while a file is read
   std::size_t alive_ = 0;
   ItemList topLevel_{nullptr};
   boost::container::static_vector<Found, 8> found_; ///< in the top level as it is now: the same few, again and again

@@ -45,7 +45,6 @@ struct ClassEntry {
   std::string name;
   const MetaClass* metaClass = nullptr;
   std::vector<std::pair<std::string, const MetaProperty*>> features;
-  std::vector<const MetaProperty*> followers{}; ///< those of one object whose identity follows from this one
 
   const MetaProperty* find(std::string_view feature) const {
     for (const auto& [known, property] : features)
@@ -55,11 +54,23 @@ struct ClassEntry {
   }
 };
 
+/// When objects whose identities follow from their places can be found by them.
+enum class Identities {
+  oneByOne, ///< at once; a clash is reported where it is
+  together, ///< at the end, which takes far less time; a clash is an IdentityClash
+};
+
+/// Two objects have one identity, and nobody knows where.
+struct IdentityClash {};
+
 /// Makes the objects of a document in a model.
 class Reader final : public ObjectsHandler {
 public:
-  Reader(const Model& model, const ReadOptions& options, const DocumentHead& head, std::string document)
-      : data_(model.data()), options_(options), document_(std::move(document)) {
+  Reader(const Model& model, const ReadOptions& options, const DocumentHead& head, std::string document,
+         Identities identities)
+      : data_(model.data()), options_(options), document_(std::move(document)), identities_(identities) {
+    if (identities_ == Identities::together)
+      data_.letFollowersWait();
     for (const auto& family : head.families)
       readFamily(family);
     for (const auto& metaClass : head.classes)
@@ -87,6 +98,8 @@ public:
 
   /// References may lead forward, so they are made when every object is there.
   void finish() override {
+    if (identities_ == Identities::together && data_.enterFollowers())
+      throw IdentityClash();
     for (const Pending& pending : pending_) {
       const auto at = [&] { return document_ + ":" + std::to_string(pending.line); };
       const Target wanted = pending.isAnchored ? Target{{}, pending.target} : Target{awaited_[pending.target]};
@@ -167,8 +180,6 @@ private:
         if (known == feature.name || other == property)
           raiseInvalid(feature.place, "the feature \"" + feature.name + "\" is listed twice");
       entry->features.emplace_back(feature.name, property);
-      if (property->kind() == FeatureKind::containsOne && property->givesIdentityTo(*property->target()))
-        entry->followers.push_back(property);
     }
     dictionary_.push_back(std::move(entry));
   }
@@ -180,7 +191,7 @@ private:
       raise(FrameworkError::DuplicateIdentity, outsider.place, toText(outsider.uuid));
     Impl* object = data_.createUnplaced(*entry.metaClass, outsider.uuid, true);
     data_.enter(*object);
-    identities_.emplace(outsider.uuid, object);
+    given_.emplace(outsider.uuid, object);
     data_.placeLast(*object, nullptr, nullptr);
   }
 
@@ -269,6 +280,8 @@ private:
     try {
       data_.placeLast(*frame.object, frames_.empty() ? nullptr : frames_.back().object, frame.property);
     } catch (const Error& error) { // a key that is taken: the model knows which, the file knows where
+      if (identities_ == Identities::together) // and maybe an identity that follows from it
+        throw IdentityClash();
       raiseBecause(error, FrameworkError::InvalidText, place(), "the object clashes with another");
     }
   }
@@ -296,37 +309,28 @@ private:
       raise(FrameworkError::DuplicateIdentity, place(), toText(object.uuid()));
   }
 
-  /// The same for what will follow from an identity: the value of an entry, and the reference to the type of that.
-  void foreseeFollowers(const ClassEntry& entry, const Uuid& uuid, int depth = 2) const {
-    for (const MetaProperty* property : entry.followers) {
-      const Uuid follower = property->derivedIdentity(uuid, {}, 0);
-      data_.foresee(follower);
-      if (const auto known = depth > 1 ? classes_.find(property->target()) : classes_.end(); known != classes_.end())
-        foreseeFollowers(*known->second, follower, depth - 1);
-    }
-  }
-
   /// An object that is not found by its identity yet. A nil identity stands for the one that follows from the place.
   Impl* createObject(const ClassEntry& entry, Impl* container, const MetaProperty* property, Uuid uuid,
                      const Uuid& key) {
     const bool derived = container && property->givesIdentityTo(*entry.metaClass);
+    const ItemList* siblings = container && property->isMany() ? container->items(*property) : nullptr;
+    if (siblings && !key.is_nil())
+      siblings->foreseeKey(0, &key);
     const auto derivedIn = [&](const Uuid& owner) {
-      const ItemList* siblings = property->isMany() ? container->items(*property) : nullptr;
       return property->derivedIdentity(owner, key, siblings ? siblings->size() : 0);
     };
     if (uuid.is_nil())
       uuid = derivedIn(options_.freshIdentities ? originals_[container] : container->uuid());
     if (!options_.freshIdentities) {
-      data_.foresee(uuid);
-      if (property && property->isMany())
-        foreseeFollowers(entry, uuid);
+      if (identities_ == Identities::oneByOne || !derived)
+        data_.foresee(uuid);
       return data_.createUnplaced(*entry.metaClass, uuid, false);
     }
-    if (identities_.contains(uuid))
+    if (given_.contains(uuid))
       raise(FrameworkError::DuplicateIdentity, place(), toText(uuid));
     const Uuid fresh = derived ? derivedIn(container->uuid()) : randomUuid();
     Impl* object = data_.createUnplaced(*entry.metaClass, fresh, false);
-    identities_.emplace(uuid, object);
+    given_.emplace(uuid, object);
     originals_.emplace(object, uuid);
     options_.freshIdentities(uuid, fresh);
     return object;
@@ -499,7 +503,7 @@ private:
   Impl* find(const Target& target) const {
     if (target.anchor != noAnchor)
       return anchors_[target.anchor].object;
-    if (const auto found = identities_.find(target.uuid); found != identities_.end())
+    if (const auto found = given_.find(target.uuid); found != given_.end())
       return found->second;
     if (options_.freshIdentities)
       return nullptr;
@@ -556,6 +560,7 @@ private:
   ModelData& data_;
   const ReadOptions& options_;
   const std::string document_;
+  const Identities identities_;
   const Whereabouts* at_ = nullptr;
   std::vector<const MetaPackage*> families_;
   std::vector<std::unique_ptr<ClassEntry>> dictionary_;
@@ -568,7 +573,7 @@ private:
   std::vector<Anchor> anchors_;
   boost::unordered_flat_map<std::string, std::uint32_t, BytesHash> anchorIndex_;
   /// Objects by the identities that the file gives them, where the model does not know these.
-  boost::unordered_flat_map<Uuid, Impl*, UuidHash> identities_;
+  boost::unordered_flat_map<Uuid, Impl*, UuidHash> given_;
   boost::unordered_flat_map<Impl*, Uuid> originals_;
 };
 
@@ -595,10 +600,11 @@ private:
   bool kept_ = false;
 };
 
-void readInto(ByteSource& source, const std::string& name, const Model& model, const ReadOptions& options) {
+void readOnce(ByteSource& source, const std::string& name, const Model& model, const ReadOptions& options,
+              Identities identities) {
   Reading reading(model);
   const OpenDocument intoModel = [&](DocumentHead&& head) {
-    return std::make_unique<Reader>(model, options, head, name);
+    return std::make_unique<Reader>(model, options, head, name, identities);
   };
   readDocument(source, name, options.limits, [&](DocumentHead&& head) -> std::unique_ptr<ObjectsHandler> {
     if (!options.evolve || !evolution::isOld(head))
@@ -609,6 +615,21 @@ void readInto(ByteSource& source, const std::string& name, const Model& model, c
     return evolution::evolving(head, name, intoModel);
   });
   reading.keep();
+}
+
+void readInto(ByteSource& source, const std::string& name, const Model& model, const ReadOptions& options) {
+  // Fresh identities are reported as they are given.
+  if (!options.freshIdentities && source.restart())
+    try {
+      return readOnce(source, name, model, options, Identities::together);
+    } catch (const IdentityClash&) {
+      // Reading it once more finds out where.
+      source.restart();
+      ReadOptions again = options;
+      again.evolved = {}; // which has been told
+      return readOnce(source, name, model, again, Identities::oneByOne);
+    }
+  readOnce(source, name, model, options, Identities::oneByOne);
 }
 
 } // namespace
