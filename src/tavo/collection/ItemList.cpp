@@ -462,6 +462,14 @@ void* ItemList::search(std::size_t which, std::uint32_t hash, const Matches& mat
         many_->indexes[which].find(hash, [&](std::uint32_t at) { return matches(*objectOf(many_->items[at])); });
     return slot == KeyIndex::npos ? nullptr : many_->items[slot];
   }
+  // Whoever asks for one owner after another finds their lists side by side, and what these hold as well. The processor
+  // foresees that only as long as nothing else is done in between.
+  constexpr std::size_t ahead = 256;
+  if (count_ <= fewest) {
+    __builtin_prefetch(reinterpret_cast<const std::byte*>(this) + ahead);
+    for (std::uint32_t i = 0; i < count_; ++i)
+      __builtin_prefetch(static_cast<const std::byte*>(fewItems()[i]) + ahead);
+  }
   for (std::uint32_t i = 0; i < count_; ++i)
     if (matches(*objectOf(fewItems()[i])))
       return fewItems()[i];

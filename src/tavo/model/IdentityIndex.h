@@ -47,21 +47,12 @@ public:
 
   void insert(ModelElement::Impl& object) noexcept { insert(codeOf(object.uuid()), &object); }
 
+  class Spot;
+  /// Where an object of that identity would come in, for which there has to be room. It holds until something changes.
+  Spot spotFor(const Uuid& uuid) const noexcept;
+  void insertAt(const Spot& spot, ModelElement::Impl& object) noexcept;
   /// Unless a live object has the identity.
-  bool insertIfNew(ModelElement::Impl& object) noexcept {
-    const Code code = codeOf(object.uuid());
-    const std::size_t from = home(code);
-    std::size_t at = from;
-    for (;; at = next(at)) {
-      ++probes;
-      if (findIn(lines_[at], code, object.uuid()))
-        return false;
-      if (!lines_[at].isFull())
-        break;
-    }
-    put(code, &object, from, at);
-    return true;
-  }
+  bool insertIfNew(ModelElement::Impl& object) noexcept;
   /// The same for all objects that `forEachObject(insert)` lists. Answers one that has not been inserted, or null.
   template <class ForEachObject>
   const ModelElement::Impl* insertAllNew(const ForEachObject& forEachObject) noexcept {
@@ -321,5 +312,41 @@ private:
   unsigned precision_ = 0;
   bool hasStrayed_ = false; ///< an object is farther away than its tag tells
 };
+
+/// What was found out about an identity on the way to its place.
+class IdentityIndex::Spot {
+public:
+  ModelElement::Impl* known = nullptr; ///< the live object that has it
+
+private:
+  friend class IdentityIndex;
+  Code code_;
+  std::size_t from_, at_;
+};
+
+inline IdentityIndex::Spot IdentityIndex::spotFor(const Uuid& uuid) const noexcept {
+  Spot spot;
+  spot.code_ = codeOf(uuid);
+  spot.from_ = spot.at_ = home(spot.code_);
+  for (;; spot.at_ = next(spot.at_)) {
+    ++probes;
+    const Line& line = lines_[spot.at_];
+    if (!spot.known)
+      spot.known = findIn(line, spot.code_, uuid);
+    if (!line.isFull())
+      return spot;
+  }
+}
+
+inline void IdentityIndex::insertAt(const Spot& spot, ModelElement::Impl& object) noexcept {
+  put(spot.code_, &object, spot.from_, spot.at_);
+}
+
+inline bool IdentityIndex::insertIfNew(ModelElement::Impl& object) noexcept {
+  const Spot spot = spotFor(object.uuid());
+  if (!spot.known)
+    insertAt(spot, object);
+  return !spot.known;
+}
 
 } // namespace tavo

@@ -75,10 +75,7 @@ void ModelData::prepareUnlink(const Link& link) {
 // Objects
 
 Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
-  Extent& extent = extentFor(metaClass);
-  if (!waits(metaClass))
-    reserveIdentities(1);
-  Impl& object = *extent.create(uuid);
+  Impl& object = *extentFor(metaClass).create(uuid);
   object.isProxy_ = proxy;
   ++alive_;
   return object;
@@ -87,9 +84,14 @@ Impl& ModelData::construct(const MetaClass& metaClass, const Uuid& uuid, bool pr
 Impl* ModelData::create(const MetaClass& metaClass, const WantedIdentity& wanted, Impl* container,
                         const MetaProperty* property, bool proxy, const Birth& birth) {
   requireChangeable();
-  Impl* known = wanted.uuid.is_nil() ? nullptr : identities_.find(wanted.uuid);
-  const Uuid uuid = wanted.uuid.is_nil() || (known && wanted.follows) ? randomUuid() : wanted.uuid;
-  Impl* standIn = wanted.follows ? nullptr : known;
+  reserveIdentities(1);
+  Uuid uuid = wanted.uuid.is_nil() ? randomUuid() : wanted.uuid;
+  IdentityIndex::Spot spot = identities_.spotFor(uuid);
+  if (spot.known && wanted.follows) {
+    uuid = randomUuid();
+    spot = identities_.spotFor(uuid);
+  }
+  Impl* standIn = spot.known;
   if (standIn && (proxy || !standIn->isProxy() || !metaClass.isA(standIn->objectClass())))
     raise(FrameworkError::DuplicateIdentity, name_, toText(uuid));
 
@@ -97,7 +99,7 @@ Impl* ModelData::create(const MetaClass& metaClass, const WantedIdentity& wanted
   const Placement last = makeRoom(container, property);
   reserveRecord();
   Impl& object = construct(metaClass, uuid, proxy);
-  identities_.insert(object);
+  identities_.insertAt(spot, object);
 
   Record record(Record::Kind::placement, &object);
   record.changesLife = true;
@@ -115,6 +117,8 @@ Impl* ModelData::create(const MetaClass& metaClass, const WantedIdentity& wanted
 
 Impl* ModelData::createUnplaced(const MetaClass& metaClass, const Uuid& uuid, bool proxy) {
   assert(!isRecording());
+  if (!waits(metaClass))
+    reserveIdentities(1);
   return &construct(metaClass, uuid, proxy);
 }
 
