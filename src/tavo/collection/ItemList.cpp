@@ -443,6 +443,7 @@ void ItemList::foresee(std::size_t position) const {
   const auto* item = static_cast<const std::byte*>(many_->items[slotAt(position + itemsAhead)]);
   __builtin_prefetch(item);
   __builtin_prefetch(item + cacheLine);
+  __builtin_prefetch(item + 2 * cacheLine - 1);
 }
 
 ModelElement::Impl* ItemList::foreseen(std::size_t position) const {

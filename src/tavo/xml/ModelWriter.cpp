@@ -1,6 +1,7 @@
 #include "tavo/collection/ItemList.h"
 #include "tavo/core/Errors.h"
 #include "tavo/core/Utf.h"
+#include "tavo/model/FeatureFields.h"
 #include "tavo/model/ModelData.h"
 #include "tavo/xml/DocumentFrame.h"
 #include "tavo/xml/ModelXml.h"
@@ -164,6 +165,8 @@ private:
       forEachOnly(*soon, [](Impl& only) { fetch(only); });
     if (Impl* sooner = list->foreseen(position + 2))
       forEachOnly(*sooner, [](Impl& only) { forEachOnly(only, [](Impl& inner) { fetch(inner); }); });
+    if (Impl* next = list->foreseen(position + 1))
+      forEachOnly(*next, [](Impl& only) { forEachOnly(only, [](Impl& inner) { fetchReferences(inner); }); });
     return child;
   }
 
@@ -177,8 +180,16 @@ private:
 
   static void fetch(const Impl& object) {
     constexpr std::size_t cacheLine = 64;
-    __builtin_prefetch(&object);
-    __builtin_prefetch(reinterpret_cast<const std::byte*>(&object) + cacheLine);
+    const auto* bytes = reinterpret_cast<const std::byte*>(&object);
+    __builtin_prefetch(bytes);
+    __builtin_prefetch(bytes + cacheLine);
+    __builtin_prefetch(bytes + 2 * cacheLine - 1); // it may begin anywhere in the first one
+  }
+
+  static void fetchReferences(Impl& object) {
+    for (const MetaProperty* property : object.objectClass().references())
+      if (property->kind() == FeatureKind::refersOne)
+        __builtin_prefetch(linkField(object, *property));
   }
 
   /// Goes through the tree once to see which classes, features and targets occur.
