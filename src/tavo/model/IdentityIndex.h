@@ -37,11 +37,11 @@ public:
     std::fill_n(grown.lines_.get(), lineCount, Line{});
     grown.lineCount_ = lineCount;
     grown.precision_ = precisionFor(lineCount);
-    grown.probes = probes;
     if (grown.precision_ == precision_ && !hasStrayed_)
       grown.takeOver(*this);
     else
       grown.fill(forEachObject);
+    grown.probes = probes;
     *this = std::move(grown);
   }
 
@@ -116,7 +116,7 @@ public:
     __builtin_prefetch(line, 1);
   }
 
-  mutable std::uint64_t probes = 0; ///< lines looked at, for the benchmarks
+  mutable std::uint64_t probes = 0; ///< lines that searches looked at, for the benchmarks
 
   std::size_t size() const { return count_; }
   void clear() noexcept { *this = IdentityIndex(); }
@@ -269,7 +269,6 @@ private:
           to = next(to);
         lines_[to].put(taken[to]++, tagOf(code), code.rest, line.object(place));
         hasStrayed_ = hasStrayed_ || distance(from, to) > farthest;
-        ++probes;
       }
       last += step;
       lastRest += stepRest;

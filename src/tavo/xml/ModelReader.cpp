@@ -279,7 +279,7 @@ private:
       return;
     try {
       data_.placeLast(*frame.object, frames_.empty() ? nullptr : frames_.back().object, frame.property);
-    } catch (const Error& error) { // a key that is taken: the model knows which, the file knows where
+    } catch (const Error& error) {             // a key that is taken: the model knows which, the file knows where
       if (identities_ == Identities::together) // and maybe an identity that follows from it
         throw IdentityClash();
       raiseBecause(error, FrameworkError::InvalidText, place(), "the object clashes with another");
