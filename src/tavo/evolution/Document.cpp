@@ -115,13 +115,20 @@ std::string_view Document::keep(std::string_view text) {
 Object& Document::add(const ClassRecord& record, Object* owner, const FeatureRecord* in, const Uuid& uuid,
                       std::uint64_t line) {
   Object& object = objects_.emplace_back(record, in, owner, uuid, line, &arena_);
-  const auto [known, isNew] = byUuid_.try_emplace(uuid, &object);
-  if (!isNew && known->second->record)
-    raise(FrameworkError::DuplicateIdentity, placeOf(object), toText(uuid));
-  known->second = &object;
+  if (isRead_) {
+    enter(object);
+    object.attributes.reserve(4); // most of what evolution makes has no more
+  }
   listOf(owner).push_back(object);
   become(object, record);
   return object;
+}
+
+void Document::enter(Object& object) {
+  const auto [known, isNew] = byUuid_.try_emplace(object.uuid, &object);
+  if (!isNew && known->second->record)
+    raise(FrameworkError::DuplicateIdentity, placeOf(object), toText(object.uuid));
+  known->second = &object;
 }
 
 void Document::remove(Object& object) {
@@ -193,6 +200,12 @@ void Document::close() {
   // one again and again is after the memory, or the disk.
   constexpr std::size_t bytesOfObject = 256, bytesOfHead = 64 << 10, times = 8;
   mostBytes_ = (bytesOfHead + keptBytes_ + objects_.size() * bytesOfObject) * times;
+
+  // All at once: the processor looks for many places in a large table at the same time, and the table never grows.
+  byUuid_.reserve(objects_.size());
+  for (Object& object : objects_)
+    enter(object);
+  isRead_ = true;
 
   boost::unordered_flat_map<Uuid, const ClassRecord*, UuidHash> outside;
   for (const Outsider& each : outsiders_)

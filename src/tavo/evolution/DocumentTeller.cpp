@@ -133,6 +133,9 @@ public:
           continue;
         }
         const Part part = step.parts[step.next++];
+        if (constexpr std::size_t ahead = 2; step.next + ahead < step.parts.size())
+          if (const Object* coming = step.parts[step.next + ahead].child)
+            foresee(coming);
         if (part.child)
           path.push_back(start(*part.child));
         else
