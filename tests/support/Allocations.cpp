@@ -1,6 +1,8 @@
 #include "tests/support/Allocations.h"
 
+#include <cstddef>
 #include <cstdlib>
+#include <limits>
 
 namespace {
 

@@ -1,10 +1,14 @@
 // A file system that fails where a test wants it to.
 #pragma once
 
+#include "tavo/core/Error.h"
 #include "tavo/io/FileSystem.h"
+
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <csignal>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <unistd.h>
@@ -17,6 +21,9 @@ namespace testsupport {
 class FaultyFileSystem final : public tavo::FileSystem {
 public:
   static constexpr std::size_t never = static_cast<std::size_t>(-1);
+
+  /// In bits, as a file system may: so many bytes are taken by one write.
+  explicit FaultyFileSystem(std::size_t taken = 5) : mostAtOnce(taken) {}
 
   std::optional<tavo::FileInfo> find(const Path& path) override { return call("find"), real_.find(path); }
   Path followLinks(const Path& path) override { return call("followLinks"), real_.followLinks(path); }
@@ -33,7 +40,6 @@ public:
     return call("read"), real_.read(file, to, size);
   }
   std::size_t write(Handle file, std::string_view bytes) override {
-    // In bits, as a file system may.
     call("write");
     std::string taken(bytes.substr(0, mostAtOnce));
     if (const auto at = garbled.empty() ? taken.npos : taken.find(garbled); at != taken.npos)
@@ -60,8 +66,8 @@ public:
   std::size_t failing = never;
   bool fromThereOn = false;
   bool killing = false;
-  std::size_t mostAtOnce = 5; ///< bytes that one write takes
-  std::string garbled{};      ///< reaches the disk as something else
+  std::size_t mostAtOnce;
+  std::string garbled{}; ///< reaches the disk as something else
   int error = EIO;
   std::vector<std::string> calls;
 
@@ -78,5 +84,32 @@ private:
   tavo::FileSystem& real_ = operatingSystem();
   bool locked_ = false;
 };
+
+/// Acts with the 1st, 2nd, ... call of the file system failing, until there are no more of them. After each time,
+/// `check` is given the error, or nothing where the failure did no harm, and prepares the next time. Answers how often
+/// there was an error.
+template <class Action, class Check>
+std::size_t failEachCall(const FaultyFileSystem& kind, const Action& action, const Check& check) {
+  std::size_t errors = 0;
+  for (std::size_t failing = 0;; ++failing) {
+    auto faulty = kind;
+    faulty.failing = failing;
+    std::optional<tavo::Error> raised;
+    try {
+      const tavo::ScopedFileSystem installed(faulty);
+      action();
+    } catch (const tavo::Error& error) {
+      raised = error;
+      ++errors;
+    }
+    const bool isLast = faulty.calls.size() <= failing;
+    SCOPED_TRACE("call " + std::to_string(failing) + ", " + (isLast ? "none" : faulty.calls[failing]));
+    check(raised);
+    if (isLast) {
+      EXPECT_FALSE(raised) << raised->what();
+      return errors;
+    }
+  }
+}
 
 } // namespace testsupport

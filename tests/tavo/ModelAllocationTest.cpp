@@ -24,14 +24,21 @@ protected:
   template <class Attempt>
   void sweep(const char* what, const Attempt& attempt) {
     SCOPED_TRACE(what);
-    const std::string before = testsupport::dumpState(model);
-    testsupport::failEachAllocation(attempt, [&](std::size_t count) {
-      tavo::checkInvariants(model);
-      ASSERT_EQ(testsupport::dumpState(model), before) << "allocation " << count;
-      // What was taken out of use by the failure must be of use again.
-      tavo::Transaction unfinished(model);
-      model.create<Node>();
-    });
+    std::string before = testsupport::dumpState(model);
+    testsupport::failEachAllocation(
+        attempt,
+        [&](std::size_t count) {
+          tavo::checkInvariants(model);
+          ASSERT_EQ(testsupport::dumpState(model), before) << "allocation " << count;
+          // What was taken out of use by the failure must be of use again.
+          tavo::Transaction unfinished(model);
+          model.create<Node>();
+        },
+        [&] {
+          EXPECT_TRUE(model.undo());
+          EXPECT_EQ(withoutHistory(testsupport::dumpState(model)), withoutHistory(before));
+          before = testsupport::dumpState(model);
+        });
     const std::string after = testsupport::dumpState(model);
     EXPECT_NE(after, before);
     tavo::checkInvariants(model);
@@ -118,18 +125,12 @@ TEST_F(ModelAllocationTest, BuildersTransactionsAndListeners) {
   tavo::setListenerErrorHandler([&](const std::exception&) { ++failures; });
   auto rank = std::uint32_t{0};
   const auto token = model.addListener([&](const tavo::ChangeSet& changes) { (void)changes.changes().size(); });
-  for (std::size_t count = 0; count < 30; ++count) {
-    const auto value = tavo::Value::of(++rank);
-    testsupport::failAllocationAfter(count);
-    try {
-      kept.setPropertyValue(feature("rank"), value);
-    } catch (const std::bad_alloc&) {
-      --rank;
-    }
-    testsupport::allocationFailed();
-    EXPECT_EQ(kept.getPropertyValue(feature("rank")), tavo::Value::of(rank));
+  const auto expectRank = [&](std::uint32_t expected) {
+    EXPECT_EQ(kept.getPropertyValue(feature("rank")), tavo::Value::of(expected));
     tavo::checkInvariants(model);
-  }
+  };
+  testsupport::failEachAllocation([&] { kept.setPropertyValue(feature("rank"), tavo::Value::of(rank + 1)); },
+                                  [&](std::size_t) { expectRank(rank); }, [&] { expectRank(++rank); });
   EXPECT_GT(failures, 0);
   tavo::setListenerErrorHandler([](const std::exception& error) { std::fprintf(stderr, "%s\n", error.what()); });
 }

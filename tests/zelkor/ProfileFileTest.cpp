@@ -340,37 +340,24 @@ TEST_F(ProfileFileTest, AFileThatSomebodyElseWroteIsNotOverwritten) {
 TEST_F(ProfileFileTest, ASaveThatFailsAnywhereLeavesTheOldFileOrTheNewOneAndSaysTheTruthAboutIt) {
   const auto profile = Profile::newProfile(u"P");
   save(profile);
-  FaultyFileSystem healthy;
-  {
-    const tavo::ScopedFileSystem installed(healthy);
+  std::string before;
+  int round = 0;
+  const auto change = [&] {
     profile.saveToFile(u"");
-  }
-  std::size_t failures = 0;
-  for (std::size_t step = 0; step < healthy.calls.size(); ++step) {
-    // Of the many writes, the first and the last.
-    if (step > 0 && step + 1 < healthy.calls.size() && healthy.calls[step - 1] == "write" &&
-        healthy.calls[step] == "write" && healthy.calls[step + 1] == "write")
-      continue;
-    SCOPED_TRACE(healthy.calls[step]);
-    profile.saveToFile(u"");
-    const auto before = contentOf(file("P.xml"));
-    profile.setDescription(text("round " + std::to_string(100000 + step)));
-    FaultyFileSystem faulty;
-    faulty.failing = step;
-    bool notSynced = false;
-    try {
-      const tavo::ScopedFileSystem installed(faulty);
-      profile.saveToFile(u"");
-    } catch (const tavo::Error& error) {
-      ++failures;
-      notSynced = error.id() == "tavo:io:SavedButNotSynced";
-    }
-    const auto after = contentOf(file("P.xml"));
-    EXPECT_EQ(profile.dirty(), after == before);
-    EXPECT_TRUE(!notSynced || after != before);
-    EXPECT_EQ(profile.filePath(), text(file("P.xml")));
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 2); // the profile and the working folder
-  }
+    before = contentOf(file("P.xml"));
+    profile.setDescription(text("round " + std::to_string(++round)));
+  };
+  change();
+  const auto failures = testsupport::failEachCall(
+      FaultyFileSystem(1000), [&] { profile.saveToFile(u""); },
+      [&](const auto& error) {
+        const bool isNew = contentOf(file("P.xml")) != before;
+        EXPECT_EQ(isNew, !error || error->id() == "tavo:io:SavedButNotSynced");
+        EXPECT_EQ(profile.dirty(), !isNew);
+        EXPECT_EQ(profile.filePath(), text(file("P.xml")));
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 2); // the profile and the working folder
+        change();
+      });
   EXPECT_GT(failures, 8u);
 }
 
@@ -381,24 +368,14 @@ TEST_F(ProfileFileTest, AnExportThatFailsAnywhereLeavesWhatWasThereOrAWholeCopy)
   const auto exportIt = [&] { profile.exportToPrevious(text(file("old.xml")), u"Plover"); };
   exportIt();
   const auto whole = contentOf(file("old.xml"));
-  bool failed = true;
-  for (std::size_t step = 0; failed; ++step) {
-    ASSERT_LT(step, 1000u);
-    write(file("old.xml"), "what was there");
-    FaultyFileSystem faulty;
-    faulty.failing = step, faulty.mostAtOnce = 10'000;
-    bool notSynced = false;
-    try {
-      const tavo::ScopedFileSystem installed(faulty);
-      exportIt();
-      failed = false;
-    } catch (const tavo::Error& error) {
-      EXPECT_EQ(error.id(), "Velmora:Profile:CannotExportToPrevious");
-      notSynced = error.cause()->id() == "tavo:io:SavedButNotSynced";
-    }
-    EXPECT_EQ(contentOf(file("old.xml")), notSynced || !failed ? whole : "what was there") << step;
+  write(file("old.xml"), "what was there");
+  testsupport::failEachCall(FaultyFileSystem(1000), exportIt, [&](const auto& error) {
+    EXPECT_TRUE(!error || error->id() == "Velmora:Profile:CannotExportToPrevious");
+    const bool isNew = !error || error->cause()->id() == "tavo:io:SavedButNotSynced";
+    EXPECT_EQ(contentOf(file("old.xml")), isNew ? whole : "what was there");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 3); // both files and the working folder
-  }
+    write(file("old.xml"), "what was there");
+  });
   EXPECT_TRUE(profile.dirty());
   EXPECT_EQ(profile.filePath(), text(file("P.xml")));
 }
@@ -444,26 +421,15 @@ TEST_F(ProfileFileTest, AnExportThatWouldDoHarmSaysWhyNot) {
 TEST_F(ProfileFileTest, ALoadWhoseFileCannotBeReadToTheEndLeavesNothing) {
   saveParentAndChildFor(u"Thrush"); // brought up to date on the way
   announced();
-  for (std::size_t step = 0;; ++step) {
-    ASSERT_LT(step, 10000u);
-    FaultyFileSystem faulty;
-    faulty.failing = step;
-    const auto models = tavo::Constellation::process().models().size();
-    const tavo::ScopedFileSystem installed(faulty);
-    try {
-      load("Child");
-    } catch (const tavo::Error&) {
-      EXPECT_EQ(catalog().getLoadedProfileNames(), Texts{}) << step;
-      EXPECT_EQ(tavo::Constellation::process().models().size(), models) << step;
-      EXPECT_EQ(announced(), "");
-      continue;
-    }
-    EXPECT_EQ(announced(), "+Parent+Child");
-    if (faulty.calls.size() <= step)
-      break;
-    catalog().unloadAllProfiles();
-    announced();
-  }
+  const auto models = tavo::Constellation::process().models().size();
+  testsupport::failEachCall(
+      FaultyFileSystem(), [&] { load("Child"); },
+      [&](const auto& error) {
+        EXPECT_EQ(announced(), error ? "" : "+Parent+Child");
+        catalog().unloadAllProfiles();
+        EXPECT_EQ(announced(), error ? "" : "-Child-Parent");
+        EXPECT_EQ(tavo::Constellation::process().models().size(), models);
+      });
 }
 
 TEST_F(ProfileFileTest, UnloadingNamesOneOrAll) {

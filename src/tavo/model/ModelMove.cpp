@@ -95,7 +95,8 @@ void ModelData::reserveArrival(ModelData& other, const std::vector<Replacement>&
       if (const MetaProperty& feature = link.feature(); feature.isMany())
         newcomers.push_back({listField(*link.source(), feature).list, object});
       if (const MetaProperty* opposite = link.feature().opposite(); opposite && opposite->isMany())
-        newcomers.push_back({&listFor(*object, *opposite), link.source()});
+        // In memory of the model that still has the object, and keeps it if something fails.
+        newcomers.push_back({&object->data().listFor(*object, *opposite), link.source()});
     });
   std::sort(newcomers.begin(), newcomers.end(),
             [](const Newcomer& a, const Newcomer& b) { return std::less<>()(a.list, b.list); });
