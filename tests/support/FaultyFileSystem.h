@@ -57,6 +57,12 @@ public:
   void rename(const Path& from, const Path& to) override {
     call(locked_ ? "rename" : "rename without lock"), real_.rename(from, to);
   }
+  void link(const Path& file, const Path& name) override {
+    call("link");
+    if (!linking)
+      throw std::system_error(EPERM, std::generic_category());
+    real_.link(file, name);
+  }
   void remove(const Path& path) override {
     // Cleaning up comes after a failure and does not fail as well.
     calls.emplace_back("remove");
@@ -66,6 +72,7 @@ public:
   std::size_t failing = never;
   bool fromThereOn = false;
   bool killing = false;
+  bool linking = true; ///< files may have two names
   std::size_t mostAtOnce;
   std::string garbled{}; ///< reaches the disk as something else
   int error = EIO;

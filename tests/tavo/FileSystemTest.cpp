@@ -153,6 +153,39 @@ TEST_F(FileSystemTest, WhicheverCallFailsTheFileIsOldOrNewAndNothingIsLeft) {
   }
 }
 
+TEST_F(FileSystemTest, WhicheverCallFailsABackupIsThereIfAndOnlyIfTheFileIsNew) {
+  for (const bool linking : {true, false}) {
+    put(path("file"), old_);
+    fs::permissions(path("file"), fs::perms(0640));
+    FaultyFileSystem faulty;
+    faulty.linking = linking;
+    const auto replace = [&] { saveWithBackup(path("file"), path("backup"), [&] { save(path("file"), new_); }); };
+    const auto errors = testsupport::failEachCall(faulty, replace, [&](const auto& error) {
+      if (error && error->id() != FrameworkError::SavedButNotSynced) {
+        EXPECT_THAT(names(), ElementsAre("file"));
+        EXPECT_EQ(get(path("file")), old_);
+        return;
+      }
+      EXPECT_EQ(get(path("file")), new_);
+      EXPECT_EQ(get(path("backup")), old_);
+      EXPECT_EQ(modeOf(path("backup")), 0640u);
+      fs::rename(path("backup"), path("file"));
+    });
+    EXPECT_GT(errors, 15u);
+    fs::create_hard_link(path("file"), path("backup")); // as an attempt leaves it that was killed
+    replace();
+    EXPECT_EQ(get(path("backup")), old_);
+    EXPECT_ERROR(replace(), FrameworkError::BackupExists, path("backup"));
+    for (const auto* target : {"file", "nothing"}) {
+      fs::remove(path("backup"));
+      fs::create_symlink(target, path("backup"));
+      EXPECT_ERROR(replace(), FrameworkError::BackupExists, path("backup"));
+    }
+    fs::remove(path("backup"));
+    EXPECT_THAT(names(), ElementsAre("file"));
+  }
+}
+
 TEST_F(FileSystemTest, ProcessThatIsKilledWhileItWritesLeavesNothing) {
   if (const int unnamed = ::open(folder_.c_str(), O_WRONLY | O_TMPFILE, 0600); unnamed >= 0)
     ::close(unnamed);

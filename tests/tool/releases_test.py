@@ -231,7 +231,7 @@ class ReleasesTest(CommandTestCase):
         done = self.run_command("upgrade", "Works.xml", "--backup", "--json")
         self.assertEqual((done.returncode, done.stderr), (1, ""))
         told = json.loads(done.stdout)
-        self.assertEqual((told["files"], [f["id"] for f in told["findings"]]), ([], ["zelkor:model:FileExists"]))
+        self.assertEqual((told["files"], [f["id"] for f in told["findings"]]), ([], ["tavo:io:BackupExists"]))
         self.assertEqual(self.files(), before)
         # The profile is in another folder, and is found there because it is upgraded, too.
         (self.folder / "profiles").mkdir()

@@ -8,6 +8,8 @@ namespace tavo {
 /// In alphabetical order. The parentheses name the arguments, in the order of the placeholders in messages.toml; the
 /// build checks both lists against each other. A "place" is a file name with line and column, or what there is of them.
 struct FrameworkError {
+  /// (path) A backup of a file has the name of something else.
+  static constexpr ErrorId BackupExists{"tavo:io:BackupExists"};
   /// (object class, feature, expected class) An object of the wrong class is added to a feature.
   static constexpr ErrorId CannotAddIncompatibleTypes{"tavo:messages:CannotAddIncompatibleTypes"};
   /// (feature) An empty handle or a destroyed object is added.

@@ -153,6 +153,11 @@ public:
       fail();
   }
 
+  void link(const Path& file, const Path& name) override {
+    if (::link(file.c_str(), name.c_str()) != 0)
+      fail();
+  }
+
   void remove(const Path& path) override {
     if (::unlink(path.c_str()) != 0)
       fail();
@@ -352,9 +357,12 @@ std::size_t InputFile::read(char* to, std::size_t size) {
   }
 }
 
-Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
-                           const Expectation& expected,
-                           const std::function<void(const std::filesystem::path&)>& check) {
+namespace {
+
+/// `model` is a file whose access rights a new one gets.
+Fingerprint saveLike(const std::optional<FileInfo>& model, const std::filesystem::path& path,
+                     const std::function<void(ByteSink&)>& write, const Expectation& expected,
+                     const std::function<void(const std::filesystem::path&)>& check) {
   FileSystem& fileSystem = FileSystem::current();
   FileSystem::Path target;
   std::optional<FileInfo> old;
@@ -365,7 +373,7 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
     target = fileSystem.followLinks(path);
     old = requireReplaceable(fileSystem, target, path, expected);
     folder.emplace(fileSystem, fileSystem.openFolder(target.has_parent_path() ? target.parent_path() : "."));
-    temporary.emplace(fileSystem, target, old);
+    temporary.emplace(fileSystem, target, old ? old : model);
   } catch (const std::system_error& error) {
     raiseNotWritten(path, old, error);
   }
@@ -393,6 +401,93 @@ Fingerprint saveAtomically(const std::filesystem::path& path, const std::functio
     raise(FrameworkError::SavedButNotSynced, path, reasonOf(error));
   }
   return fingerprint;
+}
+
+/// What a file held, under another name; removed by the destructor unless it is to be kept.
+class Backup {
+public:
+  Backup(FileSystem& fileSystem, FileSystem::Path name) : fileSystem_(fileSystem), name_(std::move(name)) {}
+  Backup(const Backup&) = delete;
+  ~Backup() {
+    try {
+      if (isMade_ && !isNeeded_)
+        fileSystem_.remove(name_);
+    } catch (const std::exception&) {
+      // What led here says more.
+    }
+  }
+
+  void make(const FileSystem::Path& path) {
+    const auto target = fileSystem_.followLinks(path);
+    const auto old = fileSystem_.find(target);
+    if (const auto there = fileSystem_.find(name_)) {
+      if (!old || there->fingerprint != old->fingerprint || fileSystem_.followLinks(name_) != name_)
+        raise(FrameworkError::BackupExists, name_);
+      return;
+    }
+    try {
+      fileSystem_.link(target, name_); // saving makes a new file, so the old one stays what it is
+    } catch (const std::system_error& error) {
+      if (error.code() == std::errc::file_exists)
+        raise(FrameworkError::BackupExists, name_);
+      copy(target, old);
+    }
+    isMade_ = true;
+  }
+  void sync() const {
+    const FileHandle file(fileSystem_, fileSystem_.open(name_));
+    fileSystem_.sync(file.get());
+    const FileHandle folder(fileSystem_, fileSystem_.openFolder(name_.has_parent_path() ? name_.parent_path() : "."));
+    fileSystem_.sync(folder.get());
+  }
+  void keep() { isNeeded_ = true; }
+
+private:
+  void copy(const FileSystem::Path& target, const std::optional<FileInfo>& old) const {
+    const auto write = [&](ByteSink& sink) {
+      InputFile file(target);
+      char bytes[1 << 14];
+      while (const auto size = file.read(bytes, sizeof bytes))
+        sink.write({bytes, size});
+    };
+    try {
+      saveLike(old, name_, write, Expectation::nothing(), {});
+    } catch (const Error& error) {
+      if (error.id() != FrameworkError::SavedButNotSynced) // which is tried again
+        throw;
+    }
+  }
+
+  FileSystem& fileSystem_;
+  FileSystem::Path name_;
+  bool isMade_ = false, isNeeded_ = false;
+};
+
+} // namespace
+
+Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
+                           const Expectation& expected,
+                           const std::function<void(const std::filesystem::path&)>& check) {
+  return saveLike({}, path, write, expected, check);
+}
+
+void saveWithBackup(const std::filesystem::path& path, const std::filesystem::path& backup,
+                    const std::function<void()>& save) {
+  Backup kept(FileSystem::current(), backup);
+  try {
+    kept.make(path);
+    kept.sync();
+  } catch (const std::system_error& error) {
+    raise(FrameworkError::CannotWrite, backup, reasonOf(error));
+  }
+  try {
+    save();
+  } catch (const Error& error) {
+    if (error.id() == FrameworkError::SavedButNotSynced)
+      kept.keep();
+    throw;
+  }
+  kept.keep();
 }
 
 std::filesystem::path toPath(std::u16string_view text) { return toUtf8(text); }

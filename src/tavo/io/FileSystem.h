@@ -74,6 +74,8 @@ public:
   virtual void close(Handle file) = 0;
 
   virtual void rename(const Path& from, const Path& to) = 0;
+  /// Gives a file a second name, which nothing has yet. Not every file system can, nor between any two folders.
+  virtual void link(const Path& file, const Path& name) = 0;
   virtual void remove(const Path& path) = 0;
   /// The file system of the process: the operating system's, unless another one is installed.
   static FileSystem& current();
@@ -178,6 +180,15 @@ private:
 TAVO_EXPORT Fingerprint saveAtomically(const std::filesystem::path& path, const std::function<void(ByteSink&)>& write,
                                        const Expectation& expected = Expectation::anything(),
                                        const std::function<void(const std::filesystem::path&)>& check = {});
+
+/// Calls `save`, which replaces a file, while what it holds now is kept beside it under another name: the old file
+/// itself, or where that cannot have two names, a copy with its mode. The backup is on the disk before `save` is
+/// called; it is removed again when `save` raises, unless that says that the new file is in place.
+///
+/// Raises BackupExists when something else has that name already. The old file itself may have it, as after an attempt
+/// that was killed.
+TAVO_EXPORT void saveWithBackup(const std::filesystem::path& path, const std::filesystem::path& backup,
+                                const std::function<void()>& save);
 
 /// The path that a text names; raises InvalidUtf16 where it can name none.
 TAVO_EXPORT std::filesystem::path toPath(std::u16string_view text);

@@ -2,10 +2,8 @@
 #include "tools/zelkor/command/Commands.h"
 #include "tools/zelkor/command/Files.h"
 #include "tools/zelkor/command/Report.h"
-#include "tools/zelkor/model/Errors.h"
 
 #include "kavra/Text.h"
-#include "tavo/core/Errors.h"
 #include "tavo/io/FileSystem.h"
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/evolution/ReleaseRegistry.h"
@@ -16,6 +14,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <iostream>
 #include <optional>
 
@@ -26,64 +25,6 @@ namespace fs = std::filesystem;
 using kavra::toUtf8;
 using nlohmann::ordered_json;
 using property::evolution::ReleaseRegistry;
-
-/// Leaves the old file beside the new one that is about to take its place, and removes it again unless that happens.
-class Backup {
-public:
-  Backup(const fs::path& path, const std::string& version) : path_(path.string() + "." + version) {
-    const auto old = fs::canonical(path);
-    std::error_code cannotLink;
-    fs::create_hard_link(old, path_, cannotLink); // saving makes a new file, so the old one stays what it is
-    if (cannotLink) {
-      if (fs::exists(fs::symlink_status(path_)))
-        tavo::raise(ModelCommandError::FileExists, path_.string());
-      try {
-        fs::copy_file(old, path_);
-      } catch (const fs::filesystem_error&) {
-        fs::remove(path_, cannotLink); // half of a copy
-        throw;
-      }
-    }
-  }
-  Backup(const Backup&) = delete;
-  ~Backup() {
-    std::error_code ignored; // the failure to upgrade is what counts
-    if (!isNeeded_)
-      fs::remove(path_, ignored);
-  }
-  /// Returns when it is on the disk.
-  void sync() const {
-    auto& system = tavo::FileSystem::current();
-    const tavo::FileHandle file(system, system.open(path_));
-    system.sync(file.get());
-    const tavo::FileHandle folder(system, system.openFolder(folderOf(path_)));
-    system.sync(folder.get());
-  }
-  void keep() { isNeeded_ = true; }
-
-private:
-  fs::path path_;
-  bool isNeeded_ = false;
-};
-
-/// Saves with a backup, if one is wanted. What has been replaced although the disk reports a fault keeps its backup.
-template <class Save>
-void replace(const fs::path& path, const std::optional<std::string>& backupVersion, const Save& save) {
-  std::optional<Backup> backup;
-  if (backupVersion) {
-    backup.emplace(path, *backupVersion);
-    backup->sync();
-  }
-  try {
-    save();
-  } catch (const tavo::Error& error) {
-    if (backup && error.id() == tavo::FrameworkError::SavedButNotSynced)
-      backup->keep();
-    throw;
-  }
-  if (backup)
-    backup->keep();
-}
 
 /// Brings one file up to date; the version that it had, or nothing if that was the present one already.
 std::string upgrade(const fs::path& path, bool backup, bool leaveOut) {
@@ -99,15 +40,20 @@ std::string upgrade(const fs::path& path, bool backup, bool leaveOut) {
     version = toUtf8(ReleaseRegistry::releases().back().version);
   if (version.empty())
     return {};
-  const auto backupVersion = backup ? std::optional(version) : std::nullopt;
+  const auto replace = [&](const std::function<void()>& save) {
+    if (backup)
+      tavo::saveWithBackup(path, path.string() + "." + version, save);
+    else
+      save();
+  };
   if (!profile::ProfileNamespace::getProfileNamespace(model)) {
-    replace(path, backupVersion, [&] { tavo::saveModel(model, path, tavo::Expectation::unchanged(seen)); });
+    replace([&] { tavo::saveModel(model, path, tavo::Expectation::unchanged(seen)); });
   } else {
     // The values of a model may have to find their profiles first.
     auto file = ModelFile::take(model, path, seen, version);
     if (leaveOut && file.differences().p_MissingProfiles().empty())
       file.leaveOutLost();
-    replace(path, backupVersion, [&] { file.save(); });
+    replace([&] { file.save(); });
   }
   return version;
 }
