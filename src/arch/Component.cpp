@@ -52,6 +52,13 @@ void Component::Impl::checkName(const tavo::String& name, const Element& element
     tavo::raise(tavo::FrameworkError::UniquenessConstraint, present.object().containingProperty()->name(), name);
 }
 
+bool Component::Impl::holds(const Element& element) const {
+  for (auto owner = element.getOwner(); owner; owner = owner.getOwner())
+    if (owner == handle())
+      return true;
+  return false;
+}
+
 Element Component::Impl::findElement(const tavo::String& path) const {
   Element found(handle().get());
   for (std::u16string_view rest = path; !rest.empty() && found;) {

@@ -1,6 +1,6 @@
 #include "arch/Connector.impl.h"
 
-#include "arch/Component.h"
+#include "arch/Component.impl.h"
 #include "arch/Errors.h"
 #include "arch/Port.h"
 #include "tavo/model/Transaction.h"
@@ -11,21 +11,10 @@ namespace zelkor {
 using internal::NamedElement;
 using internal::clone::CloneContext;
 
-namespace {
-
-bool isWithin(const Element& element, const Component& component) {
-  for (auto owner = element.getOwner(); owner; owner = owner.getOwner())
-    if (owner == component)
-      return true;
-  return false;
-}
-
-} // namespace
-
 void Connector::Impl::connect(const Port& source, const Port& target) {
   const auto home = getOwner();
   for (const auto& port : {source, target})
-    if (port && !isWithin(port, home))
+    if (port && !(home && static_cast<Component::Impl&>(home.object()).holds(port)))
       tavo::raise(ElementError::ConnectorEndOutside, getP_Name(), port.getPath());
   tavo::Transaction transaction(model());
   setSource(source);

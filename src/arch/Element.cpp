@@ -32,6 +32,33 @@ std::vector<tavo::Uuid> outwardFeatures() {
   return ids;
 }
 
+bool holds(const Component& component, const Element& element) {
+  return static_cast<Component::Impl&>(component.object()).holds(element);
+}
+
+/// Raises ConnectorEndOutside when a connector does not reach its ends any more once `moved`, to which the element
+/// belongs, is part of another component.
+void requireReach(const Element& element, const Element& moved, const Component& newOwner) {
+  if (const auto port = element.as<Port>())
+    for (const auto& connectors : {port.outgoing().toVector(), port.incoming().toVector()})
+      for (const auto& connector : connectors) {
+        const auto home = connector.getOwner();
+        const bool movesAlong = !home || home == moved || (moved.as<Component>() && holds(moved.as<Component>(), home));
+        if (!movesAlong && home != newOwner && !holds(home, newOwner))
+          tavo::raise(ElementError::ConnectorEndOutside, connector.getName(), port.getPath());
+      }
+  if (const auto connector = element.as<Connector>(); connector && connector == moved)
+    for (const auto& end : {connector.source(), connector.target()})
+      if (end && !holds(newOwner, end))
+        tavo::raise(ElementError::ConnectorEndOutside, connector.getName(), end.getPath());
+  if (const auto component = element.as<Component>()) {
+    for (const auto& port : component.ports())
+      requireReach(port, moved, newOwner);
+    for (const auto& part : component.components())
+      requireReach(part, moved, newOwner);
+  }
+}
+
 bool isDangling(const Connector& connector) { return !connector.source() || !connector.target(); }
 
 } // namespace
@@ -86,6 +113,7 @@ void Element::Impl::reparent(const tavo::ModelElement& newOwner) {
   if (!owner)
     tavo::raise(ElementError::NotAComponent, getPath(), newOwner ? newOwner.objectClass().name() : "");
   static_cast<Component::Impl&>(owner.object()).checkName(getP_Name(), This());
+  requireReach(This(), This(), owner);
   tavo::Transaction transaction(model());
   if (auto* present = container())
     present->remove(*containingProperty(), this);

@@ -87,8 +87,15 @@ TEST_F(ElementsTest, PathsAndNamesFollowTheTree) {
   EXPECT_ERROR_UNCHANGED(model(), inlet.reparent(pipe), "Velmora:Architecture:NotAComponent",
                          u"Factory/Hall/Main/inlet", u"Connector");
 
+  // What connectors lead to does not get out of their reach.
+  for (const auto& moved : {Element(pump), Element(inlet)})
+    EXPECT_ERROR_UNCHANGED(model(), moved.reparent(factory), "Velmora:Architecture:ConnectorEndOutside", u"pipe",
+                           u"Factory/Hall/Main/inlet");
+  pipe.reparent(factory);
   pump.reparent(factory);
   EXPECT_EQ(inlet.getPath().toUtf8(), "Factory/Main/inlet");
+  EXPECT_ERROR_UNCHANGED(model(), pipe.reparent(hall), "Velmora:Architecture:ConnectorEndOutside", u"pipe",
+                         u"Factory/Main/inlet");
   inlet.destroy();
   EXPECT_TRUE(pipe) << "and its end dangles";
   EXPECT_FALSE(pipe.target());
