@@ -198,6 +198,52 @@ TEST_F(FollowingTest, RemovingAProfileTakesItsStereotypesOff) {
   checkInvariants(model());
 }
 
+TEST_F(FollowingTest, AProfileThatHasBecomeCircularOnDiskIsNotFollowed) {
+  const auto power = stereotype(u"Machine").getPropertySet().getPropertyByName(u"power");
+  const auto turbine = add(plant, u"Turbine", u"Plant.Pump");
+  save(plant);
+  modelFile.synchronize();
+  modelFile.saveAs(file("plant.xml"));
+  const auto before = tavo::modelText(model());
+  const auto good = contentOf(file("Plant.xml"));
+  // What referred to the first of two things leads to the second one, which comes from there.
+  const struct {
+    tavo::Uuid from, to;
+    std::string named;
+  } rows[] = {
+      {stereotype(u"Machine").Uuid(), turbine.Uuid(), "Plant.Pump"},
+      {power.ownedType().getBaseType().Uuid(), power.ownedType().Uuid(), "Plant.Machine.power"},
+  };
+  for (const auto& [from, to, named] : rows) {
+    SCOPED_TRACE(named);
+    auto content = good;
+    const auto target = "targetId=\"" + tavo::toText(from);
+    ASSERT_NE(content.find(target), content.npos);
+    content.replace(content.find(target), target.size(), "targetId=\"" + tavo::toText(to));
+    catalog().unloadAllProfiles();
+    write(file("Plant.xml"), content);
+    auto anew = ModelFile::open(file("plant.xml"));
+    for (auto* each : {&modelFile, &anew}) {
+      try {
+        each->synchronize();
+        ADD_FAILURE();
+      } catch (const tavo::Error& error) {
+        EXPECT_EQ(error.id(), "Velmora:Architecture:UnhealthyProfile");
+        EXPECT_EQ(error.arguments().at(0), u"Plant");
+        EXPECT_NE(error.arguments().at(1).toUtf8().find(named), std::string::npos) << error.what();
+      }
+      EXPECT_EQ(tavo::modelText(each->model()), before);
+      EXPECT_FALSE(each->isDirty());
+      checkInvariants(each->model());
+    }
+    EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W");
+  }
+  catalog().unloadAllProfiles();
+  write(file("Plant.xml"), good);
+  modelFile.synchronize();
+  EXPECT_EQ(tavo::modelText(model()), before);
+}
+
 /// The profiles "Parent", and "Child" with a stereotype below that of "Parent"; the pump carries it.
 class FollowingSeveralTest : public FollowingTest {
 protected:

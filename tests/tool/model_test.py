@@ -188,7 +188,7 @@ class ModelTest(CommandTestCase):
         before = self.content()
         done = self.run_command("sync", "m.xml")
         self.assertEqual((done.returncode, done.stdout), (1, ""))
-        self.assertIn('zelkor:model:UnhealthyProfile: The profile "Plant" has a fault', done.stderr)
+        self.assertIn('Velmora:Architecture:UnhealthyProfile: The profile "Plant" has a fault', done.stderr)
         self.assertIn("Plant.Machine.power", done.stderr)
         self.run_well("new", "n.xml")
         done = self.run_command("import", "n.xml", "Plant")

@@ -99,6 +99,8 @@ struct ArchitectureError {
   static constexpr ErrorId NotAnArchitectureModel{"Velmora:Architecture:NotAnArchitectureModel"};
   /// (profile) A profile is to be removed from a model that does not use it.
   static constexpr ErrorId ProfileNotAttached{"Velmora:Architecture:ProfileNotAttached"};
+  /// (profile, fault) A model is to follow a profile in which the health check has found a fault.
+  static constexpr ErrorId UnhealthyProfile{"Velmora:Architecture:UnhealthyProfile"};
 };
 
 struct FixitError {

@@ -4,6 +4,7 @@
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/framework/Errors.h"
+#include "zelkor/profile/Profile.h"
 #include "zelkor/profile/ProfileCatalog.h"
 #include "zelkor/profile/ProfileNamespace.impl.h"
 #include "zelkor/profile/ProfileResolver.h"
@@ -150,6 +151,9 @@ ProfileUseChecker ModelFile::checkProfiles() {
 }
 
 void ModelFile::synchronize() {
+  for (const auto& profile : profiles().getAllResolvedProfiles(false))
+    if (profile.getIsUnhealthyOnLoad())
+      raise(ArchitectureError::UnhealthyProfile, profile.getName(), profile.healthCheckErrorOnLoad());
   const auto found = checkProfiles();
   found.setP_MissingProfiles({}); // what is missing may come back
   profiles().synchronizePostLoad(found);

@@ -41,6 +41,7 @@ public:
   /// Compares again.
   profile::ProfileUseChecker checkProfiles();
   /// Brings the model in line with its profiles, except that nothing which only missing ones could tell is touched.
+  /// Raises UnhealthyProfile when one of them was loaded with a fault: what is wrong there must not become right here.
   void synchronize();
 
   /// Where the model was opened from or last saved to; empty for a new one.

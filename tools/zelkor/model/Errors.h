@@ -36,8 +36,6 @@ struct ModelCommandError {
   static constexpr ErrorId NotYesOrNo{"zelkor:model:NotYesOrNo"};
   /// (element, property, line) A value is given twice.
   static constexpr ErrorId SetTwice{"zelkor:model:SetTwice"};
-  /// (profile, message) A model cannot follow a profile that has a fault.
-  static constexpr ErrorId UnhealthyProfile{"zelkor:model:UnhealthyProfile"};
   /// (column, suggestion) A table has a column that means nothing.
   static constexpr ErrorId UnknownColumn{"zelkor:model:UnknownColumn"};
   /// (element, suggestion) There is no such element.

@@ -106,12 +106,6 @@ void OpenModel::tellOfChanges() const {
     warn("the profiles have changed; \"zelkor sync --dry-run\" tells how");
 }
 
-void OpenModel::requireHealthyProfiles() const {
-  for (const auto& profile : profiles().getAllResolvedProfiles(false))
-    if (profile.getIsUnhealthyOnLoad())
-      tavo::raise(ModelCommandError::UnhealthyProfile, profile.getName(), profile.healthCheckErrorOnLoad());
-}
-
 void OpenModel::warn(const std::string& text) const { std::cerr << name_ << ": " << text << '\n'; }
 
 std::vector<Element> OpenModel::elements() const {

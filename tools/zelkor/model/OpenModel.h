@@ -23,8 +23,6 @@ public:
   explicit OpenModel(const std::filesystem::path& path);
   /// Prints there that the profiles have changed, if they have.
   void tellOfChanges() const;
-  /// Raises UnhealthyProfile when one of the profiles has a fault.
-  void requireHealthyProfiles() const;
 
   const std::string& name() const { return name_; }
   ModelFile& file() { return file_; }
