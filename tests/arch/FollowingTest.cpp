@@ -6,6 +6,8 @@
 #include "zelkor/profile/ProfileUseChecker.h"
 #include "zelkor/property/ValueType.h"
 
+#include <functional>
+
 namespace zelkor {
 namespace {
 
@@ -200,26 +202,35 @@ TEST_F(FollowingTest, RemovingAProfileTakesItsStereotypesOff) {
 
 TEST_F(FollowingTest, AProfileThatHasBecomeCircularOnDiskIsNotFollowed) {
   const auto power = stereotype(u"Machine").getPropertySet().getPropertyByName(u"power");
-  const auto turbine = add(plant, u"Turbine", u"Plant.Pump");
+  const auto turbine = add(plant, u"Turbine", u"Plant.Pump").Uuid(), own = power.ownedType().Uuid();
+  const auto machine = stereotype(u"Machine").Uuid();
   save(plant);
   modelFile.synchronize();
   modelFile.saveAs(file("plant.xml"));
   const auto before = tavo::modelText(model());
   const auto good = contentOf(file("Plant.xml"));
-  // What referred to the first of two things leads to the second one, which comes from there.
-  const struct {
-    tavo::Uuid from, to;
-    std::string named;
-  } rows[] = {
-      {stereotype(u"Machine").Uuid(), turbine.Uuid(), "Plant.Pump"},
-      {power.ownedType().getBaseType().Uuid(), power.ownedType().Uuid(), "Plant.Machine.power"},
+  using Content = std::string;
+  const auto replaceAfter = [](Content& content, const std::string& mark, const std::string& what, const Content& by) {
+    const auto from = content.find(what, content.find(mark)) + what.size();
+    content.replace(from, content.find('"', from) - from, by);
   };
-  for (const auto& [from, to, named] : rows) {
+  const std::pair<std::string, std::function<void(Content&)>> rows[] = {
+      {"Plant.Pump", // below "Turbine", which is below it
+       [&](Content& content) {
+         replaceAfter(content, "targetId=\"" + tavo::toText(machine), "targetId=\"", tavo::toText(turbine));
+       }},
+      {"Plant.Machine.power", // of a type that is its own base
+       [&](Content& content) {
+         const auto line = content.rfind('<', content.find("targetId=\"" + tavo::toText(own)));
+         const auto anchor = content.find(" as=\"", line) + 5;
+         replaceAfter(content, "<ownedType class=\"FloatType\" uuid=\"" + tavo::toText(own), "typeProxy=\"",
+                      content.substr(anchor, content.find('"', anchor) - anchor));
+       }},
+  };
+  for (const auto& [named, damage] : rows) {
     SCOPED_TRACE(named);
     auto content = good;
-    const auto target = "targetId=\"" + tavo::toText(from);
-    ASSERT_NE(content.find(target), content.npos);
-    content.replace(content.find(target), target.size(), "targetId=\"" + tavo::toText(to));
+    damage(content);
     catalog().unloadAllProfiles();
     write(file("Plant.xml"), content);
     auto anew = ModelFile::open(file("plant.xml"));

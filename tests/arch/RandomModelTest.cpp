@@ -495,7 +495,16 @@ RC_GTEST_FIXTURE_PROP(RandomModelTest, AModelIsWhatWasDoneToItAndItsProfiles, ()
       expectSame(steps.back());
       continue;
     case 12:
-      modelFile.synchronize();
+      if (std::ranges::any_of(profiles().getAllResolvedProfiles(false), &profile::Profile::getIsUnhealthyOnLoad)) {
+        RC_ASSERT(testsupport::raises([&] { modelFile.synchronize(); }, "Velmora:Architecture:UnhealthyProfile", {}));
+        expectSame(plain);
+        const auto found = modelFile.checkProfiles(); // of a host that insists
+        found.setP_MissingProfiles({});
+        profiles().synchronizePostLoad(found);
+        modelFile.checkProfiles();
+      } else {
+        modelFile.synchronize();
+      }
       follow(plain);
       RC_ASSERT(differences() == "");
       break;
