@@ -359,8 +359,8 @@ std::size_t InputFile::read(char* to, std::size_t size) {
 
 namespace {
 
-/// `model` is a file whose access rights a new one gets.
-Fingerprint saveLike(const std::optional<FileInfo>& model, const std::filesystem::path& path,
+/// A new file gets the access rights of `example`.
+Fingerprint saveLike(const std::optional<FileInfo>& example, const std::filesystem::path& path,
                      const std::function<void(ByteSink&)>& write, const Expectation& expected,
                      const std::function<void(const std::filesystem::path&)>& check) {
   FileSystem& fileSystem = FileSystem::current();
@@ -373,7 +373,7 @@ Fingerprint saveLike(const std::optional<FileInfo>& model, const std::filesystem
     target = fileSystem.followLinks(path);
     old = requireReplaceable(fileSystem, target, path, expected);
     folder.emplace(fileSystem, fileSystem.openFolder(target.has_parent_path() ? target.parent_path() : "."));
-    temporary.emplace(fileSystem, target, old ? old : model);
+    temporary.emplace(fileSystem, target, old ? old : example);
   } catch (const std::system_error& error) {
     raiseNotWritten(path, old, error);
   }
