@@ -21,8 +21,4 @@ struct IdentitySources {
 tavo::Model withIdentities(const tavo::Model& model, const IdentitySources& sources, const ExactFacts& facts,
                            Findings& findings);
 
-/// The facts that `withIdentities` has to be given to make `wanted` from `built`. `file` stands in errors: raises
-/// CannotDescribe for what no fact can say.
-ExactFacts differences(const tavo::Model& built, const tavo::Model& wanted, const std::string& file);
-
 } // namespace zelkor::text

@@ -2,7 +2,7 @@
 
 #include "tools/zelkor/text/Defaults.h"
 #include "tools/zelkor/text/Errors.h"
-#include "tools/zelkor/text/Identities.h"
+#include "tools/zelkor/text/ExactFacts.h"
 #include "tools/zelkor/text/Keywords.h"
 #include "tools/zelkor/text/ProfileBuilder.h"
 #include "tools/zelkor/text/ProfileReader.h"
