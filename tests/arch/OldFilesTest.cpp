@@ -6,11 +6,13 @@
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/meta/ValueStruct.h"
+#include "zelkor/property/PropertyDefinition.h"
 
 namespace zelkor {
 namespace {
 
 namespace fs = std::filesystem;
+using profile::text;
 
 class OldFilesTest : public profile::ProfileFixture {
 protected:
@@ -40,6 +42,48 @@ TEST_F(OldFilesTest, ModelsOfTheFirstReleaseKeepStereotypesAndValues) {
   EXPECT_FALSE(model.isDirty());
   model.save();
   tavo::checkInvariants(model.model());
+}
+
+// Properties of a set stood in a list, which let several have one name; values follow in the order of these.
+TEST_F(OldFilesTest, ValuesFindTheirPropertiesAmongThoseOfOneName) {
+  const auto profile = bring("Plant.xml"), path = bring("models/Works.xml");
+  const auto insert = [](const fs::path& into, const std::string& before, const std::string& what) {
+    auto content = contentOf(into);
+    ASSERT_NE(content.find(before), content.npos);
+    write(into, content.insert(content.find(before), what));
+  };
+  const auto oldProfile = contentOf(profile), oldModel = contentOf(path);
+  for (const auto& names :
+       std::vector<std::vector<std::string>>{{"x", "x", "x_3", "x"},
+                                             {"x", "x_2", "x", "x__2"},
+                                             {"x", "x_", "x", "x_"},
+                                             {"x_", "x", "x_", "x_2", "x", "x__2", "x", "x_"},
+                                             {"x__", "x_", "x", "x", "x_", "x__", "x___2", "x", "x_", "x__"}}) {
+    SCOPED_TRACE(names.back() + " of " + std::to_string(names.size()));
+    std::string properties, values;
+    const auto uuid = [](char digit, std::size_t i) {
+      return "uuid=\"33333333-0000-4000-8000-0000000000" + std::string(1, digit) + std::to_string(i) + "\" ";
+    };
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      properties += "<properties " + uuid('a', i) + "Name=\"" + names[i] +
+                    "\" valueType=\"11111111-0000-4000-8000-000000000013\"/>";
+      values += "<p_Values " + uuid('b', i) + "p_PropertyName=\"Plant.FirePump." + names[i] + "\" p_Expression=\"" +
+                std::to_string(i) + "\"/>";
+    }
+    write(profile, oldProfile);
+    write(path, oldModel);
+    insert(profile, "<properties uuid=\"11111111-0000-4000-8000-000000000032\"", properties);
+    insert(path, "<p_Values uuid=\"22222222-0000-4000-8000-000000000015\"", values);
+    const auto model = ModelFile::open(path);
+    EXPECT_EQ(reported(), std::vector<std::string>{});
+    const auto spare = Architecture::getArchitecture(model.model()).findElement(u"Spare");
+    const auto set = profile::Profile::findLoadedProfile(u"Plant").prototypes().find(u"FirePump").getPropertySet();
+    for (std::uint32_t i = 0; i < names.size(); ++i) {
+      const auto name = set.getPropertyByIndex(i).getFullyQualifiedName();
+      EXPECT_EQ(spare.getPropVal(name).expression, text(std::to_string(i))) << name.toUtf8();
+    }
+    catalog().unloadAllProfiles();
+  }
 }
 
 TEST_F(OldFilesTest, AModelThatCouldNotBeTakenOverDoesNotReplaceItsFile) {

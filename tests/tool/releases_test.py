@@ -63,6 +63,74 @@ name = "reviewed"
 """
 
 
+BASE = """
+[[type]]
+name = "Mat"
+base = "double"
+units = "kg"
+dimensions = [1, 3]
+
+[[type]]
+name = "A"
+base = "int32"
+
+[[type]]
+name = "B"
+base = "int32"
+min = 5000
+
+[[type]]
+name = "Word"
+base = "double"
+"""
+
+TOP = """
+[profile]
+dependsOn = ["Base"]
+
+[[type]]
+name = "A"
+base = "Base.B"
+
+[[type]]
+name = "B"
+base = "Base.A"
+max = 9
+
+[[type]]
+name = "Word"
+base = "string"
+
+[[type]]
+name = "Address"
+base = "uint32"
+
+[[type]]
+name = "Narrow"
+base = "Address"
+
+[[type]]
+name = "Big"
+base = "int64"
+min = 0
+max = 5000000000
+
+[[enumeration]]
+name = "Hue"
+members = ["Red", "Green"]
+
+[[stereotype]]
+name = "S"
+property = [
+  { name = "a", type = "A", default = 7000 }, { name = "b", type = "Base.B", default = 7000 },
+  { name = "mat", type = "Base.Mat", default = [1, 2, 3] }, { name = "word", type = "Base.Word", default = 2 },
+  { name = "address", type = "Narrow", default = 4000000000 }, { name = "big", type = "Big", default = 4000000000 },
+  { name = "hues", type = "Hue", dimensions = [2, 2], default = { expr = "[[Hue.Red Hue.Green]; [Hue.Red; Hue.Red]' ]" } },
+  { name = "hue", type = "Hue", default = { expr = "[Hue('Red')]" } },
+]
+"""
+
+
 class ReleasesTest(CommandTestCase):
     def make_profile(self):
         (self.folder / "Plant.toml").write_text(PROFILE)
@@ -138,6 +206,36 @@ class ReleasesTest(CommandTestCase):
         self.assertIn('p_Expression="3*int32(Hue.Red)"', values)
         os.rename(self.folder / "Plant.xml", self.folder / "Plant.away")
         self.assertEqual(self.run_well("export", "m.xml", "--release", "Plover", "-o", "Plover/m.xml"), out)
+
+    def test_what_types_and_members_become_is_sound_or_told(self):
+        (self.folder / "Base.toml").write_text(BASE)
+        (self.folder / "Top.toml").write_text(TOP)
+        self.run_well("compile", "Base.toml")
+        self.run_well("compile", "Top.toml")
+        (self.folder / "old").mkdir()
+        out = self.run_well("export", "Top.xml", "--release", "Plover", "-o", "old/Top.xml")
+        self.assertEqual(set(out.splitlines()), {
+            "Top.A: the base type Base.B becomes B",
+            "Top.B: the base type Base.A becomes int32, without its bounds",  # not A, which stands on it
+            "Top.S.a: the default 7000 stays, and is out of range",
+            "Top.S.b: the type Base.B becomes B",
+            "Top.S.b: the default 7000 stays, and is out of range",
+            "Top.S.mat: the type Base.Mat becomes double, without its dimensions and bounds",
+            "Top.S.mat: the units are left out",
+            "Top.S.word: the type Base.Word becomes double, without its dimensions and bounds",  # not Word, a text
+            "Top.Address: the base type uint32 becomes int32",
+            "Top.Big: the base type int64 becomes int32",
+            "Top.S.address: the default 4000000000 stays, and is out of range",
+            "Top.S.hues: the type Hue becomes string", "Top.S.hues: the dimensions are left out",
+            "Top.S.hue: the type Hue becomes string",
+            "Top.S.hue: the default [Hue('Red')] stays, and is no value of a string"})
+        shown = json.loads(self.run_well("show", "--json", "old/Top.xml"))
+        self.assertEqual({each["name"]: each["default"] for each in shown["stereotypes"][0]["properties"]}["hues"],
+                         "[{'Red' 'Green'}; {'Red'; 'Red'}' ]")
+        # What is not told is as right there as it was here.
+        done = self.run_command("check", "old/Top.xml", "--json")
+        self.assertEqual({each["element"] for each in json.loads(done.stdout)["findings"]},
+                         {"Top.S.a", "Top.S.b", "Top.S.address", "Top.S.hue"})
 
     def test_the_same_loss_of_many_things_is_told_once(self):
         properties = "".join(f"[[stereotype.property]]\nname = 'p{i}'\ntype = 'double'\nunits = 'kg'\n" for i in range(5))

@@ -1,8 +1,11 @@
 #include "zelkor/evolution/PropertyRecords.h"
 
+#include "tavo/core/Limits.h"
 #include "tavo/core/Utf.h"
+#include "zelkor/evolution/Expressions.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace zelkor::property::evolution {
 
@@ -93,6 +96,51 @@ const WidestRange* widestRangeOf(std::string_view builtInType) {
 const WidestRange& widestRangeOf(const Object& type) {
   const auto* own = widestRangeOf(type.text(records().name));
   return own ? *own : *widestRangeOf(type.record->name() == "FloatType" ? "double" : "int32");
+}
+
+double boundOf(std::string_view text) {
+  double number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+std::pair<std::string_view, std::string_view> boundsOf(const Object& type) {
+  const auto text = type.text(type.record->feature("range"));
+  const auto blank = text.find(' ');
+  return blank == text.npos ? std::pair<std::string_view, std::string_view>{"-", "-"}
+                            : std::pair{text.substr(0, blank), text.substr(blank + 1)};
+}
+
+void tellDefaultsOutOfRange(Document& document, const std::set<const Object*>& changed, Account& account) {
+  const auto& r = records();
+  const auto& number = library("property.RealType");
+  const auto& enumeration = library("property.Enumeration");
+  document.each(r.definition, [&](Object& definition) {
+    const auto* value = definition.child(r.definition.feature("defaultValue"));
+    const auto text = value ? value->text(r.value.feature("storedExpression")) : std::string_view();
+    if (text.empty())
+      return;
+    bool hasChanged = changed.contains(&definition);
+    std::string_view lowest = "-", highest = "-";
+    const auto* type = document.target(definition.text(r.definition.feature("valueType")));
+    // A file may lead in circles.
+    for (auto left = tavo::Limits::current().nesting; type && type->isA(number) && !type->isA(enumeration) && left > 0;
+         --left) {
+      hasChanged = hasChanged || changed.contains(type);
+      const auto* base = document.target(type->text(r.type.feature("baseType")));
+      auto [lower, upper] = boundsOf(*type);
+      if (!base) {
+        const auto& widest = widestRangeOf(*type);
+        lower = lower == "-" ? widest.lowest : lower;
+        upper = upper == "-" ? widest.highest : upper;
+      }
+      lowest = lowest == "-" ? lower : lowest;
+      highest = highest == "-" ? upper : highest;
+      type = base;
+    }
+    if (hasChanged && lowest != "-" && highest != "-" && leavesBounds(text, boundOf(lowest), boundOf(highest)))
+      account.note(definition, withName("the default", text), "stays, and is out of range");
+  });
 }
 
 namespace {

@@ -4,8 +4,10 @@
 
 #include "tavo/evolution/Evolution.h"
 
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zelkor::property::evolution {
@@ -65,6 +67,13 @@ struct WidestRange {
 const WidestRange& widestRangeOf(const Object& type);
 /// Null for a type that is not one of the built-in numbers.
 const WidestRange* widestRangeOf(std::string_view builtInType);
+/// A bound as a number; 0 for what is none.
+double boundOf(std::string_view text);
+/// What the `range` of a number says, a dash for an open end.
+std::pair<std::string_view, std::string_view> boundsOf(const Object& type);
+/// Tells of defaults that leave the bounds of their types, where something of these has changed: the type of the
+/// property, or the base of a type. Bounds stand in `range`.
+void tellDefaultsOutOfRange(Document& document, const std::set<const Object*>& changed, Account& account);
 
 /// One resolver serves all references inside a document.
 class OwnResolver {

@@ -1,6 +1,7 @@
 #include "zelkor/evolution/ThrushSteps.h"
 
 #include "tavo/core/Errors.h"
+#include "tavo/core/Limits.h"
 
 #include <algorithm>
 #include <array>
@@ -19,6 +20,50 @@ std::array<Converted, 4> converted() {
            {&r.value.feature("valueType"), &r.value.feature("valueTypeProxy")},
            {&r.type.feature("baseType"), &r.type.feature("typeProxy")},
            {&r.stereotype.feature("parent"), &r.stereotype.feature("parentProxy")}}};
+}
+
+/// Whether a type stands on another one, or will when all references are plain.
+bool standsOn(const Document& document, const Object* type, const Object& other) {
+  const auto& r = records();
+  for (auto left = tavo::Limits::current().nesting; type && type != &other; --left) {
+    if (left == 0)
+      return true; // which is as bad
+    const auto* source = type->child(r.type.feature("typeProxy"));
+    const auto id = source ? tavo::parseUuid(source->text(r.source.feature("targetId"))) : std::nullopt;
+    type = id ? document.find(*id) : document.target(type->text(r.type.feature("baseType")));
+  }
+  return type != nullptr;
+}
+
+/// In place of a type of another profile, the one of the same name here, and of the same class as far as that is known;
+/// null when there is none, or when it stands on the type that is to stand on it.
+const Object* typeLike(const Document& document, const SharedTypes& types, const Object& source) {
+  constexpr std::size_t longest = 1000; // no type has a longer name, but a file may
+  auto name = source.text(records().source.feature("targetName"));
+  name.remove_prefix(name.size() - std::min(name.size(), longest));
+  const auto own = name.substr(name.rfind('.') + 1); // empty for enumerations, which need not have one
+  const auto* same = own.empty() ? nullptr : types.find(own);
+  const auto sort = sortOf(source);
+  const bool isOfSort = same && (sort.empty() || sort == same->record->name());
+  return isOfSort && !standsOn(document, same, *source.owner) ? same : nullptr;
+}
+
+/// Else the built-in one of its sort.
+const Object* builtInFor(SharedTypes& types, const Object& source) {
+  const auto sort = sortOf(source);
+  const auto* builtIn = types.builtIn(sort == "FloatType"     ? "double"
+                                      : sort == "IntegerType" ? "int32"
+                                      : sort == "BooleanType" ? "boolean"
+                                                              : "string");
+  return builtIn == source.owner ? nullptr : builtIn;
+}
+
+/// What does not come along when a built-in type takes the place of one of which only the name is known.
+std::string_view lostWith(const Object& object, const Object& builtIn) {
+  const bool isNumber = builtIn.isA(library("property.RealType"));
+  if (object.isA(records().definition))
+    return isNumber ? ", without its dimensions and bounds" : ", without its dimensions";
+  return isNumber ? ", without its bounds" : "";
 }
 
 /// A number whose type stays behind in another profile keeps the units of its default, in a type of its own.
@@ -86,25 +131,12 @@ std::string_view sortOf(const Object& source) {
   return record ? record->name() : std::string_view();
 }
 
-void referencePlainly(Document& document, Account& account) {
+std::set<const Object*> referencePlainly(Document& document, Account& account) {
   const auto& r = records();
   const auto features = converted();
   const auto& text = r.value.feature("storedExpression");
   SharedTypes types(document);
-  // A type of the profile by the same name, else the built-in one of its sort.
-  const auto typeLike = [&](const Object& source, std::string_view name) -> const Object* {
-    constexpr std::size_t longest = 1000; // no type has a longer name, but a file may
-    name.remove_prefix(name.size() - std::min(name.size(), longest));
-    const auto own = name.substr(name.rfind('.') + 1); // empty for enumerations, which need not have one
-    if (const auto* same = own.empty() ? nullptr : types.find(own); same && same != source.owner)
-      return same;
-    const auto sort = sortOf(source);
-    const auto* builtIn = types.builtIn(sort == "FloatType"     ? "double"
-                                        : sort == "IntegerType" ? "int32"
-                                        : sort == "BooleanType" ? "boolean"
-                                                                : "string");
-    return builtIn == source.owner ? nullptr : builtIn;
-  };
+  std::set<const Object*> changed;
   document.each([&](Object& object) {
     for (const auto& [plain, proxy] : features) {
       auto* made = object.child(*proxy);
@@ -114,10 +146,15 @@ void referencePlainly(Document& document, Account& account) {
       const auto* target = uuid ? document.find(*uuid) : nullptr;
       const auto name = made->text(r.source.feature("targetName"));
       if (!target && plain->target == &r.type) {
-        target = typeLike(*made, name);
-        if (target && !object.isA(r.value))
+        target = typeLike(document, types, *made);
+        const bool isLike = target;
+        if (!isLike)
+          target = builtInFor(types, *made);
+        if (target && !object.isA(r.value)) {
           account.note(object, withName(object.isA(r.type) ? "the base type" : "the type", name),
-                       withName("becomes", target->text(r.name)));
+                       withName("becomes", target->text(r.name)).append(isLike ? "" : lostWith(object, *target)));
+          changed.insert(&object);
+        }
         if (target && object.isA(r.definition))
           target = withUnitsOfDefault(document, object, *target);
         if (object.isA(r.value) && sortOf(*made) == "Enumeration" && target && target->record->name() != "Enumeration")
@@ -130,6 +167,7 @@ void referencePlainly(Document& document, Account& account) {
       document.remove(*made);
     }
   });
+  return changed;
 }
 
 } // namespace zelkor::property::evolution

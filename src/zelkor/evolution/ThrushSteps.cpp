@@ -3,49 +3,13 @@
 #include "zelkor/evolution/ThrushSteps.h"
 
 #include "tavo/core/Errors.h"
+#include "zelkor/evolution/NumberedNames.h"
 
-#include <algorithm>
 #include <charconv>
-#include <set>
 #include <tuple>
 
 namespace zelkor::property::evolution {
 namespace {
-
-/// Properties stood in a list, which let two have one name. The second gets a number, behind more underscores than one
-/// that has such a name of its own: models say only that a value is the second one of a name, and have to find it.
-class NumberedNames {
-public:
-  explicit NumberedNames(const std::vector<Object*>& named) {
-    for (const auto* each : named) {
-      const auto name = each->text(records().name);
-      taken_.emplace(name);
-      const auto number = name.find_last_not_of("0123456789") + 1; // npos + 1 is 0
-      const auto stem = name.find_last_not_of('_', number - 1) + 1;
-      if (number != 0 && number < name.size() && stem < number) {
-        auto& most = underscores_[std::string(name.substr(0, stem)) + "_" + std::string(name.substr(number))];
-        most = std::max(most, number - stem);
-      }
-    }
-  }
-
-  std::string next(std::string_view name) {
-    const auto number = ++count_[name];
-    if (number == 1)
-      return std::string(name);
-    const auto digits = std::to_string(number);
-    const auto known = underscores_.find(std::string(name) + "_" + digits);
-    std::string underscores(known == underscores_.end() ? 1 : known->second + 1, '_');
-    while (!taken_.insert(std::string(name) + underscores + digits).second)
-      underscores += '_';
-    return std::string(name) + underscores + digits;
-  }
-
-private:
-  std::set<std::string> taken_{};
-  boost::unordered_flat_map<std::string, std::size_t> underscores_{}; ///< the most before a number, by "power_2"
-  boost::unordered_flat_map<std::string_view, std::size_t> count_{};
-};
 
 void placeProperties(Document& document) {
   const auto& r = records();
@@ -53,13 +17,16 @@ void placeProperties(Document& document) {
   const auto& index = r.definition.feature("p_Index");
   document.each(r.set, [&](Object& set) {
     const auto all = set.childrenIn(properties);
-    NumberedNames names(all);
+    NumberedNames names;
+    for (const auto* property : all)
+      names.add(property->text(r.name));
+    boost::unordered_flat_map<std::string_view, std::size_t> named;
     std::size_t place = 0;
     for (auto* property : all) {
       document.set(*property, index, std::to_string(place++));
       const auto name = property->text(r.name);
-      if (const auto unique = names.next(name); unique != name)
-        document.set(*property, r.name, unique);
+      if (const auto number = ++named[name]; number > 1)
+        document.set(*property, r.name, names.newName(name, number));
     }
   });
 }
@@ -145,8 +112,9 @@ void useSets(Document& document) {
 
 void useNoSets(Document& document, Account& account) {
   returnElementData(document, account);
-  referencePlainly(document, account);
+  const auto changed = referencePlainly(document, account);
   joinRanges(document);
+  tellDefaultsOutOfRange(document, changed, account);
   listProperties(document);
 }
 

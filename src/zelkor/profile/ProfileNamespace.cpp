@@ -3,6 +3,7 @@
 #include "tavo/core/Errors.h"
 #include "tavo/core/Utf.h"
 #include "tavo/model/Transaction.h"
+#include "zelkor/evolution/NumberedNames.h"
 #include "zelkor/evolution/PrototypableToValueEntry.h"
 #include "zelkor/evolution/PrototypeToPrototypableEntry.h"
 #include "zelkor/evolution/V1EvolutionData.h"
@@ -86,21 +87,26 @@ void useAll(ProfileNamespace::Impl& profiles, const std::vector<Prototype>& prot
     profiles.updateParentHierarchy(prototype);
 }
 
-/// What the second property of a name, or a later one, is called: it has got a number since, behind more underscores
-/// than one that has such a name of its own.
-tavo::String numberedName(const ProfileNamespace::Impl& profiles, const tavo::String& name, std::size_t number) {
-  const auto [setName, propertyName] = splitAtLastDot(name);
-  const auto stem = tavo::toUtf8(propertyName), shortest = "_" + std::to_string(number);
-  auto found = stem + shortest;
-  if (const auto set = profiles.getPropertySet(tavo::String(setName)); set && number <= set.properties().size())
-    for (const auto& usage : set.properties()) {
-      const auto other = tavo::toUtf8(usage.p_Name());
-      if (other.size() > found.size() && other.starts_with(stem) && other.ends_with(shortest) &&
-          other.find_first_not_of('_', stem.size()) == other.size() - shortest.size() + 1)
-        found = other;
-    }
-  return tavo::concat(setName, u".", tavo::String::fromUtf8(found));
-}
+/// What the properties of a set are called, by the names that they had when several could have one.
+class FormerNames {
+public:
+  explicit FormerNames(const ProfileNamespace::Impl& profiles) : profiles_(profiles) {}
+
+  tavo::String nameOf(const tavo::String& name, std::size_t number) {
+    const auto [setName, propertyName] = splitAtLastDot(name);
+    const auto [found, isNew] = names_.try_emplace(tavo::String(setName));
+    if (isNew)
+      if (const auto set = profiles_.getPropertySet(found->first))
+        for (const auto& usage : set.properties())
+          found->second.add(tavo::toUtf8(usage.p_Name()));
+    const auto known = found->second.knownName(tavo::toUtf8(propertyName), number);
+    return tavo::concat(setName, u".", tavo::String::fromUtf8(known));
+  }
+
+private:
+  const ProfileNamespace::Impl& profiles_;
+  std::map<tavo::String, property::evolution::NumberedNames> names_{}; ///< by set
+};
 
 /// The source in a list that leads to the profile, under whatever name.
 ProxySource sourceTo(const tavo::View<ProxySource>& list, const Profile& profile) {
@@ -362,7 +368,7 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
     });
   tavo::Uuid latest{};
   std::map<tavo::String, std::size_t> named; // in the entries of one element, which stand together
-  std::map<std::pair<tavo::String, std::size_t>, tavo::String> numbered;
+  FormerNames former(*this);
   for (const auto& entry : data.p_ValueEntries())
     attempt([&] {
       const auto& element = elementOf(entry);
@@ -374,11 +380,8 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
       try {
         if (!element)
           raise(PropertyError::PropertyNotFound, entry.p_PropertyName());
-        auto property = entry.p_PropertyName();
-        if (number > 1) {
-          auto& known = numbered[{property, number}];
-          property = known = known.empty() ? numberedName(*this, property, number) : known;
-        }
+        const auto property =
+            number > 1 ? former.nameOf(entry.p_PropertyName(), number) : tavo::String(entry.p_PropertyName());
         element.requirePropertyUsage(property).setPropVal(entry.p_ElemUUID(), entry.p_Expression(), entry.p_Units());
       } catch (const tavo::Error& error) {
         raiseBecause(error, ArchitectureError::CannotMigrateValue, entry.p_PropertyName(),
