@@ -115,6 +115,15 @@ base = "int64"
 min = 0
 max = 5000000000
 
+[[type]]
+name = "Ratio"
+kind = "real"
+max = 1
+
+[[type]]
+name = "Words"
+kind = "stringArray"
+
 [[enumeration]]
 name = "Hue"
 members = ["Red", "Green"]
@@ -122,6 +131,7 @@ members = ["Red", "Green"]
 [[stereotype]]
 name = "S"
 property = [
+  { name = "words", type = "Words", default = ["a"] }, { name = "first", type = "Hue" },
   { name = "a", type = "A", default = 7000 }, { name = "b", type = "Base.B", default = 7000 },
   { name = "mat", type = "Base.Mat", default = [1, 2, 3] }, { name = "word", type = "Base.Word", default = 2 },
   { name = "address", type = "Narrow", default = 4000000000 }, { name = "big", type = "Big", default = 4000000000 },
@@ -227,6 +237,9 @@ class ReleasesTest(CommandTestCase):
             "Top.Big: the base type int64 becomes int32",
             "Top.S.address: the default 4000000000 stays, and is out of range",
             "Top.S.hues: the type Hue becomes string", "Top.S.hues: the dimensions are left out",
+            "Top.Words: the type Words is left out", "Top.S.words: the type Words becomes string",
+            "Top.Ratio: the lower bound becomes that of double",
+            "Top.S.first: the type Hue becomes string", "Top.S.first: the default becomes an empty text",
             "Top.S.hue: the type Hue becomes string",
             "Top.S.hue: the default [Hue('Red')] stays, and is no value of a string"})
         shown = json.loads(self.run_well("show", "--json", "old/Top.xml"))

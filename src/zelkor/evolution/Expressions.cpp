@@ -103,6 +103,9 @@ std::string membersAsTexts(std::string_view expression) {
 }
 
 bool comesToTexts(std::string_view expression) {
+  if (expression.size() > 1 && expression.front() == '\'' && expression.back() == '\'' &&
+      endOfText(expression, 0) == expression.size())
+    return true; // as nearly all do
   const auto array = evaluated(expression);
   if (!array)
     return expression.find('(') == expression.npos;

@@ -44,6 +44,9 @@ void keepBounds(Document& document, Object& type, const Object& former, std::str
     document.set(type, range, bounds);
 }
 
+/// What becomes of a value that has no expression, and so is the one that its enumeration starts with.
+constexpr std::string_view becomesEmpty = "becomes an empty text";
+
 /// A value that an element has of its own. The type of its property is in a profile, and known from the step before, if
 /// at all.
 void useFormerValue(Document& document, Object& value, Account& account) {
@@ -66,6 +69,8 @@ void useFormerValue(Document& document, Object& value, Account& account) {
       account.note(element, withName("the value of", property), "becomes a text");
       document.set(value, expression, text);
     }
+  } else if (sort == "Enumeration" && !hasValue(value, expression)) {
+    account.note(element, withName("the value of", property), becomesEmpty);
   }
   if (!value.text(units).empty() || hasValue(value, units) || remark.ends_with(unlikeDefault))
     account.note(element, withName("the units of", property), "are left out");
@@ -77,7 +82,7 @@ void useTextInDefault(Document& document, Object& value, Account& account) {
   const auto& expression = records().value.feature("storedExpression");
   const auto* member = value.find(expression);
   if (!member)
-    return;
+    return account.note(value, "the default", becomesEmpty);
   const auto text = membersAsTexts(*member);
   if (!comesToTexts(text))
     account.note(value, withName("the default", text), "stays, and is no value of a string");

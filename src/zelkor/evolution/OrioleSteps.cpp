@@ -103,8 +103,11 @@ void useTextsForLists(Document& document, Account& account) {
   const auto& base = r.type.feature("typeProxy");
   std::vector<Object*> builtIn;
   document.each(list, [&](Object& type) {
-    if (!type.child(base))
+    if (!type.child(base)) {
+      if (type.text(r.name) != listName)
+        account.note(type, withName("the type", type.text(r.name)), "is left out");
       return builtIn.push_back(&type);
+    }
     document.become(type, library("property.StringType"));
     account.note(type, withName("the type", type.text(r.name)), "becomes one of texts");
   });
@@ -170,8 +173,7 @@ void importDependencies(Document& document, Account& account) {
   const auto& dependent = r.profiles.feature("p_DependentProfileProxy");
   document.each(r.profiles, [&](Object& profiles) {
     for (const auto* source : profiles.childrenIn(dependent))
-      account.note(profiles, withName("the profile", source->text(r.source.feature("targetName"))),
-                   "becomes an import of its own");
+      account.note(profiles, withName("the profile", lastNameOf(*source)), "becomes an import of its own");
     Document::rename(profiles, dependent, r.profiles.feature("ProfileProxy"));
   });
 }

@@ -36,6 +36,8 @@ constexpr Words allWords[] = {
     {"connectorLineStyle", "the line style of connectors"},
     {"customIconPath", "the path of the icon"},
     {"friendlyName", "the friendly name"},
+    {"maxValue", "the upper bound"},
+    {"minValue", "the lower bound"},
     {"p_Units", "the units of a value", true},
     {"units", "the units", true},
 };

@@ -63,17 +63,16 @@ boost::unordered_flat_map<std::string_view, std::string_view> parentsInOtherProf
 }
 
 /// A host may give elements sets of properties that no stereotype brings; there is no word for these.
-void tellSetsOfNoStereotype(const Document& document, const Object& element,
-                            const std::vector<std::string_view>& carried, Account& account) {
+void tellSetsOfNoStereotype(const Document& document, const Object& element, const std::set<std::string_view>& carried,
+                            Account& account) {
   const auto& r = records();
   const auto& applied = library("property.PropertyOwner").feature("p_PropertySets");
-  const std::set names(carried.begin(), carried.end());
   std::vector<const Object*> sets;
   std::set<const Object*> brought;
   for (const auto& reference : element.references)
     if (const auto* set = reference.feature == &applied ? document.target(reference.target) : nullptr) {
       sets.push_back(set);
-      if (names.contains(set->text(r.name)))
+      if (carried.contains(set->text(r.name)))
         while (set && brought.insert(set).second)
           set = document.target(set->text(r.setUsage.feature("p_Parent")));
     }
@@ -185,11 +184,12 @@ void returnElementData(Document& document, Account& account) {
       document.remove(*source);
     }
     // What a stereotype inherits from another profile, it will not inherit any more.
-    auto carried = itemsOf(element, names);
-    for (std::size_t i = 0; i < carried.size(); ++i)
-      if (const auto found = farParents.find(carried[i]);
-          found != farParents.end() && std::ranges::find(carried, found->second) == carried.end()) {
-        carried.push_back(found->second);
+    auto waiting = itemsOf(element, names);
+    std::set<std::string_view> carried(waiting.begin(), waiting.end());
+    for (std::size_t i = 0; i < waiting.size(); ++i)
+      if (const auto found = farParents.find(waiting[i]);
+          found != farParents.end() && carried.insert(found->second).second) {
+        waiting.push_back(found->second);
         addItem(document, element, names, found->second);
         account.note(element, "the stereotype " + std::string(found->second) + ", inherited from another profile,",
                      "becomes one of its own");

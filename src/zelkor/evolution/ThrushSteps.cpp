@@ -70,19 +70,26 @@ void splitRanges(Document& document) {
   }
 }
 
-void joinRanges(Document& document) {
+/// An open end of a type without a base would be closed on the way up, so it is closed here, and told.
+void joinRanges(Document& document, Account& account) {
   for (const auto* name : {"property.IntegerType", "property.FloatType"}) {
     const auto& record = library(name);
-    const auto& [lower, upper] = std::pair(&record.feature("minValue"), &record.feature("maxValue"));
-    document.each(record, [&, lower = lower, upper = upper](Object& type) {
-      const auto textOf = [&](const FeatureRecord& bound) {
+    const auto& lower = record.feature("minValue");
+    const auto& upper = record.feature("maxValue");
+    document.each(record, [&](Object& type) {
+      const bool hasBase = type.find(records().type.feature("baseType"));
+      const auto& widest = widestRangeOf(type);
+      const auto textOf = [&](const FeatureRecord& bound, std::string_view end) {
         const auto* text = type.find(bound);
-        return text ? std::string(*text) : std::string("-");
+        if (!text && !hasBase)
+          account.note(type, bound.name(), withName("becomes that of", widest.type));
+        return std::string(text ? *text : hasBase ? "-" : end);
       };
-      if (type.find(*lower) || type.find(*upper))
-        document.set(type, record.feature("range"), textOf(*lower) + " " + textOf(*upper));
-      Document::clear(type, *lower);
-      Document::clear(type, *upper);
+      if (!hasBase || type.find(lower) || type.find(upper))
+        document.set(type, record.feature("range"),
+                     textOf(lower, widest.lowest).append(" ") + textOf(upper, widest.highest));
+      Document::clear(type, lower);
+      Document::clear(type, upper);
     });
   }
 }
@@ -113,7 +120,7 @@ void useSets(Document& document) {
 void useNoSets(Document& document, Account& account) {
   returnElementData(document, account);
   const auto changed = referencePlainly(document, account);
-  joinRanges(document);
+  joinRanges(document, account);
   tellDefaultsOutOfRange(document, changed, account);
   listProperties(document);
 }
