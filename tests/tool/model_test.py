@@ -77,6 +77,7 @@ class ModelTest(CommandTestCase):
         uuid = json.loads(self.run_well("values", "--json", "m.xml"))["elements"][2]["id"]
         self.assertEqual(self.run_well("get", "m.xml", uuid, "power"), "100 W\n")
         self.run_well("unapply", "m.xml", "Hall/Main", "Machine")
+        self.assertIn("zelkor:model:NotCarried", self.run_command("unapply", "m.xml", "Hall/Main", "Machine").stderr)
         self.run_well("remove", "m.xml", "Plant")
         self.assertEqual(self.run_well("values", "m.xml"), "")
 
@@ -132,14 +133,15 @@ class ModelTest(CommandTestCase):
         self.assertEqual(self.run_well("set", "m.xml", "--from", "t.csv"), "0 values set\n")
         self.assertEqual(self.content(), before, "defaults that a table shows do not become values")
 
-        bad = ["element,property,expression,units", "Hall/Main,power,1,kg", "Hall/Main,label,\"'two\r\nlines'\"",
+        bad = ["element,property,expression,units", "Hall/Main,power,9e9,kg", "Hall/Main,label,\"'two\r\nlines'\"",
                "Hall/Main,power,2", "", "Hall/Nain,power,1", "Hall/Main,weight,1", "Hall,power,1,W,x", ",power,1", ",,,",
                "m/Hall/Main,Plant.Machine.label"]
         (self.folder / "bad.csv").write_text("\ufeff" + "\r\n".join(bad), newline="")
         done = self.run_command("set", "m.xml", "--from", "bad.csv")
         self.assertEqual(done.returncode, 1)
         self.assertEqual([line.split(": ")[:2] for line in done.stderr.splitlines()],
-                         [["bad.csv:2:4", "Velmora:Property:ErrorSettingPropertyValue"],
+                         [["bad.csv:2:3", "Velmora:Property:ErrorSettingPropertyValue"],
+                          ["bad.csv:2:4", "Velmora:Property:ErrorSettingPropertyValue"],
                           ["bad.csv:3:3", "Velmora:Property:ErrorSettingPropertyValue"],
                           ["bad.csv:5:3", "zelkor:model:SetTwice"], ["bad.csv:7:1", "zelkor:model:UnknownElement"],
                           ["bad.csv:8:2", "zelkor:model:UnknownProperty"], ["bad.csv:9:5", "zelkor:model:ExtraCell"],

@@ -28,9 +28,10 @@ int edit(const fs::path& model, const std::string& element, Change change, const
   const auto action = [&] {
     OpenModel open(model);
     open.tellOfChanges();
-    change(open);
-    open.save();
-    open.tellReports();
+    open.telling([&] {
+      change(open);
+      open.save();
+    });
   };
   return reporting(model, element, false, action, hintOnExpressions);
 }
@@ -101,7 +102,10 @@ int unapplyStereotype(const fs::path& model, const std::string& element, const s
     if (missing && !lost.empty())
       return found.removeMissingPrototype(lost);
     try {
-      found.removePrototype(open.stereotype(stereotype));
+      const auto prototype = open.stereotype(stereotype);
+      if (!found.hasPrototype(prototype.getFullyQualifiedName()))
+        tavo::raise(ModelCommandError::NotCarried, found.getPath(), prototype.getFullyQualifiedName());
+      found.removePrototype(prototype);
     } catch (const tavo::Error& error) {
       if (error.id() != ModelCommandError::UnknownStereotype || lost.empty())
         throw;

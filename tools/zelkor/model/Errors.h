@@ -30,6 +30,8 @@ struct ModelCommandError {
   static constexpr ErrorId NameOfFile{"zelkor:model:NameOfFile"};
   /// (file) A model has no architecture, so it has no elements.
   static constexpr ErrorId NoArchitecture{"zelkor:model:NoArchitecture"};
+  /// (element, stereotype) The element does not carry it, or does so only as an ancestor of another.
+  static constexpr ErrorId NotCarried{"zelkor:model:NotCarried"};
   /// (what becomes of it) A release cannot hold something.
   static constexpr ErrorId NotInRelease{"zelkor:model:NotInRelease"};
   /// (cell) A cell says neither yes nor no.

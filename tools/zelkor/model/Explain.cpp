@@ -37,15 +37,19 @@ ordered_json describe(const property::Value& value) {
 }
 
 /// How the element comes to have the set: the stereotype that was applied, and its ancestors down to the one that
-/// brings the property.
+/// brings the property, as the model has followed them.
 ordered_json chainTo(const Element& element, const tavo::String& setName) {
-  for (const auto& prototype : element.getPrototypes()) {
-    auto chain = ordered_json::array({toUtf8(prototype.getFullyQualifiedName())});
-    if (prototype.getFullyQualifiedName() == setName)
-      return chain;
-    for (const auto& ancestor : prototype.getAncestors()) {
-      chain.push_back(toUtf8(ancestor.getFullyQualifiedName()));
-      if (ancestor.getFullyQualifiedName() == setName)
+  const auto profiles = element.getProfileNamespace();
+  std::vector<property::PropertySetUsage> applied;
+  for (const auto& prototype : element.getPrototypes())
+    applied.push_back(profiles.findUsage(prototype));
+  for (const auto& missing : element.getMissingPrototypeNames())
+    applied.push_back(profiles.getPropertySet(missing));
+  for (const auto& first : applied) {
+    auto chain = ordered_json::array();
+    for (auto usage = first; usage; usage = usage.p_Parent()) {
+      chain.push_back(toUtf8(usage.p_Name()));
+      if (usage.p_Name() == setName)
         return chain;
     }
   }

@@ -62,6 +62,17 @@ public:
   void save();
   /// Prints what the library has reported since the last call.
   void tellReports();
+  /// Runs the action and prints what is reported, even if it fails.
+  template <class Action>
+  void telling(Action&& action) {
+    try {
+      action();
+    } catch (...) {
+      tellReports();
+      throw;
+    }
+    tellReports();
+  }
   /// Prints something about the model to the standard error.
   void warn(const std::string& text) const;
 

@@ -6,9 +6,11 @@
 #include "tools/zelkor/model/Table.h"
 #include "tools/zelkor/text/Spelling.h"
 
+#include "kavra/Text.h"
 #include "tavo/model/Transaction.h"
 
 #include <algorithm>
+#include <exception>
 #include <iostream>
 #include <map>
 #include <optional>
@@ -85,9 +87,21 @@ public:
       isValueWrong = true;
       setValue(element, property, expression, units.empty() ? "*" : units);
     } catch (...) {
-      if (isValueWrong && !units.empty() && wouldTake(element, property, expression))
-        column = *columns_.units;
-      addCurrent(findings_, {row.line, static_cast<std::uint32_t>(column + 1)}, name);
+      const auto tell = [&](const std::exception_ptr& fault, std::size_t at) {
+        try {
+          std::rethrow_exception(fault);
+        } catch (...) {
+          addCurrent(findings_, {row.line, static_cast<std::uint32_t>(at + 1)}, name);
+        }
+      };
+      if (!isValueWrong || units.empty())
+        return tell(std::current_exception(), column);
+      const auto ofUnits = faultOf(element, property, kavra::toUtf8(element.getPropVal(property).expression), units);
+      const auto ofExpression = faultOf(element, property, expression, "*");
+      if (ofExpression || !ofUnits)
+        tell(ofExpression ? ofExpression : std::current_exception(), column);
+      if (ofUnits)
+        tell(ofUnits, *columns_.units);
     }
   }
   std::size_t count() const { return lines_.size(); }
@@ -97,14 +111,15 @@ private:
                        const std::string& units) {
     element.setPropVal(property, tavo::String::fromUtf8(expression), tavo::String::fromUtf8(units));
   }
-  /// Whether it is only the units that are wrong.
-  static bool wouldTake(const Element& element, const tavo::String& property, const std::string& expression) {
+  /// What is wrong with a value by itself, or null.
+  static std::exception_ptr faultOf(const Element& element, const tavo::String& property, const std::string& expression,
+                                    const std::string& units) {
     const tavo::Transaction attempt(element.model());
     try {
-      setValue(element, property, expression, "*");
-      return true;
-    } catch (const std::exception&) {
-      return false; // and why is known already
+      setValue(element, property, expression, units);
+      return {};
+    } catch (...) {
+      return std::current_exception();
     }
   }
 
@@ -144,12 +159,13 @@ int setValues(const std::filesystem::path& model, const std::filesystem::path& t
   const auto status = reporting(model, {}, false, [&] {
     OpenModel open(model);
     open.tellOfChanges();
-    const auto count = setAll(open, table, found);
-    if (!found.empty())
-      return;
-    open.save();
-    open.tellReports();
-    std::cout << count << " values set\n";
+    open.telling([&] {
+      const auto count = setAll(open, table, found);
+      if (!found.empty())
+        return;
+      open.save();
+      std::cout << count << " values set\n";
+    });
   });
   return found.empty() ? status : report(found, false);
 }

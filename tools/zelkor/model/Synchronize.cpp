@@ -17,6 +17,7 @@
 #include <nlohmann/json.hpp>
 
 #include <iostream>
+#include <map>
 #include <set>
 
 namespace zelkor::command {
@@ -40,9 +41,9 @@ public:
     for (const auto& name : found.p_DeletedProperties())
       addProperty("property deleted", name, "goes with its values");
     for (const auto& name : found.p_AddedProperties())
-      addProperty("property added", name, "comes with its default");
+      addProperty("property added", name, "comes with its default", false);
     for (const auto& name : found.p_AddedPrototypes())
-      addSet("stereotype added", name, "can be applied");
+      all.push_back({"stereotype added", toUtf8(name), "can be applied", 0, 0});
     for (const auto& name : found.p_PrototypeParentChanged())
       addSet("parent changed", name, "brings the properties of the new parent, no longer those of the former");
     for (const auto& name : found.p_RenamedProperties())
@@ -89,15 +90,36 @@ private:
     }
     all.push_back({kind, toUtf8(name), effect, elements.size(), values});
   }
-  void addProperty(const char* kind, const tavo::String& name, const char* effect) {
+  void addProperty(const char* kind, const tavo::String& name, const char* effect, bool hasValues = true) {
     const auto [setName, propertyName] = property::splitAtLastDot(name);
     const auto usage = profiles_.p_PropertySets().find(setName);
     all.push_back({kind, toUtf8(name), effect, usage ? usage.p_AppliedElements().size() : 0,
-                   usage ? valuesOf(usage.properties().find(propertyName)) : 0});
+                   usage && hasValues ? valuesOf(usage.properties().find(propertyName)) : 0});
   }
 
   profile::ProfileNamespace profiles_;
 };
+
+/// Own values that are kept and not shown, since no stereotype of their element brings the property any more; by the
+/// property in use.
+std::map<tavo::Uuid, Difference> hiddenValues(const profile::ProfileNamespace& profiles) {
+  std::map<tavo::Uuid, Difference> found;
+  for (const auto& usage : profiles.p_PropertySets()) {
+    std::set<tavo::Uuid> carriers;
+    for (const auto& element : usage.p_AppliedElements())
+      carriers.insert(element.Uuid());
+    for (const auto& property : usage.properties()) {
+      std::size_t hidden = 0;
+      for (const auto& entry : property.p_ValueTable().p_Entries())
+        hidden += carriers.contains(entry.p_ElemUUID()) ? 0 : 1;
+      if (hidden != 0)
+        found[property.Uuid()] = {"values hidden", toUtf8(usage.p_Name()) + "." + toUtf8(property.getName()),
+                                  "comes no longer to elements that have values of it, which are kept out of sight", hidden,
+                                  hidden};
+    }
+  }
+  return found;
+}
 
 void print(const std::vector<Difference>& differences, bool json) {
   auto list = ordered_json::array();
@@ -123,17 +145,25 @@ void print(const std::vector<Difference>& differences, bool json) {
 int synchronize(const std::filesystem::path& model, bool dryRun, bool json) {
   return reporting(model, {}, json, [&] {
     OpenModel open(model);
-    const auto differences = Differences(open).all;
-    if (dryRun) {
-      // Really done, so that everything that would be reported is, and then taken back.
-      const tavo::Transaction attempt(open.model());
+    auto differences = Differences(open).all;
+    const auto follow = [&] {
+      const auto before = hiddenValues(open.profiles());
       open.file().synchronize();
-    } else {
-      open.file().synchronize();
-      open.save();
-    }
-    print(differences, json);
-    open.tellReports();
+      for (const auto& [usage, hidden] : hiddenValues(open.profiles()))
+        if (const auto known = before.find(usage); known == before.end() || known->second.values < hidden.values)
+          differences.push_back(hidden);
+    };
+    open.telling([&] {
+      if (dryRun) {
+        // Really done, so that everything that would be reported is, and then taken back.
+        const tavo::Transaction attempt(open.model());
+        follow();
+      } else {
+        follow();
+        open.save();
+      }
+      print(differences, json);
+    });
   });
 }
 

@@ -62,6 +62,7 @@ public:
       : sources_(sources), facts_(facts), findings_(findings), paths_(model) {
     if (sources.before)
       before_ = ObjectPaths(sources.before);
+    claim();
   }
 
   tavo::Model run() {
@@ -87,24 +88,45 @@ public:
   }
 
 private:
-  /// The path before things were renamed.
+  /// What of the profile as it was goes on under another path: by its identity, to that path.
+  void claim() {
+    for (auto& [path, text] : sources_.given) {
+      auto uuid = tavo::parseUuid(text.value);
+      if (auto former = uuid && sources_.before ? sources_.before.find(*uuid) : ModelElement())
+        formerPaths_[path] = before_.pathOf(former), claimed_[former.Uuid()] = path;
+    }
+    for (auto& [path, name] : sources_.was) { // owners come before what they hold
+      auto owner = formerPath(path.substr(0, path.rfind('/')));
+      auto same = before_.find(owner + path.substr(path.rfind('/')));
+      if (same && !claimed_.contains(same.Uuid()))
+        continue; // it has its new name already
+      auto former = owner + "/" + name.value;
+      if (auto object = before_.find(former); object && claimed_.try_emplace(object.Uuid(), path).second)
+        formerPaths_[path] = former;
+    }
+  }
+
+  /// The path before things were renamed. What is new under a name that was another's has a path that nothing had.
   std::string formerPath(const std::string& path) const {
-    std::string former, present;
+    std::string former;
     for (std::size_t start = 0; start <= path.size();) {
       auto end = std::min(path.find('/', start), path.size());
-      auto part = path.substr(start, end - start);
-      present += (present.empty() ? "" : "/") + part;
-      auto renamed = sources_.was.find(present);
-      former += (former.empty() ? "" : "/") + (renamed == sources_.was.end() ? part : renamed->second.value);
+      auto present = path.substr(0, end);
+      auto known = formerPaths_.find(present);
+      former = known != formerPaths_.end() ? known->second
+                                           : former + (start == 0 ? "" : "/") + path.substr(start, end - start);
+      auto object = before_.find(former);
+      if (auto claimed = object ? claimed_.find(object.Uuid()) : claimed_.end();
+          claimed != claimed_.end() && claimed->second != present) {
+        auto given = sources_.given.find(present);
+        former += "\n" + (given == sources_.given.end() ? std::string() : given->second.value);
+      }
       start = end + 1;
     }
     return former;
   }
 
-  ModelElement before(const std::string& path) const {
-    auto same = before_.find(path);
-    return same ? same : before_.find(formerPath(path));
-  }
+  ModelElement before(const std::string& path) const { return before_.find(formerPath(path)); }
 
   Place placeOf(const std::string& path) const {
     if (auto fact = facts_.find(path); fact != facts_.end())
@@ -368,6 +390,8 @@ private:
   std::unordered_map<Uuid, std::string, tavo::UuidHash> copiedPath_;
   std::unordered_map<Uuid, std::string, tavo::UuidHash> pathOf_;
   std::unordered_map<Uuid, Uuid, tavo::UuidHash> final_;
+  std::map<std::string, std::string> formerPaths_; ///< of what stood elsewhere, by path
+  std::unordered_map<Uuid, std::string, tavo::UuidHash> claimed_;
 };
 
 } // namespace
