@@ -216,6 +216,10 @@ class ReleasesTest(CommandTestCase):
         self.assertIn('p_Expression="3*int32(Hue.Red)"', values)
         os.rename(self.folder / "Plant.xml", self.folder / "Plant.away")
         self.assertEqual(self.run_well("export", "m.xml", "--release", "Plover", "-o", "Plover/m.xml"), out)
+        text = (self.folder / "m.xml").read_text()
+        (self.folder / "m.xml").write_text(text.replace("3*int32(Hue.Red)", "Hue.Red"))  # no value of a number
+        self.assertIn("m.A: the value of Plant.Pump.power becomes a text",
+                      self.run_well("export", "m.xml", "--release", "Plover", "-o", "Plover/m.xml").splitlines())
 
     def test_what_types_and_members_become_is_sound_or_told(self):
         (self.folder / "Base.toml").write_text(BASE)

@@ -61,15 +61,13 @@ void useFormerValue(Document& document, Object& value, Account& account) {
   const auto* member = value.find(expression);
   if (member && sort == "IntegerType" && leavesBounds(*member, boundOf(int32.lowest), boundOf(int32.highest)))
     account.note(element, withName("the value of", property), "stays, and is out of range");
-  if (member && (sort.empty() || sort == "Enumeration")) {
-    const auto text = membersAsTexts(*member);
-    if (sort == "Enumeration" && !comesToTexts(text))
-      account.note(element, withName("the value of", property), "stays, and is no value of a string");
-    if (text != *member) {
-      account.note(element, withName("the value of", property), "becomes a text");
-      document.set(value, expression, text);
-    }
-  } else if (sort == "Enumeration" && !hasValue(value, expression)) {
+  const auto text = member ? membersAsTexts(*member) : std::string();
+  if (member && text != *member && comesToTexts(text)) { // whatever its sort: a waiting value has none
+    account.note(element, withName("the value of", property), "becomes a text");
+    document.set(value, expression, text);
+  } else if (member && sort == "Enumeration" && !comesToTexts(*member)) {
+    account.note(element, withName("the value of", property), "stays, and is no value of a string");
+  } else if (sort == "Enumeration" && !member && !hasValue(value, expression)) {
     account.note(element, withName("the value of", property), becomesEmpty);
   }
   if (!value.text(units).empty() || hasValue(value, units) || remark.ends_with(unlikeDefault))
@@ -81,12 +79,15 @@ void useFormerValue(Document& document, Object& value, Account& account) {
 void useTextInDefault(Document& document, Object& value, Account& account) {
   const auto& expression = records().value.feature("storedExpression");
   const auto* member = value.find(expression);
-  if (!member)
-    return account.note(value, "the default", becomesEmpty);
-  const auto text = membersAsTexts(*member);
-  if (!comesToTexts(text))
-    account.note(value, withName("the default", text), "stays, and is no value of a string");
-  document.set(value, expression, text);
+  if (!member) {
+    if (!hasValue(value, expression))
+      account.note(value, "the default", becomesEmpty);
+    return;
+  }
+  if (const auto text = membersAsTexts(*member); comesToTexts(text))
+    document.set(value, expression, text);
+  else
+    account.note(value, withName("the default", *member), "stays, and is no value of a string");
 }
 
 void useFormerTypes(Document& document, Account& account) {

@@ -122,10 +122,11 @@ void useTextsForLists(Document& document, Account& account) {
     const auto* here = uuid ? document.find(*uuid) : nullptr;
     if (here ? !here->isA(list) : lastNameOf(source) != listName)
       return document.set(source, classId, tavo::toText(library("property.StringType").id));
-    if (source.owner && source.owner->isA(r.definition))
-      account.note(*source.owner, withName("the type", lastNameOf(source)), "becomes string");
+    const auto& user = source.owner ? *source.owner : source;
+    if (user.isA(r.definition))
+      account.note(user, withName("the type", lastNameOf(source)), "becomes string");
     if (!text) {
-      account.note(*source.owner, withName("the type", lastNameOf(source)), "leads nowhere in that release");
+      account.note(user, withName("the type", lastNameOf(source)), "leads nowhere in that release");
       return;
     }
     Document::setKept(source, id, textId);
