@@ -480,6 +480,16 @@ TEST_F(ProfileFileTest, AnOlderProfileGetsTheBuiltInTypesThatItDoesNotHave) {
   EXPECT_EQ(loaded.valueTypes().back().getName(), u"stringArray");
   EXPECT_FALSE(loaded.dirty());
   EXPECT_FALSE(loaded.model().canUndo());
+
+  // Others may refer to the type before the file has it, and a type may have taken another name since.
+  const auto identity = loaded.valueTypes().back().Uuid();
+  catalog().unloadAllProfiles();
+  const auto again = Profile::loadFromFile(u"P");
+  EXPECT_EQ(again.valueTypes().back().Uuid(), identity);
+  again.valueTypes().back().setName(u"texts");
+  save(again);
+  catalog().unloadAllProfiles();
+  EXPECT_EQ(Profile::loadFromFile(u"P").valueTypes().size(), 14u);
 }
 
 } // namespace

@@ -365,7 +365,8 @@ void ProfileCatalog::migrateBuiltInTypes(const Profile& profile) const {
 
   tavo::Transaction transaction(profile.model());
   auto types = static_cast<Profile::Impl&>(profile.object()).getValueTypesMutable();
-  for (const auto& type : property::createBuiltInTypes(profile.model()))
+  // A file may be read many times before it is saved, and others refer to its types meanwhile.
+  for (const auto& type : property::createBuiltInTypes(profile.model(), profile.Uuid()))
     if (std::ranges::find(present, type.getName()) == present.end())
       types.insert(place++, type);
     else

@@ -9,6 +9,7 @@
 namespace zelkor::property {
 
 /// Creates the thirteen built-in types, in their order, at the top of the model; the caller puts them into their owner.
-ZELKOR_EXPORT std::vector<ValueType> createBuiltInTypes(const tavo::Model& model);
+/// With one given, their identities follow from the owner's and their names.
+ZELKOR_EXPORT std::vector<ValueType> createBuiltInTypes(const tavo::Model& model, const tavo::Uuid& owner = {});
 
 } // namespace zelkor::property
