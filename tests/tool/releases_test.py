@@ -363,6 +363,11 @@ class ReleasesTest(CommandTestCase):
         self.assertEqual(self.run_command(*upgrade).returncode, 1, "the profile is missing")
         self.assertEqual(list(self.files()), ["Works.xml"])
         self.bring_old("Plant.xml")
+        plant = self.folder / "Plant.xml"
+        sound = plant.read_text()
+        plant.write_text(sound.replace('text="1"', 'text="1*"'))
+        self.assertEqual(self.run_command(*upgrade).returncode, 1, "the profile has a fault")
+        plant.write_text(sound)
         for arguments, status in [(["values", path], 0), (["set", path, "Main", "maker", "'x'"], 1),
                                   (["upgrade", path], 1), (upgrade, 0)]:
             with self.subTest(arguments):

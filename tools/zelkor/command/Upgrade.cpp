@@ -10,10 +10,13 @@
 #include "zelkor/evolution/V1EvolutionData.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/ModelFile.h"
+#include "zelkor/profile/Profile.h"
+#include "zelkor/profile/ProfileCatalog.h"
 #include "zelkor/profile/ProfileNamespace.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -25,6 +28,13 @@ namespace fs = std::filesystem;
 using kavra::toUtf8;
 using nlohmann::ordered_json;
 using property::evolution::ReleaseRegistry;
+
+/// Whether all profiles are there and whole. What could not be taken over because of one that is not, is not lost yet.
+bool hasSoundProfiles(const ModelFile& file) {
+  return file.differences().p_MissingProfiles().empty() &&
+         std::ranges::none_of(file.profiles().getAllResolvedProfiles(false),
+                              [](const auto& profile) { return profile.getIsUnhealthyOnLoad(); });
+}
 
 /// Brings one file up to date; the version that it had, or nothing if that was the present one already.
 std::string upgrade(const fs::path& path, bool backup, bool leaveOut) {
@@ -47,11 +57,13 @@ std::string upgrade(const fs::path& path, bool backup, bool leaveOut) {
       save();
   };
   if (!profile::ProfileNamespace::getProfileNamespace(model)) {
+    if (const auto profile = profile::Profile::getProfile(model))
+      profile::ProfileCatalog::instance().migrateBuiltInTypes(profile);
     replace([&] { tavo::saveModel(model, path, tavo::Expectation::unchanged(seen)); });
   } else {
     // The values of a model may have to find their profiles first.
     auto file = ModelFile::take(model, path, seen, version);
-    if (leaveOut && file.differences().p_MissingProfiles().empty())
+    if (leaveOut && hasSoundProfiles(file))
       file.leaveOutLost();
     replace([&] { file.save(); });
   }
@@ -81,7 +93,8 @@ int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool leaveO
     } catch (const tavo::Error& error) {
       const bool isIncomplete = error.id() == ArchitectureError::MigrationIncomplete;
       found.add({}, {}, error,
-                isIncomplete ? "With --leave-out it goes without what is listed, once its profiles are there." : "");
+                isIncomplete ? "With --leave-out it goes without what is listed, once its profiles are there and sound."
+                             : "");
     } catch (...) {
       addCurrent(found);
     }
