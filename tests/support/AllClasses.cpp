@@ -125,23 +125,7 @@ bool fill(const ModelElement& object, bool withContents = true) {
   return any;
 }
 
-} // namespace
-
-std::vector<const MetaClass*> concreteClasses(std::initializer_list<std::string_view> packages) {
-  std::vector<const MetaClass*> concrete;
-  for (const std::string_view name : packages) {
-    const tavo::MetaPackage* package = tavo::MetaRegistry::instance().findPackage(name);
-    EXPECT_NE(package, nullptr) << name;
-    if (package)
-      for (const auto& metaClass : package->classes())
-        if (!metaClass->isAbstract())
-          concrete.push_back(metaClass.get());
-  }
-  return concrete;
-}
-
 void expectXmlRoundTrip(const MetaClass& metaClass) {
-  SCOPED_TRACE(metaClass.qualifiedName());
   const auto model = tavo::Model::create();
   const auto object = model.create(metaClass);
   fill(object);
@@ -161,7 +145,6 @@ void expectXmlRoundTrip(const MetaClass& metaClass) {
 }
 
 void expectUndoAndRedo(const MetaClass& metaClass) {
-  SCOPED_TRACE(metaClass.qualifiedName());
   const auto model = tavo::Model::create();
   const auto object = model.create(metaClass);
   model.clearHistory();
@@ -189,7 +172,6 @@ void expectUndoAndRedo(const MetaClass& metaClass) {
 }
 
 void expectRefusals(const MetaClass& metaClass) {
-  SCOPED_TRACE(metaClass.qualifiedName());
   const auto model = tavo::Model::create();
   const auto object = model.create(metaClass);
   const auto wrong = Value::of(std::vector<double>{1, 2});
@@ -200,8 +182,6 @@ void expectRefusals(const MetaClass& metaClass) {
                                                   : "tavo:messages:CannotSetReadOnlyProperty");
   }
 }
-
-namespace {
 
 /// One key of a keyed feature, over `count` objects: with few of them there is no index.
 void expectKeyFollows(const MetaClass& metaClass, const MetaProperty& holder, std::size_t which, unsigned count) {
@@ -236,10 +216,7 @@ void expectKeyFollows(const MetaClass& metaClass, const MetaProperty& holder, st
   expectUnder(fresh, old, "made again");
 }
 
-} // namespace
-
 void expectKeysFollow(const MetaClass& metaClass) {
-  SCOPED_TRACE(metaClass.qualifiedName());
   for (const MetaProperty* holder : metaClass.properties())
     for (std::size_t which = 0; which < 2; ++which)
       if (holder->key(which) && concreteClass(*holder->target()))
@@ -247,6 +224,31 @@ void expectKeysFollow(const MetaClass& metaClass) {
           SCOPED_TRACE(holder->name());
           expectKeyFollows(metaClass, *holder, which, count);
         }
+}
+
+} // namespace
+
+std::vector<const MetaClass*> concreteClasses(std::initializer_list<std::string_view> packages) {
+  std::vector<const MetaClass*> concrete;
+  for (const std::string_view name : packages) {
+    const tavo::MetaPackage* package = tavo::MetaRegistry::instance().findPackage(name);
+    EXPECT_NE(package, nullptr) << name;
+    if (package)
+      for (const auto& metaClass : package->classes())
+        if (!metaClass->isAbstract())
+          concrete.push_back(metaClass.get());
+  }
+  return concrete;
+}
+
+void expectWhatMustHoldForAll(const std::vector<const MetaClass*>& classes) {
+  for (const auto* metaClass : classes) {
+    SCOPED_TRACE(metaClass->qualifiedName());
+    expectXmlRoundTrip(*metaClass);
+    expectUndoAndRedo(*metaClass);
+    expectRefusals(*metaClass);
+    expectKeysFollow(*metaClass);
+  }
 }
 
 } // namespace testsupport

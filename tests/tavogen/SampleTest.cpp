@@ -42,18 +42,11 @@ TEST_F(SampleTest, ClassesAreKnownByNameWithTheirFlags) {
   EXPECT_EQ(tavo::toText(plant.id()), "5d0d0f2e-4b5c-3f6a-8a55-0f5a3c1f9b10");
   EXPECT_TRUE(plant.isA(Named::metaClass()));
   EXPECT_TRUE(Named::metaClass().isAbstract());
-  EXPECT_EQ(plant.properties().size(), Plant::Impl::propertyCount);
   EXPECT_EQ(plant.property("height").index(), Plant::Impl::Index::height);
   EXPECT_EQ(plant.findProperty("scent"), nullptr);
-  EXPECT_FALSE(plant.property("secret").has(tavo::PropertyFlag::publicAccessor));
-  EXPECT_FALSE(plant.property("code").isWritable());
-  EXPECT_FALSE(plant.property("sownAt").isSaved());
   EXPECT_TRUE(plant.property("label").has(tavo::PropertyFlag::derived | tavo::PropertyFlag::transient));
-  EXPECT_FALSE(plant.property("label").isWritable());
-  EXPECT_TRUE(plant.property("yields").has(tavo::PropertyFlag::ordered));
+  EXPECT_TRUE(plant.property("aliases").has(tavo::PropertyFlag::ordered));
   EXPECT_TRUE(Bed::metaClass().property("spades").has(tavo::PropertyFlag::unique));
-  EXPECT_TRUE(Stone::metaClass().has(tavo::ClassFlag::derivedIdentity));
-  EXPECT_EQ(Bed::metaClass().property("plants").opposite(), &plant.property("bed"));
 }
 
 TEST_F(SampleTest, DatatypesAreKnownByName) {
@@ -66,11 +59,13 @@ TEST_F(SampleTest, DatatypesAreKnownByName) {
 
 TEST_F(SampleTest, AttributesStartWithTheirDefaults) {
   EXPECT_TRUE(rose.isPerennial());
-  EXPECT_EQ(rose.offset(), -5);
   EXPECT_EQ(rose.height(), 0.25);
   EXPECT_EQ(rose.family(), u"Rosaceae");
   EXPECT_EQ(rose.season(), Season::SUMMER);
-  EXPECT_FALSE(rose.maxHeight());
+  const auto stone = Stone::create(model);
+  EXPECT_EQ(stone.depth(), -5);
+  EXPECT_EQ(stone.age(), 12);
+  EXPECT_FALSE(stone.width());
   for (const auto* property : rose.objectClass().properties()) {
     const bool isSet = property->name() == "Name" || property->name() == "number";
     if (property->kind() == tavo::FeatureKind::attribute && !isSet) {
@@ -113,10 +108,11 @@ TEST_F(SampleTest, BuildersSetInheritedAndOwnFeaturesAndChildren) {
 
 TEST_F(SampleTest, ReflectionSeesWhatSettersWroteAndTheOtherWayRound) {
   rose.setSpot(Spot().setLabel(u"gate").setRow(4));
-  rose.setYields({3, 1});
+  const auto stone = Stone::create(model);
+  stone.setLayers({3, 1});
   implOf(rose).setURI(u"garden://rose");
   EXPECT_EQ(read(rose, "spot").as<Spot>().label, u"gate");
-  EXPECT_EQ(read(rose, "yields").as<std::vector<std::uint64_t>>().size(), 2u);
+  EXPECT_EQ(read(stone, "layers").as<std::vector<std::uint64_t>>().size(), 2u);
   EXPECT_EQ(read(rose, "URI").as<tavo::String>(), u"garden://rose");
   EXPECT_EQ(read(rose, "label").as<tavo::String>(), u"Rose");
   EXPECT_EQ(read(rose, "tallest").as<tavo::ModelElement>(), rose);
@@ -144,14 +140,8 @@ TEST_F(SampleTest, ReflectionRunsHooksAndOverriddenSetters) {
 
 TEST_F(SampleTest, WhatCannotBeWrittenIsRefusedBeforeAnyHook) {
   const auto refused = [&](const Plant& plant, std::string_view id) {
-    for (const auto& set : {std::function<void()>([&] { implOf(plant).setHeight(-1); }),
-                            std::function<void()>([&] { write(plant, "height", tavo::Value::of(-1.0)); })})
-      try {
-        set();
-        ADD_FAILURE() << id;
-      } catch (const tavo::Error& error) {
-        EXPECT_EQ(error.id().text(), id);
-      }
+    EXPECT_ERROR(implOf(plant).setHeight(-1), id);
+    EXPECT_ERROR(write(plant, "height", tavo::Value::of(-1.0)), id);
   };
   refused(model.createProxy(Plant::metaClass(), tavo::randomUuid()).cast<Plant>(), "tavo:messages:CannotModifyProxy");
   model.setFrozen(true);
@@ -323,12 +313,7 @@ TEST_F(SampleTest, ClassesOfOtherLibrariesDeriveFromIt) {
 
 TEST(SampleClassesTest, EachKeepsWhatMustHoldForAll) {
   annex::Vine::metaClass(); // registers both packages
-  for (const auto* metaClass : testsupport::concreteClasses({"sample", "annex"})) {
-    testsupport::expectXmlRoundTrip(*metaClass);
-    testsupport::expectUndoAndRedo(*metaClass);
-    testsupport::expectRefusals(*metaClass);
-    testsupport::expectKeysFollow(*metaClass);
-  }
+  testsupport::expectWhatMustHoldForAll(testsupport::concreteClasses({"sample", "annex"}));
 }
 
 /// A package with one class, whose code was compiled when Bee had `features` features.

@@ -13,7 +13,6 @@
 #include "sample/package.h"
 #include "tavo/collection/Views.h"
 #include "tavo/core/String.h"
-#include "tavo/core/Uuid.h"
 #include "tavo/meta/GeneratedCalls.h"
 #include "tavo/meta/MetaRegistry.h"
 #include "tavo/model/Model.h"
@@ -32,16 +31,6 @@ namespace {
 
 const void* plantIsPerennialDefault() {
   static const bool value = true;
-  return &value;
-}
-
-const void* plantOffsetDefault() {
-  static const std::int32_t value = -5;
-  return &value;
-}
-
-const void* plantSeedsDefault() {
-  static const std::int64_t value = 12;
   return &value;
 }
 
@@ -82,26 +71,6 @@ constexpr tavo::PropertyDecl plantProperties[] = {
      .offset = offsetof(Plant::Impl::Storage, isPerennial),
      .datatype = &tavo::datatypeOf<bool>,
      .defaultValue = &plantIsPerennialDefault},
-    {.name = "offset",
-     .id = "d8f06fa9-1c39-3da9-9027-4f35cf5d87e4",
-     .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::publicAccessor,
-     .offset = offsetof(Plant::Impl::Storage, offset),
-     .datatype = &tavo::datatypeOf<std::int32_t>,
-     .defaultValue = &plantOffsetDefault},
-    {.name = "seeds",
-     .id = "a26e38a7-ad87-3032-b4f4-a1218834c6e8",
-     .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::publicAccessor,
-     .offset = offsetof(Plant::Impl::Storage, seeds),
-     .datatype = &tavo::datatypeOf<std::int64_t>,
-     .defaultValue = &plantSeedsDefault},
-    {.name = "leaves",
-     .id = "ac735cab-9f55-3618-8b9b-7618f125f077",
-     .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::publicAccessor,
-     .offset = offsetof(Plant::Impl::Storage, leaves),
-     .datatype = &tavo::datatypeOf<std::uint64_t>},
     {.name = "height",
      .id = "5b1726cd-6fe6-3ab8-8f92-5b002d061f44",
      .kind = tavo::FeatureKind::attribute,
@@ -111,12 +80,6 @@ constexpr tavo::PropertyDecl plantProperties[] = {
      .defaultValue = &plantHeightDefault,
      .set = &tavo::detail::callSetter<&Plant::Impl::setHeight>,
      .doc = "The height above the ground, not below zero."},
-    {.name = "origin",
-     .id = "72d52a80-cd63-3d6d-9485-c41ee590d793",
-     .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::publicAccessor,
-     .offset = offsetof(Plant::Impl::Storage, origin),
-     .datatype = &tavo::datatypeOf<tavo::Uuid>},
     {.name = "family",
      .id = "43c7d8a7-de84-344f-8a36-b194f2528cdf",
      .kind = tavo::FeatureKind::attribute,
@@ -138,19 +101,6 @@ constexpr tavo::PropertyDecl plantProperties[] = {
      .flags = tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
      .offset = offsetof(Plant::Impl::Storage, spot),
      .datatype = &tavo::datatypeOf<Spot>},
-    {.name = "maxHeight",
-     .id = "afbe552a-10eb-39de-b341-831c82e10432",
-     .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::publicAccessor,
-     .offset = offsetof(Plant::Impl::Storage, maxHeight),
-     .datatype = &tavo::datatypeOf<std::optional<double>>},
-    {.name = "yields",
-     .id = "2ca9e50b-f5b2-3efd-9731-689bfe18789b",
-     .kind = tavo::FeatureKind::attribute,
-     .flags = tavo::PropertyFlag::publicAccessor | tavo::PropertyFlag::publicMutator,
-     .offset = offsetof(Plant::Impl::Storage, yields),
-     .datatype = &tavo::datatypeOf<std::vector<std::uint64_t>>,
-     .doc = "The harvest of each year."},
     {.name = "aliases",
      .id = "4f9f298c-3a05-3012-92fa-3fce106f08d2",
      .kind = tavo::FeatureKind::attribute,
@@ -390,20 +340,13 @@ Bed Plant::bed() const { return impl<Impl>().getBed(); }
 std::uint32_t Plant::number() const { return impl<Impl>().getNumber(); }
 void Plant::setNumber(std::uint32_t value) const { impl<Impl>().setNumber(value); }
 bool Plant::isPerennial() const { return impl<Impl>().getIsPerennial(); }
-std::int32_t Plant::offset() const { return impl<Impl>().getOffset(); }
-std::int64_t Plant::seeds() const { return impl<Impl>().getSeeds(); }
-std::uint64_t Plant::leaves() const { return impl<Impl>().getLeaves(); }
 double Plant::height() const { return impl<Impl>().getHeight(); }
 void Plant::setHeight(double value) const { impl<Impl>().setHeight(value); }
-const tavo::Uuid& Plant::origin() const { return impl<Impl>().getOrigin(); }
 const tavo::String& Plant::family() const { return impl<Impl>().getFamily(); }
 Season Plant::season() const { return impl<Impl>().getSeason(); }
 void Plant::setSeason(Season value) const { impl<Impl>().setSeason(value); }
 const Spot& Plant::spot() const { return impl<Impl>().getSpot(); }
 void Plant::setSpot(const Spot& value) const { impl<Impl>().setSpot(value); }
-const std::optional<double>& Plant::maxHeight() const { return impl<Impl>().getMaxHeight(); }
-const std::vector<std::uint64_t>& Plant::yields() const { return impl<Impl>().getYields(); }
-void Plant::setYields(const std::vector<std::uint64_t>& value) const { impl<Impl>().setYields(value); }
 const std::vector<tavo::String>& Plant::aliases() const { return impl<Impl>().getAliases(); }
 const sample::Clock& Plant::sownAt() const { return impl<Impl>().getSownAt(); }
 const tavo::String& Plant::code() const { return impl<Impl>().getCode(); }
@@ -435,21 +378,15 @@ bool Plant::Impl::hasBed() const { return one(at(Index::bed)) != nullptr; }
 void Plant::Impl::setBed(const Bed& value) { setOne(at(Index::bed), value.get()); }
 void Plant::Impl::setNumber(std::uint32_t value) { writeValue(at(Index::number), value); }
 void Plant::Impl::setIsPerennial(bool value) { writeValue(at(Index::isPerennial), value); }
-void Plant::Impl::setOffset(std::int32_t value) { writeValue(at(Index::offset), value); }
-void Plant::Impl::setSeeds(std::int64_t value) { writeValue(at(Index::seeds), value); }
-void Plant::Impl::setLeaves(std::uint64_t value) { writeValue(at(Index::leaves), value); }
 void Plant::Impl::setHeight(double value) {
   requireWritable(at(Index::height));
   if (runsHooks())
     aboutToSetHeight(value);
   writeValue(at(Index::height), value);
 }
-void Plant::Impl::setOrigin(const tavo::Uuid& value) { writeValue(at(Index::origin), value); }
 void Plant::Impl::setFamily(const tavo::String& value) { writeValue(at(Index::family), value); }
 void Plant::Impl::setSeason(Season value) { writeValue(at(Index::season), value); }
 void Plant::Impl::setSpot(const Spot& value) { writeValue(at(Index::spot), value); }
-void Plant::Impl::setMaxHeight(const std::optional<double>& value) { writeValue(at(Index::maxHeight), value); }
-void Plant::Impl::setYields(const std::vector<std::uint64_t>& value) { writeValue(at(Index::yields), value); }
 void Plant::Impl::setAliases(const std::vector<tavo::String>& value) { writeValue(at(Index::aliases), value); }
 void Plant::Impl::setSownAt(const sample::Clock& value) { writeValue(at(Index::sownAt), value); }
 void Plant::Impl::setCode(const tavo::String& value) { writeValue(at(Index::code), value); }
@@ -475,34 +412,14 @@ void Plant::Impl::BuilderImpl::doSetNumber(std::uint32_t value) { setValue<std::
 std::uint32_t Plant::Impl::BuilderImpl::getNumber() const { return value<std::uint32_t>(Index::number); }
 void Plant::Impl::BuilderImpl::doSetIsPerennial(bool value) { setValue<bool>(Index::isPerennial, value); }
 bool Plant::Impl::BuilderImpl::getIsPerennial() const { return value<bool>(Index::isPerennial); }
-void Plant::Impl::BuilderImpl::doSetOffset(std::int32_t value) { setValue<std::int32_t>(Index::offset, value); }
-std::int32_t Plant::Impl::BuilderImpl::getOffset() const { return value<std::int32_t>(Index::offset); }
-void Plant::Impl::BuilderImpl::doSetSeeds(std::int64_t value) { setValue<std::int64_t>(Index::seeds, value); }
-std::int64_t Plant::Impl::BuilderImpl::getSeeds() const { return value<std::int64_t>(Index::seeds); }
-void Plant::Impl::BuilderImpl::doSetLeaves(std::uint64_t value) { setValue<std::uint64_t>(Index::leaves, value); }
-std::uint64_t Plant::Impl::BuilderImpl::getLeaves() const { return value<std::uint64_t>(Index::leaves); }
 void Plant::Impl::BuilderImpl::doSetHeight(double value) { setValue<double>(Index::height, value); }
 double Plant::Impl::BuilderImpl::getHeight() const { return value<double>(Index::height); }
-void Plant::Impl::BuilderImpl::doSetOrigin(const tavo::Uuid& value) { setValue<tavo::Uuid>(Index::origin, value); }
-tavo::Uuid Plant::Impl::BuilderImpl::getOrigin() const { return value<tavo::Uuid>(Index::origin); }
 void Plant::Impl::BuilderImpl::doSetFamily(const tavo::String& value) { setValue<tavo::String>(Index::family, value); }
 tavo::String Plant::Impl::BuilderImpl::getFamily() const { return value<tavo::String>(Index::family); }
 void Plant::Impl::BuilderImpl::doSetSeason(Season value) { setValue<Season>(Index::season, value); }
 Season Plant::Impl::BuilderImpl::getSeason() const { return value<Season>(Index::season); }
 void Plant::Impl::BuilderImpl::doSetSpot(const Spot& value) { setValue<Spot>(Index::spot, value); }
 Spot Plant::Impl::BuilderImpl::getSpot() const { return value<Spot>(Index::spot); }
-void Plant::Impl::BuilderImpl::doSetMaxHeight(const std::optional<double>& value) {
-  setValue<std::optional<double>>(Index::maxHeight, value);
-}
-std::optional<double> Plant::Impl::BuilderImpl::getMaxHeight() const {
-  return value<std::optional<double>>(Index::maxHeight);
-}
-void Plant::Impl::BuilderImpl::doSetYields(const std::vector<std::uint64_t>& value) {
-  setValue<std::vector<std::uint64_t>>(Index::yields, value);
-}
-std::vector<std::uint64_t> Plant::Impl::BuilderImpl::getYields() const {
-  return value<std::vector<std::uint64_t>>(Index::yields);
-}
 void Plant::Impl::BuilderImpl::doSetAliases(const std::vector<tavo::String>& value) {
   setValue<std::vector<tavo::String>>(Index::aliases, value);
 }
@@ -546,20 +463,8 @@ tavo::AttributeTerms<std::uint32_t> Plant::Constrainables::number() const {
 tavo::AttributeTerms<bool> Plant::Constrainables::isPerennial() const {
   return tavo::AttributeTerms<bool>(at(Impl::Index::isPerennial));
 }
-tavo::AttributeTerms<std::int32_t> Plant::Constrainables::offset() const {
-  return tavo::AttributeTerms<std::int32_t>(at(Impl::Index::offset));
-}
-tavo::AttributeTerms<std::int64_t> Plant::Constrainables::seeds() const {
-  return tavo::AttributeTerms<std::int64_t>(at(Impl::Index::seeds));
-}
-tavo::AttributeTerms<std::uint64_t> Plant::Constrainables::leaves() const {
-  return tavo::AttributeTerms<std::uint64_t>(at(Impl::Index::leaves));
-}
 tavo::AttributeTerms<double> Plant::Constrainables::height() const {
   return tavo::AttributeTerms<double>(at(Impl::Index::height));
-}
-tavo::AttributeTerms<tavo::Uuid> Plant::Constrainables::origin() const {
-  return tavo::AttributeTerms<tavo::Uuid>(at(Impl::Index::origin));
 }
 tavo::AttributeTerms<tavo::String> Plant::Constrainables::family() const {
   return tavo::AttributeTerms<tavo::String>(at(Impl::Index::family));
@@ -569,12 +474,6 @@ tavo::AttributeTerms<Season> Plant::Constrainables::season() const {
 }
 tavo::AttributeTerms<Spot> Plant::Constrainables::spot() const {
   return tavo::AttributeTerms<Spot>(at(Impl::Index::spot));
-}
-tavo::AttributeTerms<std::optional<double>> Plant::Constrainables::maxHeight() const {
-  return tavo::AttributeTerms<std::optional<double>>(at(Impl::Index::maxHeight));
-}
-tavo::AttributeTerms<std::vector<std::uint64_t>> Plant::Constrainables::yields() const {
-  return tavo::AttributeTerms<std::vector<std::uint64_t>>(at(Impl::Index::yields));
 }
 tavo::AttributeTerms<std::vector<tavo::String>> Plant::Constrainables::aliases() const {
   return tavo::AttributeTerms<std::vector<tavo::String>>(at(Impl::Index::aliases));

@@ -7,7 +7,6 @@
 #include "sample/Spot.h"
 #include "tavo/collection/Views.h"
 #include "tavo/core/String.h"
-#include "tavo/core/Uuid.h"
 #include "tavo/meta/MetaRegistry.h"
 #include "tavo/model/Model.h"
 #include "tests/tavogen/sample/Clock.h"
@@ -42,22 +41,14 @@ public:
   std::uint32_t number() const;
   void setNumber(std::uint32_t value) const;
   bool isPerennial() const;
-  std::int32_t offset() const;
-  std::int64_t seeds() const;
-  std::uint64_t leaves() const;
   /// The height above the ground, not below zero.
   double height() const;
   void setHeight(double value) const;
-  const tavo::Uuid& origin() const;
   const tavo::String& family() const;
   Season season() const;
   void setSeason(Season value) const;
   const Spot& spot() const;
   void setSpot(const Spot& value) const;
-  const std::optional<double>& maxHeight() const;
-  /// The harvest of each year.
-  const std::vector<std::uint64_t>& yields() const;
-  void setYields(const std::vector<std::uint64_t>& value) const;
   const std::vector<tavo::String>& aliases() const;
   const sample::Clock& sownAt() const;
   const tavo::String& code() const;

@@ -7,7 +7,6 @@
 #include "sample/Spot.h"
 #include "tavo/collection/Views.h"
 #include "tavo/core/String.h"
-#include "tavo/core/Uuid.h"
 #include "tavo/meta/MetaRegistry.h"
 #include "tavo/model/Model.h"
 #include "tests/tavogen/sample/Clock.h"
@@ -25,13 +24,9 @@ class SAMPLE_EXPORT Plant::Impl : public Named::Impl {
 public:
   using Base = Named::Impl;
   struct Storage : Base::Storage {
-    std::int64_t seeds = 12;
-    std::uint64_t leaves = 0;
     double height = 0.25;
     tavo::String family = u"Rosaceae";
     Spot spot;
-    std::optional<double> maxHeight;
-    std::vector<std::uint64_t> yields;
     std::vector<tavo::String> aliases;
     sample::Clock sownAt;
     tavo::String code;
@@ -41,39 +36,31 @@ public:
     tavo::LinkField neighbour = nullptr;
     tavo::ListField feeds;
     std::uint32_t number = 0;
-    std::int32_t offset = -5;
     Season season = Season::SUMMER;
     std::uint32_t visits = 0;
     bool isPerennial = true;
-    tavo::Uuid origin{};
   };
   struct Index {
     static constexpr tavo::PropertyIndex bed = Base::propertyCount + 0;
     static constexpr tavo::PropertyIndex number = Base::propertyCount + 1;
     static constexpr tavo::PropertyIndex isPerennial = Base::propertyCount + 2;
-    static constexpr tavo::PropertyIndex offset = Base::propertyCount + 3;
-    static constexpr tavo::PropertyIndex seeds = Base::propertyCount + 4;
-    static constexpr tavo::PropertyIndex leaves = Base::propertyCount + 5;
-    static constexpr tavo::PropertyIndex height = Base::propertyCount + 6;
-    static constexpr tavo::PropertyIndex origin = Base::propertyCount + 7;
-    static constexpr tavo::PropertyIndex family = Base::propertyCount + 8;
-    static constexpr tavo::PropertyIndex season = Base::propertyCount + 9;
-    static constexpr tavo::PropertyIndex spot = Base::propertyCount + 10;
-    static constexpr tavo::PropertyIndex maxHeight = Base::propertyCount + 11;
-    static constexpr tavo::PropertyIndex yields = Base::propertyCount + 12;
-    static constexpr tavo::PropertyIndex aliases = Base::propertyCount + 13;
-    static constexpr tavo::PropertyIndex sownAt = Base::propertyCount + 14;
-    static constexpr tavo::PropertyIndex code = Base::propertyCount + 15;
-    static constexpr tavo::PropertyIndex secret = Base::propertyCount + 16;
-    static constexpr tavo::PropertyIndex URI = Base::propertyCount + 17;
-    static constexpr tavo::PropertyIndex label = Base::propertyCount + 18;
-    static constexpr tavo::PropertyIndex tallest = Base::propertyCount + 19;
-    static constexpr tavo::PropertyIndex lastSeen = Base::propertyCount + 20;
-    static constexpr tavo::PropertyIndex visits = Base::propertyCount + 21;
-    static constexpr tavo::PropertyIndex neighbour = Base::propertyCount + 22;
-    static constexpr tavo::PropertyIndex feeds = Base::propertyCount + 23;
+    static constexpr tavo::PropertyIndex height = Base::propertyCount + 3;
+    static constexpr tavo::PropertyIndex family = Base::propertyCount + 4;
+    static constexpr tavo::PropertyIndex season = Base::propertyCount + 5;
+    static constexpr tavo::PropertyIndex spot = Base::propertyCount + 6;
+    static constexpr tavo::PropertyIndex aliases = Base::propertyCount + 7;
+    static constexpr tavo::PropertyIndex sownAt = Base::propertyCount + 8;
+    static constexpr tavo::PropertyIndex code = Base::propertyCount + 9;
+    static constexpr tavo::PropertyIndex secret = Base::propertyCount + 10;
+    static constexpr tavo::PropertyIndex URI = Base::propertyCount + 11;
+    static constexpr tavo::PropertyIndex label = Base::propertyCount + 12;
+    static constexpr tavo::PropertyIndex tallest = Base::propertyCount + 13;
+    static constexpr tavo::PropertyIndex lastSeen = Base::propertyCount + 14;
+    static constexpr tavo::PropertyIndex visits = Base::propertyCount + 15;
+    static constexpr tavo::PropertyIndex neighbour = Base::propertyCount + 16;
+    static constexpr tavo::PropertyIndex feeds = Base::propertyCount + 17;
   };
-  static constexpr tavo::PropertyIndex propertyCount = Base::propertyCount + 24;
+  static constexpr tavo::PropertyIndex propertyCount = Base::propertyCount + 18;
   class BuilderImpl;
 
   using Base::Base;
@@ -86,26 +73,14 @@ public:
   void setNumber(std::uint32_t value);
   bool getIsPerennial() const { return storage().isPerennial; }
   void setIsPerennial(bool value);
-  std::int32_t getOffset() const { return storage().offset; }
-  void setOffset(std::int32_t value);
-  std::int64_t getSeeds() const { return storage().seeds; }
-  void setSeeds(std::int64_t value);
-  std::uint64_t getLeaves() const { return storage().leaves; }
-  void setLeaves(std::uint64_t value);
   double getHeight() const { return storage().height; }
   void setHeight(double value);
-  const tavo::Uuid& getOrigin() const { return storage().origin; }
-  void setOrigin(const tavo::Uuid& value);
   const tavo::String& getFamily() const { return storage().family; }
   void setFamily(const tavo::String& value);
   Season getSeason() const { return storage().season; }
   void setSeason(Season value);
   const Spot& getSpot() const { return storage().spot; }
   void setSpot(const Spot& value);
-  const std::optional<double>& getMaxHeight() const { return storage().maxHeight; }
-  void setMaxHeight(const std::optional<double>& value);
-  const std::vector<std::uint64_t>& getYields() const { return storage().yields; }
-  void setYields(const std::vector<std::uint64_t>& value);
   const std::vector<tavo::String>& getAliases() const { return storage().aliases; }
   void setAliases(const std::vector<tavo::String>& value);
   const sample::Clock& getSownAt() const { return storage().sownAt; }
