@@ -3,12 +3,12 @@
 #include "kavra/Rendering.h"
 #include "kavra/Text.h"
 #include "kavra/standalone/StandaloneHost.h"
+#include "tests/kavra/Table.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
 #include <cmath>
-#include <fstream>
 #include <random>
 
 namespace kavra {
@@ -85,33 +85,8 @@ std::string describe(const HostArray& array) {
   return text;
 }
 
-std::string replaced(std::string text, std::string_view from, std::string_view to) {
-  for (auto at = text.find(from); at != text.npos; at = text.find(from, at + to.size()))
-    text.replace(at, from.size(), to);
-  return text;
-}
-
-struct Row {
-  std::string expression, expected;
-  int line;
-};
-
-std::vector<Row> readTable() {
-  std::ifstream in(ZELKOR_TEST_DATA "/expressions.txt");
-  std::vector<Row> rows;
-  std::string line;
-  for (int number = 1; std::getline(in, line); ++number) {
-    auto arrow = line.find(" => ");
-    if (line.starts_with('#') || arrow == line.npos)
-      continue;
-    auto expression = replaced(replaced(line.substr(0, arrow), "⏎", "\n"), "␣", " ");
-    rows.push_back({expression, line.substr(arrow + 4), number});
-  }
-  return rows;
-}
-
 TEST(Expression, EvaluatesAsTheTableSays) {
-  auto rows = readTable();
+  auto rows = readTable("expressions.txt");
   ASSERT_GT(rows.size(), 400u);
   auto workspace = workspaceWithVariables();
   for (auto& [expression, expected, line] : rows) {
@@ -123,12 +98,12 @@ TEST(Expression, EvaluatesAsTheTableSays) {
 
 TEST(Expression, EveryResultOfTheTableCanBeWrittenAsAnExpressionAgain) {
   auto workspace = workspaceWithVariables();
-  for (auto& row : readTable()) {
-    auto array = workspace.evaluate(fromUtf8(row.expression).value());
+  for (auto& row : readTable("expressions.txt")) {
+    auto array = workspace.evaluate(fromUtf8(row.text).value());
     if (!array)
       continue;
     auto text = expressionText(array);
-    ASSERT_TRUE(text) << row.expression;
+    ASSERT_TRUE(text) << row.text;
     EXPECT_EQ(describe(workspace.evaluate(*text)), describe(array)) << toUtf8(*text);
   }
 }
@@ -184,8 +159,8 @@ TEST(Expression, NoTextOfRandomTokensDoesHarm) {
 
 TEST(Expression, AnyPrefixOfAGoodTextIsHarmless) {
   auto workspace = workspaceWithVariables();
-  for (auto& row : readTable()) {
-    auto text = fromUtf8(row.expression).value();
+  for (auto& row : readTable("expressions.txt")) {
+    auto text = fromUtf8(row.text).value();
     for (std::size_t length = 0; length < text.size(); ++length)
       workspace.evaluate(std::u16string_view(text).substr(0, length));
   }

@@ -1,9 +1,9 @@
 #include "kavra/Host.h"
 
-#include "kavra/Error.h"
 #include "kavra/Rendering.h"
 #include "kavra/standalone/EnumerationFile.h"
 #include "kavra/standalone/StandaloneHost.h"
+#include "tests/kavra/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -14,16 +14,6 @@
 
 namespace kavra {
 namespace {
-
-template <class Function>
-Error errorOf(Function&& function) {
-  try {
-    function();
-  } catch (const Error& error) {
-    return error;
-  }
-  return Error("no error", "");
-}
 
 /// A folder of its own for each test.
 class HostTest : public ::testing::Test {

@@ -142,41 +142,11 @@ TEST(UnitsRandomTest, FractionsRoundAsTheProcessorRounds) {
 }
 
 TEST(UnitsRandomTest, GarbageIsRefusedWithAPositionWithinTheText) {
-  static constexpr std::u16string_view pieces[] = {u"m",
-                                                   u"kg",
-                                                   u"s",
-                                                   u"degC",
-                                                   u"kelvin",
-                                                   u"%",
-                                                   u"1",
-                                                   u"2",
-                                                   u"99",
-                                                   u"^",
-                                                   u"^(1/2)",
-                                                   u"^-",
-                                                   u"²",
-                                                   u"⁻",
-                                                   u"*",
-                                                   u"/",
-                                                   u".",
-                                                   u"·",
-                                                   u"(",
-                                                   u")",
-                                                   u" ",
-                                                   u"  ",
-                                                   u"-",
-                                                   u"+",
-                                                   u"µ",
-                                                   u"\xd800",
-                                                   u"\xdc00",
-                                                   u"\xfeff",
-                                                   u"\x7f",
-                                                   u"\t",
-                                                   std::u16string_view(u"\0", 1),
-                                                   u"Q",
-                                                   u"foo",
-                                                   u"_",
-                                                   u"1/"};
+  using namespace std::string_view_literals;
+  static constexpr std::u16string_view pieces[] = {
+      u"m", u"kg",     u"s",      u"degC",   u"kelvin", u"%",  u"1",    u"2", u"99",  u"^",  u"^(1/2)", u"^-",
+      u"²", u"⁻",      u"*",      u"/",      u".",      u"·",  u"(",    u")", u" ",   u"  ", u"-",      u"+",
+      u"µ", u"\xd800", u"\xdc00", u"\xfeff", u"\x7f",   u"\t", u"\0"sv, u"Q", u"foo", u"_",  u"1/"};
   int accepted = 0, refused = 0;
   for (unsigned seed = 0; seed < 8000; ++seed) {
     Dice dice(seed);
