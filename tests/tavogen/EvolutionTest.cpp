@@ -8,66 +8,22 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 namespace sample {
 namespace {
 
 using tavo::evolution::EvolutionEngine;
 
 /// A bed with a plant as the first version wrote it, when plants were herbs and had a size.
-const std::string seedling = R"(<?xml version="1.0" encoding="UTF-8"?>
-<tavo format="1">
-  <families>
-    <family name="sample" version="Seedling" uri="http://schema.zelkor.example/tavo/sample/Seedling"/>
-  </families>
-  <dictionary>
-    <class name="Bed" family="sample" id="BED">
-      <feature name="Name" id="NAME"/>
-      <feature name="plants" id="PLANTS"/>
-      <feature name="favorites" id="FAVORITES"/>
-    </class>
-    <class name="Herb" family="sample" id="5d0d0f2e-4b5c-3f6a-8a55-0f5a3c1f9b10">
-      <feature name="Name" id="NAME"/>
-      <feature name="number" id="NUMBER"/>
-      <feature name="size" id="HEIGHT"/>
-      <feature name="nicknames" id="NICKNAMES"/>
-    </class>
-    <class name="Nickname" family="sample" id="NICKNAME">
-      <feature name="Name" id="NAME"/>
-    </class>
-  </dictionary>
-  <objects>
-    <Bed uuid="00000000-0000-4000-8000-000000000001" Name="Kitchen" favorites="00000000-0000-4000-8000-000000000002">
-      <plants uuid="00000000-0000-4000-8000-000000000002" Name="Basil" number="1" size="0.5">
-        <nicknames uuid="UUID1" Name="King"/>
-        <nicknames uuid="UUID2" Name="Saint &amp; Joseph"/>
-      </plants>
-    </Bed>
-  </objects>
-</tavo>
-)";
+const std::string seedling = [] {
+  std::ifstream file(ZELKOR_TEST_DATA "/seedling.xml");
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}();
 
 class EvolutionTest : public testing::Test {
 protected:
-  static std::string filled(std::string text) {
-    const auto idOf = [](std::string_view owner, std::string_view feature) {
-      return tavo::toText(tavo::evolution::classNamed(owner).feature(feature).id);
-    };
-    const auto uuid = *tavo::parseUuid("00000000-0000-4000-8000-000000000002");
-    for (const auto& [mark, value] : {std::pair{"\"BED\"", tavo::toText(Bed::metaClass().id())},
-                                      {"\"NICKNAME\"", tavo::toText(tavo::evolution::classNamed("sample.Nickname").id)},
-                                      {"\"NAME\"", idOf("sample.Plant", "Name")},
-                                      {"\"PLANTS\"", idOf("sample.Bed", "plants")},
-                                      {"\"FAVORITES\"", idOf("sample.Bed", "favorites")},
-                                      {"\"NUMBER\"", idOf("sample.Plant", "number")},
-                                      {"\"HEIGHT\"", idOf("sample.Plant", "height")},
-                                      {"\"FAMILY\"", idOf("sample.Plant", "family")},
-                                      {"\"NICKNAMES\"", idOf("sample.Plant", "nicknames")},
-                                      {"\"UUID1\"", tavo::toText(tavo::nameUuid(uuid, "King"))},
-                                      {"\"UUID2\"", tavo::toText(tavo::nameUuid(uuid, "Saint & Joseph"))}})
-      for (auto at = text.find(mark); at != text.npos; at = text.find(mark))
-        text.replace(at, std::strlen(mark), '"' + value + '"');
-    return text;
-  }
   static std::string with(std::string text, std::string_view old, std::string_view fresh) {
     const auto at = text.find(old);
     EXPECT_NE(at, text.npos) << old;
@@ -98,7 +54,7 @@ protected:
 
 TEST_F(EvolutionTest, FilesOfTheFirstVersionOpen) {
   std::vector<std::string> told;
-  read(filled(seedling), {.evolved = [&](auto family, auto version) {
+  read(seedling, {.evolved = [&](auto family, auto version) {
          told.push_back(std::string(family) + " " + std::string(version));
        }});
   EXPECT_EQ(told, std::vector<std::string>{"sample Seedling"});
@@ -113,16 +69,16 @@ TEST_F(EvolutionTest, FilesOfTheFirstVersionOpen) {
 }
 
 TEST_F(EvolutionTest, DownAndUpAgainKeepsWhatBothVersionsKnow) {
-  read(filled(seedling));
+  read(seedling);
   const auto present = bytesOf(model);
   const auto old = evolved(present, "1.3", "Seedling");
   EXPECT_TRUE(engine.account().losses().empty());
-  EXPECT_EQ(old, filled(seedling));
+  EXPECT_EQ(old, seedling);
   EXPECT_EQ(evolved(old, "Seedling", "1.3"), present);
 }
 
 TEST_F(EvolutionTest, WhatAnOlderVersionDoesNotKnowIsLeftOutAndPutOnTheAccount) {
-  read(filled(seedling));
+  read(seedling);
   const auto basil = model.findTopLevel<Bed>().plants().find(u"Basil");
   static_cast<Plant::Impl&>(basil.object()).setFamily(u"Lamiaceae");
   const auto present = bytesOf(model);
@@ -134,7 +90,7 @@ TEST_F(EvolutionTest, WhatAnOlderVersionDoesNotKnowIsLeftOutAndPutOnTheAccount) 
 
 TEST_F(EvolutionTest, WhatItsVersionDoesNotHaveIsRefused) {
   const std::string version = "version=\"Seedling\"";
-  const std::string feature = R"(<feature name="size" id="HEIGHT"/>)";
+  const std::string feature = R"(<feature name="size" id="5b1726cd-6fe6-3ab8-8f92-5b002d061f44"/>)";
   const struct {
     std::string text, id;
   } rows[] = {
@@ -142,19 +98,20 @@ TEST_F(EvolutionTest, WhatItsVersionDoesNotHaveIsRefused) {
       {with(seedling, version, "version=\"1.4\""), "tavo_evo:messages:InvalidFamilyVersion"},
       {with(seedling, version, "version=\"\""), "tavo_evo:messages:InvalidFamilyVersion"},
       {with(seedling, version, "version=\"1.3\""), "tavo:messages:UnknownFeature"},
-      {with(seedling, feature, feature + R"(<feature name="family" id="FAMILY"/>)"), "tavo:messages:UnknownFeature"},
+      {with(seedling, feature, feature + R"(<feature name="family" id="43c7d8a7-de84-344f-8a36-b194f2528cdf"/>)"),
+       "tavo:messages:UnknownFeature"},
       {with(seedling, "favorites=\"00000000-0000-4000-8000-000000000002\"", "favorites=\"mint\""),
        "tavo:messages:DanglingReference"},
       {with(seedling, "size=\"0.5\"", "size=\"tall\""), "tavo:messages:InvalidText"},
-      {with(seedling, " uuid=\"UUID1\"", ""), "tavo:messages:InvalidText"},
-      {with(seedling, "uuid=\"UUID1\"", "uuid=\"00000000-0000-4000-8000-000000000001\""),
+      {with(seedling, " uuid=\"b08bf982-b105-3cd9-82d9-ff4bb7f911d4\"", ""), "tavo:messages:InvalidText"},
+      {with(seedling, "uuid=\"b08bf982-b105-3cd9-82d9-ff4bb7f911d4\"", "uuid=\"00000000-0000-4000-8000-000000000001\""),
        "tavo:messages:DuplicateIdentity"},
   };
   for (const auto& row : rows) {
-    EXPECT_ERROR(read(filled(row.text)), row.id);
+    EXPECT_ERROR(read(row.text), row.id);
     EXPECT_EQ(model.objectCount(), 0u);
   }
-  EXPECT_ERROR(read(filled(seedling), {.evolve = false}), "tavo_evo:messages:OldFamilyVersion");
+  EXPECT_ERROR(read(seedling, {.evolve = false}), "tavo_evo:messages:OldFamilyVersion");
 }
 
 } // namespace

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 namespace zelkor::text {
 namespace {
 
@@ -77,69 +80,8 @@ TEST(ProfileReader, TellsAllFaultsInTheOrderOfTheText) {
 }
 
 TEST(ProfileText, ComesBackFromWhatIsWritten) {
-  constexpr auto toml = R"toml([profile]
-name = "P"
-id = "0e38a211-8b7c-3eae-b4c0-d1d620eda026"
-externalId = ""
-description = """
-Two "lines"
-with a \\ and a tab\t"""
-defaultStereotype = "A"
-dependsOn = ["B", "C"]
-[[enumeration]]
-name = "paint.Colours"
-members = ["Red", { name = "Green", value = -7 }]
-default = "Green"
-[[enumeration]]
-name = "E"
-members = ["X"]
-[[type]]
-name = "Mass"
-base = "double"
-units = "kg"
-min = -0.0
-max = inf
-dimensions = [2, 3]
-[[type]]
-name = "Colour"
-enumeration = "paint.Colours"
-[[set]]
-name = "S"
-description = "a\u0000b"
-[[set.type]]
-name = "double"
-kind = "real"
-[[set.property]]
-name = "p"
-was = "q"
-type = "B.Mass"
-default = { value = [[1, 2.5], [3, 4]], units = "g" }
-[[set.property]]
-name = "r"
-type = "string"
-default = { expr = "char(65)" }
-[[stereotype]]
-name = "A"
-parent = "B.Base"
-appliesTo = ["Component", "Port"]
-icon = "sensor"
-headerColour = "#0a0B0c"
-lineColour = [256, 0, 4294967295]
-lineStyle = "dashed"
-defaults = { port = "A", component = "B.Base" }
-setDescription = "of the set"
-[[stereotype.property]]
-name = "flag"
-type = "boolean"
-default = true
-[[tag]]
-name = "T"
-description = { escaped = "\\uD800 \\\\ …" }
-[exact]
-order = ["Profile", "ModelIdentifier"]
-"Profile/tags/T" = "0e38a211-8b7c-3eae-b4c0-d1d620eda027"
-"Profile/valueTypes/int8" = false
-)toml";
+  std::ifstream file(ZELKOR_TEST_DATA "/everything.toml");
+  const std::string toml(std::istreambuf_iterator<char>(file), {});
   Findings findings("P.toml");
   auto first = readProfileText(toml, "P.toml", findings);
   auto written = writeProfileText(first);
