@@ -1,5 +1,6 @@
 // EXPECT_ERROR(expression, identifier, arguments...): the expression raises that error; given arguments must agree,
-// none given means any. EXPECT_ERROR_UNCHANGED(model, ...): and the model is to the letter what it was.
+// none given means any. EXPECT_ERROR_BECAUSE(cause, ...): and its cause has that identifier.
+// EXPECT_ERROR_UNCHANGED(model, ...): and the model is to the letter what it was.
 #pragma once
 
 #include "tavo/core/Error.h"
@@ -13,7 +14,8 @@
 namespace testsupport {
 
 template <class Action>
-testing::AssertionResult raises(Action&& action, std::string_view id, const std::vector<tavo::String>& arguments) {
+testing::AssertionResult raises(Action&& action, std::string_view id, const std::vector<tavo::String>& arguments,
+                                std::string_view cause = {}) {
   try {
     action();
   } catch (const tavo::Error& error) {
@@ -26,6 +28,8 @@ testing::AssertionResult raises(Action&& action, std::string_view id, const std:
         failure << " '" << argument.toUtf8() << "'";
       return failure;
     }
+    if (!cause.empty() && (!error.cause() || error.cause()->id().text() != cause))
+      return testing::AssertionFailure() << id << " is not because of " << cause << ": " << error.what();
     return testing::AssertionSuccess();
   } catch (const std::exception& error) {
     return testing::AssertionFailure() << "raised a foreign exception instead of " << id << ": " << error.what();
@@ -50,6 +54,9 @@ inline std::string stateOf(const tavo::Model& model) {
 
 #define EXPECT_ERROR(EXPRESSION, ID, ...)                                                                              \
   EXPECT_TRUE(testsupport::raises([&] { (void)(EXPRESSION); }, ID, testsupport::errorArguments(__VA_ARGS__)))
+
+#define EXPECT_ERROR_BECAUSE(CAUSE, EXPRESSION, ID, ...)                                                               \
+  EXPECT_TRUE(testsupport::raises([&] { (void)(EXPRESSION); }, ID, testsupport::errorArguments(__VA_ARGS__), CAUSE))
 
 #define EXPECT_ERROR_UNCHANGED(MODEL, EXPRESSION, ...)                                                                 \
   do {                                                                                                                 \
