@@ -37,18 +37,6 @@ TEST_F(ElementsTest, AStereotypeBringsTheSetsOfItsAncestors) {
   EXPECT_EQ(carriers(u"Plant.Machine", true), 1u);
 
   pump.applyPrototype(stereotype(u"Machine"));
-  pump.setPropVal(u"Plant.Machine.slots", u"4", u"*");
-  pump.setPropVal(u"Plant.Pump.flow", u"4", u"*");
-  const auto before = tavo::modelText(model());
-  pump.removePrototype(stereotype(u"Pump"));
-  EXPECT_EQ(setNames(pump), Names{"Plant.Machine"}) << "the other stereotype still brings it";
-  EXPECT_EQ(valueOf(pump, u"Plant.Machine.slots"), "4");
-  EXPECT_TRUE(model().undo());
-  EXPECT_EQ(tavo::modelText(model()), before);
-
-  pump.removePrototype(stereotype(u"Machine"));
-  EXPECT_EQ(setNames(pump), (Names{"Plant.Machine", "Plant.Pump"}));
-  EXPECT_EQ(valueOf(pump, u"Plant.Machine.slots"), "4");
   pump.removeAllPrototypes();
   EXPECT_TRUE(setNames(pump).empty());
   EXPECT_EQ(carriers(u"Plant.Pump"), 0u);

@@ -26,19 +26,6 @@ protected:
   }
 };
 
-TEST_F(FollowingTest, ANewDefaultReachesElementsWithoutAValue) {
-  plant.prototypes().find(u"Machine").getPropertySet().getPropertyByName(u"slots").setDefaultPropertyValue(u"9", u"*");
-  plant.prototypes().find(u"Machine").getPropertySet().getPropertyByName(u"power").setDefaultPropertyValue(u"9", u"*");
-  EXPECT_TRUE(profiles().p_IsProfileOutdated());
-  EXPECT_EQ(valueOf(pump, u"Plant.Machine.slots"), "2");
-  EXPECT_EQ(modelFile.checkProfiles().p_ChangedProperties(), (Names{u"Plant.Machine.power", u"Plant.Machine.slots"}));
-  modelFile.synchronize();
-  EXPECT_EQ(valueOf(pump, u"Plant.Machine.slots"), "9");
-  EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W");
-  EXPECT_FALSE(profiles().p_IsProfileOutdated());
-  EXPECT_FALSE(modelFile.differences().hasDifferences());
-}
-
 TEST_F(FollowingTest, NamesAreFollowedByIdentity) {
   const auto set = stereotype(u"Machine").getPropertySet();
   set.renameProperty(u"power", u"tmp");
@@ -53,6 +40,13 @@ TEST_F(FollowingTest, NamesAreFollowedByIdentity) {
   modelFile.synchronize();
   EXPECT_EQ(valueOf(pump, u"Works.Machine.slots"), "5 W");
   EXPECT_EQ(valueOf(pump, u"Works.FluidPump.flow"), "2 m^3/s");
+
+  stereotype(u"Machine").setName(u"tmp");
+  stereotype(u"FluidPump").setName(u"Machine");
+  stereotype(u"tmp").setName(u"FluidPump");
+  modelFile.synchronize();
+  EXPECT_EQ(valueOf(pump, u"Works.FluidPump.slots"), "5 W");
+  EXPECT_EQ(valueOf(pump, u"Works.Machine.flow"), "2 m^3/s");
   EXPECT_FALSE(modelFile.differences().hasDifferences());
   checkInvariants(model());
 }
@@ -115,6 +109,7 @@ TEST_F(FollowingTest, AProfileThatIsLoadedAgainIsListenedTo) {
   modelFile.synchronize();
   stereotype(u"Machine").getPropertySet().getPropertyByName(u"slots").setDefaultPropertyValue(u"9", u"*");
   EXPECT_TRUE(profiles().p_IsProfileOutdated());
+  EXPECT_EQ(modelFile.checkProfiles().p_ChangedProperties(), Names{u"Plant.Machine.slots"});
   profiles().synchronizePostLoad({});
   EXPECT_EQ(valueOf(pump, u"Plant.Machine.slots"), "9");
   for (const bool isOn : {false, true}) {
@@ -125,35 +120,16 @@ TEST_F(FollowingTest, AProfileThatIsLoadedAgainIsListenedTo) {
 }
 
 TEST_F(FollowingTest, StepsThatAreDoneStayWhenALaterOneFails) {
+  pump.setPropVal(u"Plant.Machine.label", u"'mine'", u"*");
   const auto found = modelFile.checkProfiles();
   found.setP_DeletedProperties({u"Plant.Machine.label"});
   found.setP_AddedProperties({u"Plant.Machine.power"});
   EXPECT_ERROR(profiles().synchronizePostLoad(found), "tavo:messages:UniquenessConstraint");
   EXPECT_FALSE(pump.hasPropVal(u"Plant.Machine.label"));
+  EXPECT_EQ(reported().at(0), "Velmora:Property:ValuesDropped");
   modelFile.synchronize();
   EXPECT_TRUE(pump.hasPropVal(u"Plant.Machine.label"));
   EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W");
-}
-
-TEST_F(FollowingTest, WhatIsGoneGoesAndWhatIsNewComes) {
-  const auto machine = stereotype(u"Machine");
-  machine.getPropertySet().removeProperty(u"power");
-  define(machine, u"weight", u"double", u"3", u"kg");
-  define(add(plant, u"Motor", u"Plant.Machine"), u"torque", u"double", u"1", u"N*m");
-  const auto found = modelFile.checkProfiles();
-  EXPECT_EQ(found.p_DeletedProperties(), Names{u"Plant.Machine.power"});
-  EXPECT_EQ(found.p_AddedProperties(), Names{u"Plant.Machine.weight"});
-  EXPECT_EQ(found.p_AddedPrototypes(), Names{u"Plant.Motor"});
-  modelFile.synchronize();
-  EXPECT_EQ(reported(), std::vector<std::string>{"Velmora:Property:ValuesDropped"});
-  EXPECT_FALSE(pump.hasPropVal(u"Plant.Machine.power"));
-  EXPECT_EQ(valueOf(pump, u"Plant.Machine.weight"), "3 kg");
-  pump.applyPrototype(stereotype(u"Motor"));
-  EXPECT_EQ(valueOf(pump, u"Plant.Motor.torque"), "1 N*m");
-  EXPECT_TRUE(model().undo());
-  EXPECT_TRUE(model().undo());
-  EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W") << "a synchronisation is one step";
-  checkInvariants(model());
 }
 
 TEST_F(FollowingTest, ValuesThatNoLongerFitAreKeptAndReported) {
@@ -190,6 +166,7 @@ TEST_F(FollowingTest, OnlyWhatIsInUseIsRenamedOrTakenOver) {
 TEST_F(FollowingTest, RemovingAProfileTakesItsStereotypesOff) {
   profiles().removeProfile(u"Plant");
   EXPECT_TRUE(pump.getPropertySetNames().empty());
+  EXPECT_TRUE(pump.prototypeProxy().empty());
   EXPECT_TRUE(profiles().p_PropertySets().empty());
   EXPECT_ERROR(profiles().removeProfile(u"Plant"), "Velmora:Architecture:ProfileNotAttached", u"Plant");
   EXPECT_TRUE(model().undo());
@@ -292,15 +269,6 @@ TEST_F(FollowingSeveralTest, WhatAMissingProfileNeedsStays) {
   EXPECT_TRUE(profiles().isDependentProfile(u"Parent"));
 }
 
-TEST_F(FollowingSeveralTest, AnotherProfilesDeletionsDoNotTouchWhatIsMissing) {
-  take("Child");
-  stereotype(u"Pump").destroy();
-  modelFile.synchronize();
-  EXPECT_EQ(pump.getPrototypeNames(), Names{u"Child.Derived"});
-  putBack("Child");
-  expectEverythingBack();
-}
-
 TEST_F(FollowingSeveralTest, AMissingParentKeepsItsPlace) {
   take("Parent");
   const auto child = profile::Profile::findLoadedProfile(u"Child");
@@ -309,28 +277,6 @@ TEST_F(FollowingSeveralTest, AMissingParentKeepsItsPlace) {
   EXPECT_EQ(valueOf(pump, u"Parent.Base.weight"), "4 kg");
   putBack("Parent");
   child.prototypes().find(u"Heir").setName(u"Derived");
-  modelFile.synchronize();
-  expectEverythingBack();
-}
-
-TEST_F(FollowingSeveralTest, AParentMayBeInAProfileThatTheModelDoesNotUse) {
-  const auto other = profile::Profile::newProfile(u"Other");
-  define(add(other, u"Thing"), u"size", u"double", u"1");
-  const auto child = profile::Profile::findLoadedProfile(u"Child");
-  child.prototypes().find(u"Derived").setParent(other.prototypes().find(u"Thing"));
-  add(child, u"Second", u"Other.Thing");
-  modelFile.synchronize();
-  EXPECT_FALSE(modelFile.differences().hasDifferences());
-  EXPECT_TRUE(profiles().isDependentProfile(u"Other"));
-  EXPECT_EQ(valueOf(pump, u"Other.Thing.size"), "1");
-  EXPECT_FALSE(pump.hasPropVal(u"Parent.Base.weight"));
-  hall.applyPrototype(child.prototypes().find(u"Second"));
-  EXPECT_EQ(valueOf(hall, u"Other.Thing.size"), "1");
-
-  child.prototypes().find(u"Second").destroy();
-  child.prototypes()
-      .find(u"Derived")
-      .setParent(profile::Profile::findLoadedProfile(u"Parent").prototypes().find(u"Base"));
   modelFile.synchronize();
   expectEverythingBack();
 }

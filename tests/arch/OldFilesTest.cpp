@@ -24,26 +24,6 @@ protected:
   }
 };
 
-TEST_F(OldFilesTest, ModelsOfTheFirstReleaseKeepStereotypesAndValues) {
-  bring("Plant.xml");
-  const auto path = bring("models/Works.xml");
-  auto model = ModelFile::open(path);
-  const auto works = Architecture::getArchitecture(model.model());
-  const auto main = works.findElement(u"Main");
-  const auto spare = works.findElement(u"Spare");
-  EXPECT_EQ(reported(), std::vector<std::string>{});
-  EXPECT_EQ(main.getPrototypeNames(), std::vector<tavo::String>{u"Plant.Pump"});
-  EXPECT_EQ(main.getPropVal(u"Plant.Pump.flow").expression, u"3/4");
-  EXPECT_EQ(main.getPropVal(u"Plant.Pump.maker").expression, u"'Cope & Sons'");
-  EXPECT_TRUE(main.isPropValDefault(u"Plant.Pump.curve"));
-  EXPECT_EQ(spare.getPropVal(u"Plant.FirePump.stages").expression, u"3");
-  EXPECT_TRUE(spare.hasPropVal(u"Plant.Pump.flow"));
-  EXPECT_EQ(reported(), std::vector<std::string>{});
-  EXPECT_FALSE(model.isDirty());
-  model.save();
-  tavo::checkInvariants(model.model());
-}
-
 // Properties of a set stood in a list, which let several have one name; values follow in the order of these.
 TEST_F(OldFilesTest, ValuesFindTheirPropertiesAmongThoseOfOneName) {
   const auto profile = bring("Plant.xml"), path = bring("models/Works.xml");

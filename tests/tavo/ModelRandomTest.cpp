@@ -215,11 +215,7 @@ private:
       const int node = anyNode();
       const auto rank = static_cast<std::uint32_t>(pick(3));
       change(
-          "rank",
-          [&] {
-            plain_.setRank(node, rank);
-            return std::string();
-          },
+          "rank", [&] { plain_.setRank(node, rank); },
           [&] { handles_.at(node).setPropertyValue(feature("rank"), tavo::Value::of(rank)); });
     } else if (kind < 46) {
       const int owner = anyOwner(), child = anyNode();
@@ -234,11 +230,7 @@ private:
       const int owner = plain_.nodes.at(child).container;
       const Name name = plain_.nodes.at(child).containing;
       change(
-          "take out of " + name,
-          [&] {
-            plain_.takeOut(owner, name, child);
-            return std::string();
-          },
+          "take out of " + name, [&] { plain_.takeOut(owner, name, child); },
           [&] { impl(owner).remove(feature(name), &impl(child)); });
     } else if (kind < 76) {
       const int source = anyOwner(), target = anyNode();
@@ -256,21 +248,12 @@ private:
       const int source = anyOwner(), target = anyNode();
       const Name name = anyOf({"friends", "followers", "left", "right", "index"});
       change(
-          "unlink " + name,
-          [&] {
-            plain_.removeLink(source, name, target);
-            return std::string();
-          },
+          "unlink " + name, [&] { plain_.removeLink(source, name, target); },
           [&] { impl(source).remove(feature(name), &impl(target)); });
     } else if (kind < 85) {
       const int node = anyNode();
       change(
-          "destroy",
-          [&] {
-            plain_.destroy(node);
-            return std::string();
-          },
-          [&] { handles_.at(node).destroy(); });
+          "destroy", [&] { plain_.destroy(node); }, [&] { handles_.at(node).destroy(); });
     } else if (kind < 90) {
       said_ = "begin";
       if (open_.size() < 3)
@@ -286,12 +269,7 @@ private:
   void create() {
     ids_[next_] = tavo::randomUuid();
     change(
-        "create",
-        [&] {
-          plain_.create(next_);
-          return std::string();
-        },
-        [&] { handles_[next_] = model_.create<Node>(ids_.at(next_)); });
+        "create", [&] { plain_.create(next_); }, [&] { handles_[next_] = model_.create<Node>(ids_.at(next_)); });
     ++next_;
   }
 
@@ -305,7 +283,11 @@ private:
   void change(const std::string& what, const Reference& reference, const Action& action) {
     said_ = what;
     const Plain before = plain_;
-    const std::string error = reference();
+    std::string error;
+    if constexpr (std::is_void_v<decltype(reference())>)
+      reference();
+    else
+      error = reference();
     if (!error.empty())
       plain_ = before;
     if (open_.empty() && plain_.writes != before.writes)

@@ -16,22 +16,12 @@ static_assert(std::is_nothrow_move_constructible_v<String> && std::is_nothrow_mo
 /// Texts around the border between text in place and shared text, with units that look like anything but text.
 std::vector<std::u16string> awkwardTexts() {
   using namespace std::string_literals;
-  return {u""s,
-          u"a"s,
-          u"\0"s,
-          u"\0\0"s,
-          u"\xFFFF"s,
-          u"\xD800"s,
-          u"1234567"s,
-          u"123456\0"s,
-          u"1234568"s,
-          u"12345678"s,
-          u"1234567\0"s,
-          u"1234567\xFFFF"s,
-          std::u16string(7, u'\xFFFF'),
-          std::u16string(8, u'\xFFFF'),
-          std::u16string(1000, u'x'),
-          u"zebra"s};
+  auto texts =
+      std::vector{u""s,         u"a"s,       u"\0"s,       u"\0\0"s,      u"\xFFFF"s,        u"\xD800"s, u"1234567"s,
+                  u"123456\0"s, u"1234568"s, u"12345678"s, u"1234567\0"s, u"1234567\xFFFF"s, u"zebra"s};
+  for (const std::size_t size : {7u, 8u, 1000u})
+    texts.emplace_back(size, u'\xFFFF');
+  return texts;
 }
 
 TEST(StringTest, IsTheTextItWasMadeFrom) {

@@ -25,6 +25,11 @@ TEST_F(ProfileFaultTest, AStereotypeIsAddedWholeOrNotAtAll) {
                                         tavo::checkInvariants(model);
                                       });
   EXPECT_GT(failures, 10u);
+  const auto after = tavo::modelText(model);
+  ASSERT_TRUE(model.undo());
+  EXPECT_EQ(tavo::modelText(model), before) << "it was more than one step";
+  ASSERT_TRUE(model.redo());
+  EXPECT_EQ(tavo::modelText(model), after);
   EXPECT_EQ(profile.prototypes().front().getParent().getName(), u"Base");
 }
 
