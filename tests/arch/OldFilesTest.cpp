@@ -1,12 +1,24 @@
 // Models of older releases.
+#include "tests/arch/AskedNamespace.impl.h"
 #include "tests/zelkor/ProfileFixture.h"
 
 #include "arch/Architecture.h"
 #include "arch/Component.h"
+#include "zelkor/evolution/V1EvolutionData.h"
 #include "zelkor/framework/Errors.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/meta/ValueStruct.h"
+#include "zelkor/profile/PrototypeToPrototypableCache.h"
 #include "zelkor/property/PropertyDefinition.h"
+
+namespace asked {
+
+void AskedNamespace::Impl::proccessMigrationFromV1() {
+  Base::proccessMigrationFromV1();
+  setP_LostInMigration(getP_LostInMigration() + 1);
+}
+
+} // namespace asked
 
 namespace zelkor {
 namespace {
@@ -85,6 +97,36 @@ TEST_F(OldFilesTest, AModelThatCouldNotBeTakenOverDoesNotReplaceItsFile) {
   for (const auto& same : {workingFolder() / ".." / "Works.xml", file("link.xml")})
     EXPECT_ERROR(model.saveAs(same), "Velmora:Architecture:MigrationIncomplete") << same;
   EXPECT_EQ(contentOf(path), before);
+}
+
+TEST_F(OldFilesTest, AHostIsAskedToTakeOverWhatIsItsOwn) {
+  const auto path = bring("models/Works.xml");
+  const auto model = tavo::Model::create();
+  asked::AskedNamespace::create(model);
+  model.create<property::evolution::V1EvolutionData>();
+  auto file = ModelFile::take(model, path, {}, "Plover");
+  EXPECT_FALSE(model.findTopLevel<property::evolution::V1EvolutionData>());
+  EXPECT_ERROR(file.save(), "Velmora:Architecture:MigrationIncomplete", path, "1");
+}
+
+TEST_F(OldFilesTest, TakingOverIsOneStepWhereItCanBeTakenBack) {
+  bring("Plant.xml");
+  const auto model = tavo::Model::create();
+  tavo::loadModel(bring("models/Works.xml"), model);
+  const auto profiles = profile::ProfileNamespace::getProfileNamespace(model);
+  profiles.initializePostLoad();
+  model.clearHistory();
+  const auto before = tavo::modelText(model);
+  const auto former = profiles.p_PrototypeToPrototypableCache();
+  profiles.proccessMigrationFromV1();
+  EXPECT_EQ(Architecture::getArchitecture(model).findElement(u"Main").getPropVal(u"Plant.Pump.flow").expression,
+            u"3/4");
+  const auto cache = profiles.p_PrototypeToPrototypableCache();
+  EXPECT_TRUE(cache && !former) << "an index of old is not gone on with";
+  EXPECT_EQ(cache.getPrototypeNames(), profiles.getPrototypeNames());
+  EXPECT_TRUE(model.undo());
+  EXPECT_EQ(tavo::modelText(model), before);
+  EXPECT_FALSE(model.canUndo());
 }
 
 } // namespace

@@ -102,6 +102,7 @@ bool Model::redo() const {
 
 std::uint64_t Model::undoSerial() const { return canUndo() ? data().log().lastDone()->serial : 0; }
 std::uint64_t Model::redoSerial() const { return canRedo() ? data().log().firstUndone()->serial : 0; }
+std::size_t Model::undoDepth() const { return data().log().depth(); }
 void Model::setUndoDepth(std::size_t steps) const {
   data().requireStillHistory();
   get()->log().setDepth(steps);

@@ -126,6 +126,7 @@ public:
   std::uint64_t undoSerial() const;
   std::uint64_t redoSerial() const;
   /// How many steps are kept; 0 for none. The initial depth is 1000.
+  std::size_t undoDepth() const;
   void setUndoDepth(std::size_t steps) const;
   void clearHistory() const;
   /// Records written since the model was made.

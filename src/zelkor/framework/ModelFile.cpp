@@ -6,7 +6,7 @@
 #include "zelkor/framework/Errors.h"
 #include "zelkor/profile/Profile.h"
 #include "zelkor/profile/ProfileCatalog.h"
-#include "zelkor/profile/ProfileNamespace.impl.h"
+#include "zelkor/profile/ProfileNamespace.h"
 #include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/property/PropertySetUsage.h"
 #include "zelkor/property/PropertyUsage.h"
@@ -45,6 +45,17 @@ void requireWholeUsages(const ProfileNamespace& profiles, const fs::path& path) 
 void identify(const tavo::Model& model, const tavo::String& name) {
   const auto identifier = ModelIdentifier::createModelIdentifier(model, u"architecture", name);
   static_cast<ModelIdentifier::Impl&>(identifier.object()).setModelType(u"architecture");
+}
+
+/// Nobody can take back what opening does, and a history of it would be as large as the model. Answers how much of what
+/// the file says is lost.
+std::uint32_t migrate(const ProfileNamespace& profiles) {
+  const auto model = profiles.model();
+  const auto depth = model.undoDepth();
+  model.setUndoDepth(0);
+  profiles.proccessMigrationFromV1();
+  model.setUndoDepth(depth);
+  return profiles.p_LostInMigration();
 }
 
 } // namespace
@@ -134,7 +145,7 @@ ModelFile ModelFile::take(const tavo::Model& model, const fs::path& path, const 
   if (!property::TypeCatalog::getCatalog(state.model)) // models of the first releases had none
     property::TypeCatalog::createTypeCatalog(state.model);
   state.profiles().initializePostLoad();
-  state.lost = static_cast<ProfileNamespace::Impl&>(state.profiles().object()).migrateFromV1();
+  state.lost = migrate(state.profiles());
   state.compare();
   state.file.set(fs::absolute(path), seen);
   state.begin();

@@ -16,7 +16,7 @@
 #include "zelkor/profile/ProfileResolver.h"
 #include "zelkor/profile/ProfileUseChecker.h"
 #include "zelkor/profile/Prototype.h"
-#include "zelkor/profile/PrototypeToPrototypableCache.h"
+#include "zelkor/profile/PrototypeToPrototypableCache.impl.h"
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
 #include "zelkor/property/PropertySetUsage.impl.h"
@@ -30,6 +30,7 @@
 #include <iterator>
 #include <map>
 #include <new>
+#include <optional>
 #include <set>
 
 namespace zelkor::profile {
@@ -219,6 +220,16 @@ void renameTargets(const PropertySetUsage& usage, const tavo::String& oldName, c
   }
 }
 
+/// Puts a new index of stereotypes in the place of the one that there is, if any.
+void renewCache(ProfileNamespace::Impl& profiles) {
+  if (const auto former = profiles.getP_PrototypeToPrototypableCache())
+    former.destroy();
+  const auto cache = PrototypeToPrototypableCache::create(profiles.model());
+  profiles.getP_PrototypeToPrototypableCacheMutable().add(cache);
+  for (const auto& usage : profiles.getP_PropertySets())
+    static_cast<PrototypeToPrototypableCache::Impl&>(cache.object()).addEntryNamed(usage.p_Name());
+}
+
 tavo::String text(const tavo::Uuid& uuid) { return tavo::String::fromUtf8(tavo::toText(uuid)); }
 
 /// The values that elements lose with a usage, and in those that it derives from, to tell how many.
@@ -312,16 +323,14 @@ void ProfileNamespace::Impl::toggleListener(const tavo::String& name, bool on) {
 void ProfileNamespace::Impl::processPostEvolution() {}
 
 void ProfileNamespace::Impl::proccessMigrationFromV1() {
-  tavo::Transaction transaction(model());
-  migrateFromV1();
-  transaction.commit();
-}
-
-std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
+  setP_LostInMigration(0);
   const auto data = model().findTopLevel<V1EvolutionData>();
   if (!data)
-    return 0;
-  std::uint32_t lost = 0;
+    return;
+  // Small steps, where nobody can take them back: one over everything needs kilobytes for each element.
+  std::optional<tavo::Transaction> whole;
+  if (model().undoDepth() != 0)
+    whole.emplace(model());
   const auto attempt = [&](const auto& action) {
     try {
       tavo::Transaction part(model()); // what fails leaves nothing behind, and the rest goes on
@@ -331,12 +340,11 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
       throw;
     } catch (const std::exception& error) {
       warnBecause(error, ArchitectureError::FailedToMigrateLinnetModel, services::proxy::nameForMessages(model()));
-      ++lost;
+      setP_LostInMigration(getP_LostInMigration() + 1);
     }
   };
 
-  if (!getP_PrototypeToPrototypableCache())
-    getP_PrototypeToPrototypableCacheMutable().add(PrototypeToPrototypableCache::create(model()));
+  attempt([&] { renewCache(*this); });
   for (const auto& profile : getProfiles())
     for (const auto& dependency : profile.getDependentProfiles())
       attempt([&] { addProfile(dependency, true); });
@@ -389,7 +397,8 @@ std::uint32_t ProfileNamespace::Impl::migrateFromV1() {
       }
     });
   data.destroy();
-  return lost;
+  if (whole)
+    whole->commit();
 }
 
 //----------------------------------------------------------------------------------------------------------------------

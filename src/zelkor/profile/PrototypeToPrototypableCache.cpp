@@ -54,7 +54,10 @@ std::vector<ProxyTarget> targetsOf(const tavo::Model& model, const tavo::String&
 } // namespace
 
 void PrototypeToPrototypableCache::Impl::addEntry(const Prototype& prototype) {
-  const auto name = prototype.getFullyQualifiedName();
+  addEntryNamed(prototype.getFullyQualifiedName());
+}
+
+void PrototypeToPrototypableCache::Impl::addEntryNamed(const tavo::String& name) {
   if (getP_Entries().find(name))
     return;
   tavo::Transaction transaction(model());
