@@ -9,9 +9,7 @@
 #include "zelkor/evolution/ReleaseExport.h"
 #include "zelkor/profile/ProfileUseChecker.h"
 
-#include <map>
 #include <optional>
-#include <regex>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -97,20 +95,6 @@ protected:
     takeBack();
     expectToSurviveTheHost(action, mayStay);
     action();
-  }
-
-  /// The text of a file with numbers in place of identities: what opening makes has others each time.
-  static std::string counted(const std::string& content) {
-    static const std::regex identity("\\b([0-9a-f]{8})(-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12})?\\b");
-    std::map<std::string, std::size_t> numbers;
-    std::string result;
-    auto last = content.cbegin();
-    for (std::sregex_iterator each(content.begin(), content.end(), identity), end; each != end; ++each) {
-      result.append(last, (*each)[0].first);
-      result += std::to_string(numbers.try_emplace((*each)[1], numbers.size()).first->second);
-      last = (*each)[0].second;
-    }
-    return result.append(last, content.cend());
   }
 
   std::size_t failures_ = 0; ///< an operation for which there is room already needs no memory
@@ -213,111 +197,54 @@ TEST_F(ModelFaultTest, WhatIsOpenedIsOpenedWholeOrNotAtAll) {
   }
 }
 
-/// A model of the oldest release, which is brought up to date with a backup.
-class UpgradeTest : public ModelFaultTest {
+class OldModelFaultTest : public ModelFaultTest {
 protected:
-  UpgradeTest() {
+  OldModelFaultTest() {
     property::evolution::exportForRelease(model(), u"old", path, u"Plover");
     before = contentOf(path);
     ModelFile::open(path).save();
     after = counted(contentOf(path));
-    restore();
-  }
-  void restore() const {
-    fs::remove(path);
-    fs::remove(backup);
     write(path, before);
   }
-  void upgrade() const {
-    auto old = ModelFile::open(path);
-    try {
-      tavo::saveWithBackup(path, backup, [&] { old.save(); });
-    } catch (const tavo::Error& error) {
-      EXPECT_EQ(old.olderVersion(), error.id() == "tavo:io:SavedButNotSynced" ? "" : "Plover");
-      throw;
-    }
-    EXPECT_EQ(old.olderVersion(), "");
-  }
-  void expectOld() const {
-    EXPECT_EQ(contentOf(path), before);
-    EXPECT_FALSE(fs::exists(backup));
-  }
-  void expectNewWithBackup() const {
-    EXPECT_EQ(counted(contentOf(path)), after);
-    EXPECT_EQ(contentOf(backup), before);
-  }
 
-  const fs::path path = file("old.xml"), backup = file("old.xml.Plover");
+  const fs::path path = file("old.xml");
   std::string before, after;
 };
 
-TEST_F(UpgradeTest, LeavesTheOldFileOrTheNewOneWhateverCallFails) {
-  for (const bool linking : {true, false}) {
-    testsupport::FaultyFileSystem faulty(10'000);
-    faulty.linking = linking;
-    testsupport::failEachCall(
-        faulty, [&] { upgrade(); },
-        [&](const auto& error) {
-          if (error && error->id() != "tavo:io:SavedButNotSynced")
-            expectOld();
-          else
-            expectNewWithBackup();
-          restore();
-        });
-  }
-}
-
-TEST_F(UpgradeTest, LeavesTheOldFileOrTheNewOneWithoutMemory) {
-  const auto models = tavo::Constellation::process().models().size();
+TEST_F(OldModelFaultTest, IsSavedWholeOrNotAtAllAndKnowsIt) {
+  std::optional<ModelFile> old;
+  tavo::String content;
+  const auto open = [&] {
+    old.reset();
+    write(path, before);
+    old = ModelFile::open(path);
+    content = tavo::modelText(old->model());
+  };
   const auto expectNothingDone = [&](std::size_t) {
-    expectOld();
-    EXPECT_EQ(tavo::Constellation::process().models().size(), models);
+    EXPECT_EQ(contentOf(path), before);
+    EXPECT_EQ(old->olderVersion(), "Plover");
+    EXPECT_FALSE(old->isDirty());
+    EXPECT_EQ(tavo::modelText(old->model()), content);
   };
-  const auto takeBack = [&] { // sorting does without memory
-    expectNewWithBackup();
-    restore();
+  const auto expectDone = [&] {
+    EXPECT_EQ(counted(contentOf(path)), after);
+    EXPECT_EQ(old->olderVersion(), "");
+    open();
   };
-  EXPECT_GT(testsupport::failEachAllocation([&] { upgrade(); }, expectNothingDone, takeBack), 100u);
-  takeBack();
-  auto old = ModelFile::open(path);
-  const auto content = tavo::modelText(old.model());
-  const auto failures = testsupport::failEachAllocation([&] { old.save(); },
-                                                        [&](std::size_t) {
-                                                          EXPECT_EQ(contentOf(path), before);
-                                                          EXPECT_EQ(old.olderVersion(), "Plover");
-                                                          EXPECT_FALSE(old.isDirty());
-                                                          EXPECT_EQ(tavo::modelText(old.model()), content);
-                                                        });
-  EXPECT_GT(failures, 100u);
-  EXPECT_EQ(old.olderVersion(), "");
-  EXPECT_EQ(counted(contentOf(path)), after);
+  open();
+  EXPECT_GT(testsupport::failEachAllocation([&] { old->save(); }, expectNothingDone), 100u);
+  expectDone();
+  testsupport::failEachCall(
+      testsupport::FaultyFileSystem(10'000), [&] { old->save(); },
+      [&](const auto& error) {
+        if (error && error->id() != "tavo:io:SavedButNotSynced")
+          expectNothingDone(0);
+        else
+          expectDone();
+      });
 }
 
-TEST_F(UpgradeTest, LeavesTheOldFileOrTheNewOneWhenTheProcessIsKilled) {
-  bool killed = true;
-  for (std::size_t failing = 0; killed; ++failing) {
-    SCOPED_TRACE(failing);
-    ASSERT_LT(failing, 1000u);
-    const auto child = ::fork();
-    if (child == 0) {
-      testsupport::FaultyFileSystem faulty(10'000);
-      faulty.failing = failing, faulty.killing = true;
-      const tavo::ScopedFileSystem installed(faulty);
-      upgrade();
-      ::_exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    killed = WIFSIGNALED(status);
-    EXPECT_TRUE(killed || WEXITSTATUS(status) == 0);
-    if (killed && contentOf(path) == before)
-      upgrade(); // it can be tried again, whatever has been left
-    expectNewWithBackup();
-    restore();
-  }
-}
-
-TEST_F(UpgradeTest, OfTwoProcessesTheSecondIsTold) {
+TEST_F(OldModelFaultTest, OfTwoProcessesTheSecondIsTold) {
   auto mine = ModelFile::open(path);
   const auto child = ::fork();
   if (child == 0) {

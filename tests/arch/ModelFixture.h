@@ -17,6 +17,9 @@
 #include "zelkor/property/ValueTable.h"
 #include "zelkor/property/ValueTableEntry.h"
 
+#include <map>
+#include <regex>
+
 namespace zelkor {
 
 /// The profile "Plant" with the stereotype "Machine" (power in W, at most 1e6; slots, a whole number; label, a text),
@@ -50,6 +53,20 @@ protected:
   static std::string valueOf(const property::PropertyOwner& element, const tavo::String& name) {
     const auto value = element.getPropVal(name);
     return value.expression.toUtf8() + (value.units.empty() ? "" : " " + value.units.toUtf8());
+  }
+
+  /// The text of a file with numbers in place of identities: what opening makes has others each time.
+  static std::string counted(const std::string& content) {
+    static const std::regex identity("\\b([0-9a-f]{8})(-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12})?\\b");
+    std::map<std::string, std::size_t> numbers;
+    std::string result;
+    auto last = content.cbegin();
+    for (std::sregex_iterator each(content.begin(), content.end(), identity), end; each != end; ++each) {
+      result.append(last, (*each)[0].first);
+      result += std::to_string(numbers.try_emplace((*each)[1], numbers.size()).first->second);
+      last = (*each)[0].second;
+    }
+    return result.append(last, content.cend());
   }
 
   profile::Profile plant = profile::Profile::newProfile(u"Plant");

@@ -172,10 +172,21 @@ TEST_F(FileSystemTest, WhicheverCallFailsABackupIsThereIfAndOnlyIfTheFileIsNew) 
       fs::rename(path("backup"), path("file"));
     });
     EXPECT_GT(errors, 15u);
-    fs::create_hard_link(path("file"), path("backup")); // as an attempt leaves it that was killed
-    replace();
-    EXPECT_EQ(get(path("backup")), old_);
-    EXPECT_ERROR(replace(), FrameworkError::BackupExists, path("backup"));
+    for (const bool isCopy : {false, true}) { // as an attempt leaves it that was killed
+      fs::remove(path("backup"));
+      put(path("file"), old_);
+      if (isCopy)
+        fs::copy_file(path("file"), path("backup"));
+      else
+        fs::create_hard_link(path("file"), path("backup"));
+      replace();
+      EXPECT_EQ(get(path("backup")), old_);
+    }
+    for (const auto& other : {old_, std::string(new_.size(), 'x')}) {
+      put(path("backup"), other);
+      EXPECT_ERROR(replace(), FrameworkError::BackupExists, path("backup"));
+      EXPECT_EQ(get(path("backup")), other);
+    }
     for (const auto* target : {"file", "nothing"}) {
       fs::remove(path("backup"));
       fs::create_symlink(target, path("backup"));

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <sys/file.h>
@@ -403,6 +404,22 @@ Fingerprint saveLike(const std::optional<FileInfo>& example, const std::filesyst
   return fingerprint;
 }
 
+bool holdTheSame(const FileSystem::Path& path, const FileSystem::Path& other) {
+  InputFile file(path), otherFile(other);
+  if (file.fingerprint().size != otherFile.fingerprint().size)
+    return false;
+  char bytes[1 << 14], otherBytes[sizeof bytes];
+  while (const auto size = file.read(bytes, sizeof bytes)) {
+    for (std::size_t have = 0; have < size;) {
+      const auto more = otherFile.read(otherBytes, size - have);
+      if (more == 0 || std::memcmp(bytes + have, otherBytes, more) != 0)
+        return false;
+      have += more;
+    }
+  }
+  return true;
+}
+
 /// What a file held, under another name; removed by the destructor unless it is to be kept.
 class Backup {
 public:
@@ -421,7 +438,10 @@ public:
     const auto target = fileSystem_.followLinks(path);
     const auto old = fileSystem_.find(target);
     if (const auto there = fileSystem_.find(name_)) {
-      if (!old || there->fingerprint != old->fingerprint || fileSystem_.followLinks(name_) != name_)
+      // What stands there is whole: it got the name when everything was in it.
+      const bool isBackup = old && there->regular && fileSystem_.followLinks(name_) == name_ &&
+                            (there->fingerprint == old->fingerprint || holdTheSame(name_, target));
+      if (!isBackup)
         raise(FrameworkError::BackupExists, name_);
       return;
     }

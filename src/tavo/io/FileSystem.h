@@ -185,8 +185,8 @@ TAVO_EXPORT Fingerprint saveAtomically(const std::filesystem::path& path, const 
 /// itself, or where that cannot have two names, a copy with its mode. The backup is on the disk before `save` is
 /// called; it is removed again when `save` raises, unless that says that the new file is in place.
 ///
-/// Raises BackupExists when something else has that name already. The old file itself may have it, as after an attempt
-/// that was killed.
+/// Raises BackupExists when something else has that name already. The old file itself may have it, or one that holds
+/// the same, as after an attempt that was killed; such a one stays, also when `save` raises.
 TAVO_EXPORT void saveWithBackup(const std::filesystem::path& path, const std::filesystem::path& backup,
                                 const std::function<void()>& save);
 

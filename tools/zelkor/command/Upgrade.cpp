@@ -107,7 +107,7 @@ int upgradeFiles(const std::vector<std::string>& paths, bool backup, bool leaveO
         reports.push_back(inOneLine(diagnostic));
       else
         found.add({path, {}, {}, diagnostic.id, inOneLine(diagnostic)});
-    if (former)
+    if (json && former)
       files.push_back({{"file", path},
                        {"was", former->empty() ? ordered_json() : ordered_json(*former)},
                        {"reports", std::move(reports)}});
