@@ -52,7 +52,7 @@ TEST_F(HostileFilesTest, ALongNameIsKeptOnceHoweverManyLeadToIt) {
   EXPECT_EQ(profile.prototypes().front().getPropertySet().getAllProperties().size(), many);
   // Files of some releases say it again for each.
   EXPECT_ERROR(property::evolution::Evolver::evolve(u"Plover", u"Thrush", text(content), {}),
-               "tavo:messages:LimitExceeded");
+               "tavo_evo:messages:FileGrowsTooLarge");
 }
 
 TEST_F(HostileFilesTest, LinesOfAncestorsEndSomewhere) {

@@ -44,6 +44,8 @@ struct FrameworkError {
   static constexpr ErrorId DuplicateIdentity{"tavo:messages:DuplicateIdentity"};
   /// (path) A file to be overwritten is not the one that was loaded.
   static constexpr ErrorId FileChangedOnDisk{"tavo:io:FileChangedOnDisk"};
+  /// (place, bytes) What evolution makes of a file is many times what the file says.
+  static constexpr ErrorId FileGrowsTooLarge{"tavo_evo:messages:FileGrowsTooLarge"};
   /// (path) There is no file of this name.
   static constexpr ErrorId FileNotFound{"tavo:io:FileNotFound"};
   /// (what it says) The cause of an error was an exception that is not of this framework.

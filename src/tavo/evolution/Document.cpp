@@ -105,7 +105,7 @@ std::string_view Document::keep(std::string_view text) {
   if (text.empty())
     return {};
   if (text.size() > mostBytes_ - keptBytes_)
-    raise(FrameworkError::LimitExceeded, name_, "the bytes that evolution makes of the file", mostBytes_);
+    raise(FrameworkError::FileGrowsTooLarge, name_, mostBytes_);
   keptBytes_ += text.size();
   auto* const kept = static_cast<char*>(arena_.allocate(text.size(), 1));
   std::memcpy(kept, text.data(), text.size());

@@ -155,7 +155,7 @@ public:
   void remark(const Object& object, std::string_view text) { remarks_[&object] = text; }
   std::string_view remarkOf(const Object& object) const;
 
-  /// The text, kept as long as the document. Raises LimitExceeded when evolution makes many times of what was read.
+  /// The text, kept as long as the document. Raises FileGrowsTooLarge when evolution makes many times of what was read.
   std::string_view keep(std::string_view text);
   /// How much evolution may make of what was read, in memory or in a file.
   std::size_t mostBytes() const { return mostBytes_; }

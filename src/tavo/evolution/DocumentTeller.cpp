@@ -290,8 +290,7 @@ public:
       : sink_(sink), document_(document), left_(document.mostBytes()) {}
   void write(std::string_view bytes) override {
     if (bytes.size() > left_)
-      raise(FrameworkError::LimitExceeded, document_.name(), "the bytes that evolution makes of the file",
-            document_.mostBytes());
+      raise(FrameworkError::FileGrowsTooLarge, document_.name(), document_.mostBytes());
     left_ -= bytes.size();
     sink_.write(bytes);
   }

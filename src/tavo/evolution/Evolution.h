@@ -83,8 +83,8 @@ private:
   Account account_;
 };
 
-/// The document as text, in the form that the model's own has. Raises LimitExceeded when that is many times as long as
-/// what the document was read from.
+/// The document as text, in the form that the model's own has. Raises FileGrowsTooLarge when that is many times as long
+/// as what the document was read from.
 TAVO_EXPORT void write(const Document& document, ByteSink& sink);
 
 } // namespace tavo::evolution
