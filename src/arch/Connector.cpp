@@ -1,6 +1,6 @@
 #include "arch/Connector.impl.h"
 
-#include "arch/Component.impl.h"
+#include "arch/Component.h"
 #include "arch/Errors.h"
 #include "arch/Port.h"
 #include "tavo/model/Transaction.h"
@@ -14,7 +14,7 @@ using internal::clone::CloneContext;
 void Connector::Impl::connect(const Port& source, const Port& target) {
   const auto home = getOwner();
   for (const auto& port : {source, target})
-    if (port && !(home && static_cast<Component::Impl&>(home.object()).holds(port)))
+    if (port && !(home && home.holds(port)))
       tavo::raise(ElementError::ConnectorEndOutside, getP_Name(), port.getPath());
   tavo::Transaction transaction(model());
   setSource(source);

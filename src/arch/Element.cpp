@@ -32,10 +32,6 @@ std::vector<tavo::Uuid> outwardFeatures() {
   return ids;
 }
 
-bool holds(const Component& component, const Element& element) {
-  return static_cast<Component::Impl&>(component.object()).holds(element);
-}
-
 /// Raises ConnectorEndOutside when a connector does not reach its ends any more once `moved`, to which the element
 /// belongs, is part of another component.
 void requireReach(const Element& element, const Element& moved, const Component& newOwner) {
@@ -43,13 +39,13 @@ void requireReach(const Element& element, const Element& moved, const Component&
     for (const auto& connectors : {port.outgoing().toVector(), port.incoming().toVector()})
       for (const auto& connector : connectors) {
         const auto home = connector.getOwner();
-        const bool movesAlong = !home || home == moved || (moved.as<Component>() && holds(moved.as<Component>(), home));
-        if (!movesAlong && home != newOwner && !holds(home, newOwner))
+        const bool movesAlong = !home || home == moved || (moved.as<Component>() && moved.as<Component>().holds(home));
+        if (!movesAlong && home != newOwner && !home.holds(newOwner))
           tavo::raise(ElementError::ConnectorEndOutside, connector.getName(), port.getPath());
       }
   if (const auto connector = element.as<Connector>(); connector && connector == moved)
     for (const auto& end : {connector.source(), connector.target()})
-      if (end && !holds(newOwner, end))
+      if (end && !newOwner.holds(end))
         tavo::raise(ElementError::ConnectorEndOutside, connector.getName(), end.getPath());
   if (const auto component = element.as<Component>()) {
     for (const auto& port : component.ports())
