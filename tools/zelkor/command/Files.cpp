@@ -36,7 +36,11 @@ Surroundings::Surroundings()
 }
 
 Surroundings::~Surroundings() {
-  profile::ProfileCatalog::instance().unloadAllProfiles();
+  try {
+    profile::ProfileCatalog::instance().unloadAllProfiles();
+  } catch (const std::exception&) {
+    // Without memory; they go with the process.
+  }
   kavra::installHost(before_);
 }
 
