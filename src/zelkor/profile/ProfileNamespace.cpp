@@ -205,17 +205,29 @@ std::vector<Prototype> prototypesNamed(const std::vector<tavo::String>& names) {
   return prototypes;
 }
 
-/// What messages call the targets of a usage: they begin with the name of the stereotype.
+/// The stereotype that an element is, or is a part of; empty when it is none of one.
+Prototype stereotypeAround(const tavo::ModelElement& element) {
+  auto next = element;
+  while (next && !next.as<Prototype>())
+    next = next.container();
+  return next.as<Prototype>();
+}
+
+/// What messages call the targets of a usage: they begin with the name of the stereotype. Another stereotype may have
+/// the old name by now, and what it has keeps it.
 void renameTargets(const PropertySetUsage& usage, const tavo::String& oldName, const tavo::String& newName) {
   const auto source = usage.propertySetProxy();
   const auto resolver = source ? source.getResolver() : services::proxy::Resolver();
   if (!resolver)
     return;
+  const auto own = prototypeOf(usage);
   for (const auto& target : resolver.proxies().toVector()) {
     const auto name = target.targetName();
     const bool isBelow =
         name.view().starts_with(oldName.view()) && name.view().substr(oldName.size()).starts_with(u'.');
-    if (name == oldName || isBelow)
+    if (name != oldName && !isBelow)
+      continue;
+    if (const auto other = stereotypeAround(target.findElement()); !other || other == own)
       target.setTargetName(tavo::concat(newName, name.view().substr(oldName.size())));
   }
 }
@@ -666,7 +678,7 @@ void ProfileNamespace::Impl::synchronizePostLoad(const ProfileUseChecker& checke
   };
   // Before names change.
   const auto added = prototypesNamed(found.p_AddedPrototypes());
-  const auto renamed = prototypesNamed(found.p_RenamedPrototypes());
+  auto renamed = prototypesNamed(found.p_RenamedPrototypes());
   auto reparented = renamed;
   for (const auto& name : found.p_PrototypeParentChanged())
     if (const auto prototype = prototypeOf(getPropertySet(name)))
@@ -675,11 +687,18 @@ void ProfileNamespace::Impl::synchronizePostLoad(const ProfileUseChecker& checke
   for (const auto& name : found.p_RenamedProperties())
     withRenamed.push_back(getPropertySet(splitAtLastDot(name).first));
 
-  step([&] { moveProperties(found.p_MovedProperties()); });
+  std::vector<Prototype> early; // whose usages are needed before their names are free
+  step([&] { early = moveProperties(found.p_MovedProperties()); });
+  std::ranges::copy(early, std::back_inserter(renamed));
+  std::ranges::copy(early, std::back_inserter(reparented));
   step([&] { dropLostPrototypes(found.p_DeletedPrototypes()); });
   step([&] { dropProperties(found.p_DeletedProperties()); });
   step([&] { addProperties(found); });
-  step([&] { followNames(renamed); });
+  step([&] {
+    followNames(renamed);
+    if (const auto cache = getP_PrototypeToPrototypableCache())
+      std::ranges::for_each(early, [&](const Prototype& each) { cache.addEntry(each); });
+  });
   step([&] { useAll(*this, added); });
   step([&] { std::ranges::for_each(reparented, [&](const Prototype& each) { updateParentHierarchy(each); }); });
   step([&] {
@@ -701,7 +720,8 @@ void ProfileNamespace::Impl::synchronizePostLoad(const ProfileUseChecker& checke
   transaction.commit();
 }
 
-void ProfileNamespace::Impl::moveProperties(const std::vector<tavo::String>& names) {
+std::vector<Prototype> ProfileNamespace::Impl::moveProperties(const std::vector<tavo::String>& names) {
+  std::vector<Prototype> early;
   for (const auto& name : names) {
     const auto property = findProperty(*this, name);
     const auto definition = property ? findTarget<property::PropertyDefinition>(property.propertyDefProxy())
@@ -710,19 +730,24 @@ void ProfileNamespace::Impl::moveProperties(const std::vector<tavo::String>& nam
     const auto prototype = set ? set.prototype() : Prototype();
     if (!prototype || property.propertySet() == findUsage(prototype))
       continue;
-    if (!findUsage(prototype) && !getPropertySet(prototype.getFullyQualifiedName()))
-      useAll(*this, {prototype});
+    // Its values must come along although what has been renamed or deleted still has the names, of the stereotype or
+    // of the property: these are followed later.
+    if (!findUsage(prototype)) {
+      const auto made = PropertySetUsage::make(model(), prototype.getFullyQualifiedName(), set);
+      objectOf(made).setP_Name(made.getQKIdentifier());
+      getP_PropertySetsMutable().add(made);
+      early.push_back(prototype);
+    }
     const auto usage = findUsage(prototype);
-    if (!usage)
-      continue; // its name is still that of another; then the property goes like one that is deleted
     for (const auto& made : usage.properties().toVector())
       if (targetIdOf(made.propertyDefProxy()) == definition.Uuid())
         made.destroy();
-    if (usage.properties().has(property.p_Name()))
-      continue; // likewise
     objectOf(property.propertySet()).getPropertiesMutable().remove(property);
+    if (usage.properties().has(property.p_Name()))
+      static_cast<PropertyUsage::Impl&>(property.object()).setP_Name(property.getQKIdentifier());
     objectOf(usage).getPropertiesMutable().add(property);
   }
+  return early;
 }
 
 void ProfileNamespace::Impl::dropLostPrototypes(const std::vector<tavo::String>& names) {
