@@ -26,6 +26,19 @@ protected:
   }
 };
 
+TEST_F(FollowingTest, ADefaultIsFollowedAlsoWhereItsVersionIsTheSame) { // as after an edit of the file by hand
+  const auto set = plant.prototypes().find(u"Machine").getPropertySet();
+  set.getPropertyByName(u"slots").defaultValue().setExpression(u"4");
+  set.getPropertyByName(u"power").defaultValue().setUnits(u"kW");
+  EXPECT_EQ(modelFile.checkProfiles().p_ChangedProperties(), (Names{u"Plant.Machine.power", u"Plant.Machine.slots"}));
+  modelFile.synchronize();
+  EXPECT_EQ(valueOf(pump, u"Plant.Machine.slots"), "4");
+  EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "5 W");
+  pump.clearPropVal(u"Plant.Machine.power");
+  EXPECT_EQ(valueOf(pump, u"Plant.Machine.power"), "100 kW");
+  EXPECT_FALSE(modelFile.checkProfiles().hasDifferences());
+}
+
 TEST_F(FollowingTest, NamesAreFollowedByIdentity) {
   const auto set = stereotype(u"Machine").getPropertySet();
   set.renameProperty(u"power", u"tmp");

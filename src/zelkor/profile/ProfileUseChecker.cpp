@@ -7,7 +7,7 @@
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
 #include "zelkor/property/PropertySetUsage.h"
-#include "zelkor/property/PropertyUsage.h"
+#include "zelkor/property/PropertyUsage.impl.h"
 #include "zelkor/services/Proxies.h"
 
 #include <boost/unordered/unordered_flat_map.hpp>
@@ -118,7 +118,7 @@ private:
       }
       if (definition->second.p_Name() != property.p_Name())
         renamedProperties.push_back(qualified(property.p_Name()));
-      if (definition->second.currentVersionId() != property.lastDefVersionSynced())
+      if (!static_cast<const PropertyUsage::Impl&>(property.object()).isDefaultInSync(definition->second))
         changedProperties.push_back(qualified(property.p_Name()));
       definitions.erase(definition);
     }

@@ -162,25 +162,27 @@ std::vector<tavo::String> PropertyUsage::Impl::getSimilarUnits() const {
 
 bool PropertyUsage::Impl::isInSyncWithPropDef() const {
   const auto definition = proxy::findTarget<PropertyDefinition>(getPropertyDefProxy());
-  if (!definition || definition.p_Name() != getP_Name() || definition.currentVersionId() != getLastDefVersionSynced())
+  return definition && definition.p_Name() == getP_Name() && isDefaultInSync(definition);
+}
+
+bool PropertyUsage::Impl::isDefaultInSync(const PropertyDefinition& definition) const {
+  if (definition.currentVersionId() != getLastDefVersionSynced())
     return false;
   const auto initial = getInitialValue();
   const auto given = definition.defaultValue();
-  if (!initial || !given)
-    return static_cast<bool>(initial) == static_cast<bool>(given);
   const auto type = definition.getType();
-  return (!type || proxy::targetIdOf(initial.valueTypeProxy()) == type.Uuid()) &&
-         initial.storedExpression() == given.storedExpression() && initial.units() == given.units();
+  if (!initial || (type && proxy::targetIdOf(initial.valueTypeProxy()) != type.Uuid()))
+    return false;
+  return !given || (initial.storedExpression() == given.storedExpression() && initial.units() == given.units());
 }
 
 void PropertyUsage::Impl::updateDefaultValue() {
   const auto definition = getPropertyDef();
-  const auto given = definition.defaultValue();
-  const auto initial = getInitialValue();
-  if (definition.currentVersionId() == getLastDefVersionSynced() &&
-      (!given || given.getExpression() == initial.getExpression()))
+  if (isDefaultInSync(definition))
     return;
 
+  const auto given = definition.defaultValue();
+  const auto initial = getInitialValue();
   tavo::Transaction transaction(model());
   const auto type = definition.getType();
   try {
