@@ -73,6 +73,12 @@ protected:
           next = followed.at(next).parent;
       return all;
     }
+    bool isInUse(const Id& stereotype) const {
+      const auto& properties = followed.at(stereotype).properties;
+      return std::ranges::any_of(elements,
+                                 [&](const auto& each) { return applied(each.second).contains(stereotype); }) ||
+             std::ranges::any_of(values, [&](const auto& each) { return properties.contains(each.first.second); });
+    }
     void dropValues(const std::string& path, const Id& stereotype) {
       for (const auto& [property, unused] : followed.at(stereotype).properties)
         values.erase({path, property});
@@ -119,10 +125,20 @@ protected:
     Stereotypes now;
     std::set<std::size_t> present;
     const auto look = [&](std::size_t number) {
-      if (const auto profile = profileOf(number)) {
-        now.merge(stereotypesOf(profile));
-        present.insert(number);
-      }
+      const auto profile = profileOf(number);
+      if (!profile)
+        return;
+      auto found = stereotypesOf(profile);
+      bool isUsed = false, hasAny = false;
+      for (const auto& [id, stereotype] : old)
+        if (home.at(id) == number) {
+          isUsed = isUsed || plain.isInUse(id);
+          hasAny = hasAny || found.contains(id);
+        }
+      if (isUsed && !hasAny)
+        return; // it might be another one
+      now.merge(found);
+      present.insert(number);
     };
     for (const auto number : plain.used)
       look(number);

@@ -201,6 +201,27 @@ class ModelTest(CommandTestCase):
         self.assertEqual(self.run_well("get", "m.xml", "Hall/Main", "power"), "7 W\n")
         self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")
 
+    def test_a_profile_that_has_nothing_left_takes_over_only_when_imported(self):
+        self.make_model()
+        self.run_well("set", "m.xml", "Hall/Main", "power", "7")
+        before = self.content()
+        (self.folder / "Plant.toml").write_text("[[stereotype]]\nname = 'Herb'\n[[stereotype.property]]\n"
+                                                "name = 'height'\ntype = 'double'\n")
+        self.run_well("compile", "Plant.toml")
+        done = self.run_command("sync", "m.xml")
+        self.assertEqual(done.returncode, 0)
+        self.assertEqual(done.stdout, "profile missing: Plant is left alone, with all that it brought "
+                                      "(elements: 1, own values: 1)\n")
+        self.assertIn('m.xml: the profile "Plant" has nothing left of what the model uses', done.stderr)
+        self.assertEqual(self.run_command("get", "m.xml", "Hall/Main", "power").stdout, "7 W\n")
+        self.assertIn("--missing", self.run_command("remove", "m.xml", "Plant").stderr)
+        self.assertEqual(self.content(), before)
+        self.run_command("import", "m.xml", "Plant")
+        self.assertIn("stereotype deleted: Plant.Machine is taken off, its values go (elements: 1, own values: 1)\n",
+                      self.run_command("sync", "m.xml").stdout)
+        self.run_well("apply", "m.xml", "Hall", "Herb")
+        self.assertEqual(self.run_well("sync", "m.xml"), "nothing to do\n")
+
     def test_what_is_missing_goes_only_when_that_is_said(self):
         self.make_model()
         self.run_well("apply", "m.xml", "Hall", "Machine")

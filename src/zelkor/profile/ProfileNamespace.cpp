@@ -185,6 +185,27 @@ std::set<tavo::String> neededByMissing(const ProfileNamespace::Impl& profiles) {
   raise(ProfileError::CannotImportUnhealthyProfileIntoModel, profile.getName(), nameForMessages(model));
 }
 
+/// Whether elements carry the usage or have values in it.
+bool isInUse(const PropertySetUsage& usage) {
+  return !usage.p_AppliedElements().empty() ||
+         std::ranges::any_of(usage.properties().toVector(),
+                             [](const auto& property) { return !property.p_ValueTable().p_Entries().empty(); });
+}
+
+/// Whether anything that a usage was made from, or came with, is still there: its set, a property, or the stereotype of
+/// an element that carries it.
+bool hasOrigin(const PropertySetUsage& usage) {
+  const auto isThere = [](const PropertyUsage& property) { return !!findTarget(property.propertyDefProxy()); };
+  const auto carriesIt = [profile = profileNameOf(usage)](const property::PropertyOwner& element) {
+    const auto prototypable = element.as<internal::Prototypable>();
+    return prototypable && std::ranges::any_of(prototypable.getPrototypes(), [&](const Prototype& each) {
+             return each.getProfile().getName() == profile;
+           });
+  };
+  return findTarget(usage.propertySetProxy()) || std::ranges::any_of(usage.properties().toVector(), isThere) ||
+         std::ranges::any_of(usage.p_AppliedElements().toVector(), carriesIt);
+}
+
 PropertyUsage findProperty(const ProfileNamespace::Impl& profiles, const tavo::String& qualifiedName) {
   const auto [setName, propertyName] = splitAtLastDot(qualifiedName);
   const auto usage = profiles.getP_PropertySets().find(setName);
@@ -302,6 +323,21 @@ void ProfileNamespace::Impl::listen() {
 
 bool ProfileNamespace::Impl::uses(const Profile& profile) const {
   return sourceTo(getProfileProxy(), profile) || sourceTo(getP_DependentProfileProxy(), profile);
+}
+
+bool ProfileNamespace::Impl::isReplaced(const Profile& profile) const {
+  const auto source = sourceTo(getProfileProxy(), profile);
+  const auto known = source ? source : sourceTo(getP_DependentProfileProxy(), profile);
+  const auto name = known && known.getResolver() ? known.getResolver().uRI() : profile.getName();
+  bool isUsed = false;
+  for (const auto& usage : getP_PropertySets()) {
+    if (profileNameOf(usage) != name)
+      continue;
+    if (hasOrigin(usage))
+      return false;
+    isUsed = isUsed || isInUse(usage);
+  }
+  return isUsed;
 }
 
 void ProfileNamespace::Impl::profileHasCome(const Profile& profile) {
@@ -499,6 +535,8 @@ void ProfileNamespace::Impl::addProfile(const tavo::String& name, bool asDepende
       getP_DependentProfileProxyMutable().remove(dependent);
       getProfileProxyMutable().add(dependent);
     }
+    if (!asDependent && isReplaced(profile))
+      useAll(*this, profile.prototypes().toVector());
     return transaction.commit();
   }
 

@@ -2,7 +2,7 @@
 
 #include "tavo/model/Transaction.h"
 #include "zelkor/profile/Profile.h"
-#include "zelkor/profile/ProfileNamespace.h"
+#include "zelkor/profile/ProfileNamespace.impl.h"
 #include "zelkor/profile/Prototype.h"
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
@@ -59,7 +59,7 @@ public:
 private:
   void take(const ProxySource& source) {
     const auto profile = services::proxy::findTarget<Profile>(source);
-    if (!profile) {
+    if (!profile || static_cast<const ProfileNamespace::Impl&>(namespace_.object()).isReplaced(profile)) {
       missingProfiles.push_back(source.getResolver() ? source.getResolver().uRI() : source.getTargetName());
       return;
     }

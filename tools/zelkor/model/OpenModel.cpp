@@ -63,9 +63,12 @@ std::string theOne(const std::string& name, const std::vector<std::string>& name
 }
 
 /// What is the matter with a profile that the model uses and does not find, and what can be done about it.
-std::string troubleWith(const tavo::String& profile) {
+std::string troubleWith(const tavo::String& name, const profile::ProfileNamespace& profiles) {
+  if (!profiles.getProfile(name).empty() || profiles.isDependentProfile(name))
+    return "has nothing left of what the model uses of it and looks like another one of that name; "
+           "\"zelkor import\" puts it in the place of the former, and what has the same names keeps its values";
   try {
-    profile::ProfileCatalog::instance().loadProfileNamed(profile);
+    profile::ProfileCatalog::instance().loadProfileNamed(name);
     return "is another one of that name; \"zelkor import\" puts it in the place of the former, whose values stay";
   } catch (const tavo::Error& error) {
     if (error.id() == ProfileError::ProfileNotFound)
@@ -85,7 +88,7 @@ ModelFile open(Surroundings& surroundings, const std::filesystem::path& path) {
 OpenModel::OpenModel(const std::filesystem::path& path)
     : name_(path.string()), file_(open(surroundings_, path)), missing_(file_.differences().p_MissingProfiles()) {
   for (const auto& missing : missing_)
-    warn("the profile \"" + toUtf8(missing) + "\" " + troubleWith(missing));
+    warn("the profile \"" + toUtf8(missing) + "\" " + troubleWith(missing, profiles()));
   file_.differences().setP_MissingProfiles({}); // nothing to follow
 
   // What could not be taken over from an old file is not what the model says now. A missing profile explains it all.
