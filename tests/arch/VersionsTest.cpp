@@ -23,6 +23,28 @@ const fs::path folder = fs::path(ZELKOR_TEST_DATA) / "../../data/versions";
 /// Classes that no file of anybody has.
 bool isForTests(const ClassRecord& record) { return record.qualifiedName.starts_with("zelkor.test."); }
 
+/// What of a feature with objects decides which files are refused, or changed when they are opened: the keys of the
+/// collection, unless the version had none of that name, and the other end, which is set along with it. Where an object
+/// is contained needs no word.
+std::string rulesOf(const FeatureRecord& feature, Version version) {
+  std::string text;
+  const auto add = [&](const std::string& rule) { text += (text.empty() ? ": " : ", ") + rule; };
+  std::string keys;
+  bool hasAll = true;
+  for (const auto* key : {feature.today->key(0), feature.today->key(1)})
+    if (const auto* known = key ? feature.target->find(key->id()) : nullptr) {
+      hasAll = hasAll && known->life.holds(version);
+      keys += (keys.empty() ? "by " : " and ") + std::string(known->life.nameIn(version));
+    }
+  if (hasAll && !keys.empty())
+    add(keys);
+  if (feature.today->collection() == tavo::CollectionKind::set)
+    add("each once");
+  if (const auto* opposite = feature.today->opposite(); opposite && opposite->isReference())
+    add((opposite->isMany() ? "from many " : "from ") + std::string(opposite->name()));
+  return text;
+}
+
 /// The features are told by what stays known of them when they are removed, then, after a colon, by what does not.
 std::string line(const FeatureRecord& feature, Version version, const Family& family) {
   static const char* const kinds[] = {"value", "contains", "contains many", "", "refers", "refers to many"};
@@ -31,10 +53,10 @@ std::string line(const FeatureRecord& feature, Version version, const Family& fa
   if (feature.target)
     text += " " + std::string(feature.target->family == &family ? feature.target->life.nameIn(version)
                                                                 : feature.target->name());
-  if (feature.target)
-    return text;
   if (!feature.today)
     return text + ": ?";
+  if (feature.target)
+    return text + rulesOf(feature, version);
   const auto& type = *feature.today->datatype();
   text += ": " + std::string(type.name);
   if (const auto given = feature.today->declaration().defaultValue) {
@@ -79,10 +101,12 @@ std::vector<std::string> linesOf(const fs::path& path) {
   return lines;
 }
 
-/// Of a feature that has gone since, the type is not known any more.
+/// Of a feature that has gone since, the type, or the rules, are not known any more.
 bool agree(const std::string& recorded, const std::string& found) {
-  const auto end = found.ends_with(": ?") ? found.size() - 2 : found.npos;
-  return recorded == found || (end != found.npos && recorded.substr(0, end) == found.substr(0, end));
+  if (!found.ends_with(": ?"))
+    return recorded == found;
+  const auto known = found.substr(0, found.size() - 3);
+  return recorded == known || recorded.starts_with(known + ":");
 }
 
 std::string differences(const std::vector<std::string>& recorded, const std::vector<std::string>& found) {
