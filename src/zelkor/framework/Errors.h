@@ -22,7 +22,7 @@ struct ProfileError {
   /// (profile, model) A profile that is not in order is to be used in a model.
   static constexpr ErrorId CannotImportUnhealthyProfileIntoModel{
       "Velmora:Profile:CannotImportUnhealthyProfileIntoModel"};
-  /// (file, version found) A profile was saved by a newer release.
+  /// (file, version found) A profile is of a release that this build does not know, perhaps a newer one.
   static constexpr ErrorId CannotLoadFutureVersion{"Velmora:Profile:CannotLoadFutureVersion"};
   /// (profile, other profile) Two profiles would depend, or do depend, on each other.
   static constexpr ErrorId CircularProfileDependency{"Velmora:Profile:CircularProfileDependency"};
