@@ -9,6 +9,7 @@
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/evolution/Evolver.h"
+#include "zelkor/evolution/ReleaseRegistry.h"
 #include "zelkor/framework/ModelFile.h"
 #include "zelkor/meta/ValueStruct.h"
 #include "zelkor/profile/Profile.h"
@@ -428,8 +429,10 @@ void measureOldModel(Table& table, const Setting& setting, const Plant& plant) {
   const fs::path folder = fs::temp_directory_path() / ("zelkor_bench." + std::to_string(::getpid()));
   const fs::path old = folder / "old" / "plant.xml", present = folder / "plant.xml";
   fs::create_directories(old.parent_path());
-  zelkor::property::evolution::Evolver::evolve(u"Avocet", u"Plover", tavo::modelText(plant.file.model()),
-                                               tavo::String::fromUtf8(old.string()));
+  namespace evolution = zelkor::property::evolution;
+  const tavo::String release(evolution::ReleaseRegistry::releases().back().release);
+  evolution::Evolver::evolve(release, u"Plover", tavo::modelText(plant.file.model()),
+                             tavo::String::fromUtf8(old.string()));
   zelkor::ModelFile::open(old).saveAs(present);
 
   const std::uint64_t wanted = sumOfValues(plant, plant.file.model());

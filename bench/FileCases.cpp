@@ -7,6 +7,7 @@
 #include "tavo/model/Transaction.h"
 #include "tavo/xml/ModelXml.h"
 #include "zelkor/evolution/Evolver.h"
+#include "zelkor/evolution/ReleaseRegistry.h"
 #include "zelkor/profile/Profile.h"
 #include "zelkor/property/PropertyDefinition.h"
 #include "zelkor/property/PropertySet.h"
@@ -107,7 +108,8 @@ void measureRelease(Table& table, const Setting& setting) {
     tavo::Transaction transaction(scene.model);
     fillProfile(scene.model, setting);
     transaction.commit();
-    old = Evolver::evolve(u"Avocet", u"Plover", tavo::modelText(scene.model), {}).toUtf8();
+    const tavo::String release(zelkor::property::evolution::ReleaseRegistry::releases().back().release);
+    old = Evolver::evolve(release, u"Plover", tavo::modelText(scene.model), {}).toUtf8();
   }
   const auto load = [](const std::string& bytes) {
     const Model model = Model::create();

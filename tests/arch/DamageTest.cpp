@@ -3,6 +3,7 @@
 #include "tests/arch/ModelFixture.h"
 
 #include "zelkor/evolution/Evolver.h"
+#include "zelkor/evolution/ReleaseRegistry.h"
 
 #include <random>
 
@@ -109,7 +110,8 @@ protected:
   }
 
   std::string inRelease(const char16_t* release, const std::string& content) const {
-    return property::evolution::Evolver::evolve(u"Avocet", release, profile::text(content), {}).toUtf8();
+    const tavo::String present(property::evolution::ReleaseRegistry::releases().back().release);
+    return property::evolution::Evolver::evolve(present, release, profile::text(content), {}).toUtf8();
   }
 };
 

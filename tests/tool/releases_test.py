@@ -9,12 +9,13 @@ import pathlib
 import shutil
 import subprocess
 import sys
+import tomllib
 import unittest
 
 from running import ZELKOR, CommandTestCase
 
 TESTS = pathlib.Path(__file__).parents[1]
-PRESENT = "2.8"
+PRESENT = tomllib.loads((TESTS.parent / "src/zelkor/meta/package.toml").read_text())["package"]["versions"][-1]
 
 PROFILE = """
 [profile]
@@ -266,8 +267,8 @@ class ReleasesTest(CommandTestCase):
         self.make_model()
         self.bring_old("Works.xml")
         (self.folder / "there.xml").write_text("what was there")
-        (self.folder / "future.xml").write_bytes((self.folder / "Plant.xml").read_bytes().replace(b'version="2.8"',
-                                                                                                  b'version="3.1"'))
+        (self.folder / "future.xml").write_text((self.folder / "Plant.xml").read_text().replace(
+            f'version="{PRESENT}"', 'version="99.1"'))
         (self.folder / "foreign.xml").write_text("<svg/>")
         (self.folder / "folder").mkdir()
         os.symlink("Plant.xml", self.folder / "link.xml")
@@ -413,9 +414,9 @@ class ReleasesTest(CommandTestCase):
     def test_files_of_the_future_are_refused_by_everybody(self):
         self.make_model()
         for name in ["Plant.xml", "m.xml"]:
-            text = (self.folder / name).read_bytes()
-            (self.folder / name).write_bytes(text.replace(b'"zelkor_property" version="2.8"',
-                                                          b'"zelkor_property" version="3.1"'))
+            text = (self.folder / name).read_text()
+            (self.folder / name).write_text(text.replace(f'"zelkor_property" version="{PRESENT}"',
+                                                         '"zelkor_property" version="99.1"'))
         self.run_well("new", "n.xml")
         before = self.files()
         for arguments in [["show", "Plant.xml"], ["check", "Plant.xml"], ["decompile", "Plant.xml"],
@@ -427,7 +428,7 @@ class ReleasesTest(CommandTestCase):
             with self.subTest(arguments):
                 done = self.run_command(*arguments)
                 self.assertEqual((done.returncode, len(done.stderr.splitlines())), (1, 1), done.stderr)
-                for words in ["xml", "3.1", "elease"]:
+                for words in ["xml", "99.1", "elease"]:
                     self.assertIn(words, done.stderr)
                 self.assertEqual(self.files(), before)
 
