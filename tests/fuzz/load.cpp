@@ -24,8 +24,7 @@ using zelkor::profile::ProfileCatalog;
 std::shared_ptr<kavra::Host> makeHost(const fs::path& folder) {
   auto parts = kavra::makeStandaloneHost()->parts();
   const fs::path releases = ZELKOR_RELEASES; // so that models find the profiles that they use
-  parts.searchPath =
-      std::make_shared<kavra::SearchPath>(std::vector{folder, releases / "Plover", releases / "Avocet"});
+  parts.searchPath = std::make_shared<kavra::SearchPath>(std::vector{folder, releases / "Plover", releases / "Avocet"});
   parts.diagnostics = std::make_shared<kavra::RecordingDiagnostics>();
   return std::make_shared<kavra::Host>(std::move(parts));
 }

@@ -97,8 +97,8 @@ class CommandTest(CommandTestCase):
                                      "default = { value = 750, units = 'g' }\n", 9,
                                      "Velmora:Property:InvalidRealPropValueMinMax", "whatever its units"),
             "fact about nothing": ("[exact]\n'Profile/tags/A/description' = 'x'\n", 2, "zelkor:text:UnknownPath", ""),
-            "shared identity": ("[[tag]]\nname = 'A'\n[[tag]]\nname = 'B'\nwas = 'A'\n", None,
-                                "zelkor:text:SharedIdentity", ""),
+            "shared identity": ("".join(f"[[tag]]\nname = '{name}'\nid = '12345678-1234-4234-8234-123456789012'\n"
+                                        for name in "AB"), None, "zelkor:text:SharedIdentity", ""),
         }
         for name, (text, line, identifier, words) in cases.items():
             with self.subTest(name):
@@ -162,7 +162,11 @@ class CommandTest(CommandTestCase):
         uuid = lambda: identity().split('uuid="')[1][:36]
         version = lambda: identity().split('currentVersionId="')[1][:36]
         old, old_version = uuid(), version()
-        self.compile("P", text.replace("name = 'p'", "name = 'q'\nwas = 'p'"))
+        renamed = text.replace("name = 'p'", "name = 'q'\nwas = 'p'")
+        self.compile("P", renamed)
+        self.assertEqual((uuid(), version()), (old, old_version))
+        (self.folder / "P.xml").unlink()
+        self.compile("P", renamed)
         self.assertEqual((uuid(), version()), (old, old_version))
         self.compile("P", text.replace("name = 'p'", "name = 'q'").replace("default = 1", "default = 2"))
         self.assertEqual(uuid(), old)

@@ -36,10 +36,13 @@ constexpr std::string_view extension = ".xml";
 //----------------------------------------------------------------------------------------------------------------------
 // 1.0: resolvers name what they lead to; before, the file in which it was
 
+std::string_view withoutFolder(std::string_view path) {
+  return path.substr(path.find_last_of("/\\") + 1); // npos + 1 is 0
+}
+
 void pathsBecomeNames(Document& document) {
   document.each(records().resolver, [&](Object& object) {
-    auto path = object.text(records().uri);
-    path.remove_prefix(path.find_last_of("/\\") + 1); // npos + 1 is 0
+    auto path = withoutFolder(object.text(records().uri));
     if (path.ends_with(extension))
       path.remove_suffix(extension.size());
     if (!path.empty())
@@ -47,12 +50,21 @@ void pathsBecomeNames(Document& document) {
   });
 }
 
-void namesBecomePaths(Document& document, Account&) {
+void namesBecomePaths(Document& document, Account& account) {
+  const auto& uri = records().uri;
   document.each([&](Object& object) {
     if (object.isA(records().identifier) || object.isA(records().ownResolver))
-      document.remove(object); // the name of the file says it, and inside a file references were plain
-    else if (object.isA(records().resolver) && !object.text(records().uri).empty())
-      document.set(object, records().uri, std::string(object.text(records().uri)) + std::string(extension));
+      return document.remove(object); // the name of the file says it, and inside a file references were plain
+    if (!object.isA(records().resolver) || object.text(uri).empty())
+      return;
+    const auto name = std::string(object.text(uri));
+    const auto kept = std::string(withoutFolder(name));
+    if (kept != name) // no model is called that; what is before it would be taken for a folder
+      account.note(object, "the model \"" + name + "\"", kept.empty() ? "is not named" : "is called \"" + kept + "\"");
+    if (kept.empty())
+      Document::clear(object, uri);
+    else
+      document.set(object, uri, kept + std::string(extension));
   });
 }
 

@@ -114,8 +114,8 @@ std::map<tavo::Uuid, Difference> hiddenValues(const profile::ProfileNamespace& p
         hidden += carriers.contains(entry.p_ElemUUID()) ? 0 : 1;
       if (hidden != 0)
         found[property.Uuid()] = {"values hidden", toUtf8(usage.p_Name()) + "." + toUtf8(property.getName()),
-                                  "comes no longer to elements that have values of it, which are kept out of sight", hidden,
-                                  hidden};
+                                  "comes no longer to elements that have values of it, which are kept out of sight",
+                                  hidden, hidden};
     }
   }
   return found;

@@ -88,22 +88,25 @@ public:
   }
 
 private:
-  /// What of the profile as it was goes on under another path: by its identity, to that path.
+  /// What goes on under another path than it had: by its identity, or by the name that it says it had.
   void claim() {
     for (auto& [path, text] : sources_.given) {
       auto uuid = tavo::parseUuid(text.value);
       if (auto former = uuid && sources_.before ? sources_.before.find(*uuid) : ModelElement())
-        formerPaths_[path] = before_.pathOf(former), claimed_[former.Uuid()] = path;
+        claim(before_.pathOf(former), path);
     }
     for (auto& [path, name] : sources_.was) { // owners come before what they hold
       auto owner = formerPath(path.substr(0, path.rfind('/')));
-      auto same = before_.find(owner + path.substr(path.rfind('/')));
-      if (same && !claimed_.contains(same.Uuid()))
+      auto same = owner + path.substr(path.rfind('/'));
+      if (before_.find(same) && !claimed_.contains(same))
         continue; // it has its new name already
-      auto former = owner + "/" + name.value;
-      if (auto object = before_.find(former); object && claimed_.try_emplace(object.Uuid(), path).second)
-        formerPaths_[path] = former;
+      if (auto former = owner + "/" + name.value; !sources_.before || before_.find(former))
+        claim(former, path);
     }
+  }
+  void claim(const std::string& former, const std::string& path) {
+    if (claimed_.try_emplace(former, path).second)
+      formerPaths_[path] = former;
   }
 
   /// The path before things were renamed. What is new under a name that was another's has a path that nothing had.
@@ -115,9 +118,7 @@ private:
       auto known = formerPaths_.find(present);
       former = known != formerPaths_.end() ? known->second
                                            : former + (start == 0 ? "" : "/") + path.substr(start, end - start);
-      auto object = before_.find(former);
-      if (auto claimed = object ? claimed_.find(object.Uuid()) : claimed_.end();
-          claimed != claimed_.end() && claimed->second != present) {
+      if (auto claimed = claimed_.find(former); claimed != claimed_.end() && claimed->second != present) {
         auto given = sources_.given.find(present);
         former += "\n" + (given == sources_.given.end() ? std::string() : given->second.value);
       }
@@ -391,7 +392,7 @@ private:
   std::unordered_map<Uuid, std::string, tavo::UuidHash> pathOf_;
   std::unordered_map<Uuid, Uuid, tavo::UuidHash> final_;
   std::map<std::string, std::string> formerPaths_; ///< of what stood elsewhere, by path
-  std::unordered_map<Uuid, std::string, tavo::UuidHash> claimed_;
+  std::map<std::string, std::string> claimed_;     ///< the paths that these have now, by those that they had
 };
 
 } // namespace
