@@ -115,9 +115,10 @@ private:
     for (std::size_t start = 0; start <= path.size();) {
       auto end = std::min(path.find('/', start), path.size());
       auto present = path.substr(0, end);
-      auto known = formerPaths_.find(present);
-      former = known != formerPaths_.end() ? known->second
-                                           : former + (start == 0 ? "" : "/") + path.substr(start, end - start);
+      if (auto known = formerPaths_.find(present); known != formerPaths_.end())
+        former = known->second;
+      else
+        former.append(start == 0 ? "" : "/").append(path, start, end - start);
       if (auto claimed = claimed_.find(former); claimed != claimed_.end() && claimed->second != present) {
         auto given = sources_.given.find(present);
         former += "\n" + (given == sources_.given.end() ? std::string() : given->second.value);
